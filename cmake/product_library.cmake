@@ -1,0 +1,12 @@
+# product_library(TARGET FILENAME FOLDER SOURCES...) builds a closed library of the product family for demo/ and tests/:
+# a DLL on Windows, elsewhere a shared object under the very same file name. It lands in FOLDER.
+# The name's letter case is kept; ordinals are the symbols OrdinalN (on Windows through a .def file beside the source).
+function(product_library target filename folder)
+  add_library(${target} MODULE ${ARGN})
+  target_link_libraries(${target} PRIVATE instalib_options)
+  target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include)
+  get_filename_component(stem ${filename} NAME_WLE)
+  get_filename_component(suffix ${filename} LAST_EXT)
+  set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${stem} SUFFIX ${suffix}
+    LIBRARY_OUTPUT_DIRECTORY ${folder} RUNTIME_OUTPUT_DIRECTORY ${folder})
+endfunction()

@@ -1,0 +1,27 @@
+// Access decisions for the machine's own objects (keys, files, shares, services), shared by their families.
+#ifndef INSTALIB_EMBEDDED_ACCESS_H
+#define INSTALIB_EMBEDDED_ACCESS_H
+
+#include "platform/embedded/store.h"
+
+namespace embedded::access {
+
+// What generic bits mean for a kind of object, and which descriptor it gets when nothing else is said.
+enum class ObjectType { Key, File, Directory, Service, ServiceManager, Share };
+
+// 0 and the granted mask, or ERROR_ACCESS_DENIED: the calling thread's token (or the process's) asks for `desired` on an
+// object with this self-relative descriptor. Generic bits are mapped, MAXIMUM_ALLOWED is answered, a null list grants all.
+// An empty descriptor stands for the type's default.
+DWORD Check(ObjectType type, const Bytes& descriptor, DWORD desired, DWORD* granted);
+
+// The type's default descriptor on a fresh machine: everyone reads, administrators and the system have full control.
+Bytes Default(ObjectType type);
+
+// The descriptor of a new object below a parent: inheritable entries of the parent, marked inherited; the parent's owner
+// and group. Also used to compute what an object without a descriptor of its own has, walking down from the nearest
+// ancestor that has one.
+Bytes Inherit(const Bytes& parent, ObjectType type);
+
+}  // namespace embedded::access
+
+#endif
