@@ -11,12 +11,6 @@
 typedef ACCESS_MASK* PACCESS_MASK;
 typedef SECURITY_INFORMATION* PSECURITY_INFORMATION;
 
-// The longest names of users, groups, domains and passwords in characters, without terminator (lmcons.h).
-#define UNLEN 256
-#define GNLEN UNLEN
-#define DNLEN 15
-#define PWLEN 256
-
 #define ANYSIZE_ARRAY 1
 
 // --- Security identifiers -------------------------------------------------------------------------------------------------
