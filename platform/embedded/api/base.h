@@ -52,6 +52,7 @@ typedef BOOL* PBOOL;
 typedef WORD* LPWORD;
 typedef DWORD* LPDWORD;
 typedef DWORD* PDWORD;
+typedef ULONG* PULONG;
 typedef LONG* PLONG;
 typedef ULONG* PULONG;
 typedef UCHAR* PUCHAR;
