@@ -1,0 +1,19 @@
+// The file family's per-process state.
+#ifndef INSTALIB_EMBEDDED_FILE_STATE_H
+#define INSTALIB_EMBEDDED_FILE_STATE_H
+
+#include <string>
+
+namespace embedded::files {
+
+// The current directory becomes C:\ again; the process runs on another machine.
+void ResetForMachine();
+
+// The current directory, absolute, with a final backslash. Children inherit it in UTF-8 as INSTALIB_DIRECTORY, which the
+// first call of a process reads; one that is missing or leads nowhere means C:\.
+std::u16string CurrentDirectory();
+void SetCurrentDirectory(const std::u16string& directory);
+
+}  // namespace embedded::files
+
+#endif
