@@ -4,6 +4,8 @@
 #ifndef INSTALIB_EXCEPTION_H
 #define INSTALIB_EXCEPTION_H
 
+#include <new>
+
 #include "instalib/object.h"
 #include "instalib/string.h"
 #include "instalib/windows_types.h"
@@ -28,7 +30,8 @@ class INSTALIB_API CMemoryException : public CException {
     DECLARE_DYNAMIC(CMemoryException)
   public:
     int GetErrorMessage(char* buffer, UINT capacity, UINT* helpContext = nullptr) override;
-    static void operator delete(void* memory) noexcept;
+    // Leaves the one object that AfxThrowMemoryException raises alive and destroys any other.
+    static void operator delete(CMemoryException* exception, std::destroying_delete_t) noexcept;
 };
 
 // Throws the CMemoryException*. Does not return.

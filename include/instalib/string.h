@@ -49,11 +49,12 @@ class INSTALIB_API CString {
     int Find(const char* text, int start = 0) const noexcept;
     int ReverseFind(char character) const noexcept;
 
-    // Byte-wise comparison, and the same without regard to the case of ASCII letters; less than, equal to, greater than 0.
+    // Byte-wise comparison up to the first zero byte of `text`, and the same without regard to the case of ASCII letters;
+    // less than, equal to, greater than 0. A null text counts as empty. Bytes of double-byte characters keep their value.
     int Compare(const char* text) const noexcept;
     int CompareNoCase(const char* text) const noexcept;
 
-    // ASCII letters only, so that a double-byte character is never torn.
+    // ASCII letters only; the bytes of a double-byte character are left alone.
     void MakeUpper() noexcept;
     void MakeLower() noexcept;
 
@@ -82,6 +83,11 @@ class INSTALIB_API CString {
 INSTALIB_API CString operator+(const CString& left, const CString& right);
 INSTALIB_API CString operator+(const CString& left, const char* right);
 INSTALIB_API CString operator+(const char* left, const CString& right);
+INSTALIB_API CString operator+(const CString& left, char right);
+INSTALIB_API CString operator+(char left, const CString& right);
+// Neither a number to append nor an offset into the text is meant by a careful caller.
+CString operator+(const CString& left, int right) = delete;
+CString operator+(int left, const CString& right) = delete;
 
 inline bool operator==(const CString& left, const CString& right) noexcept {
     return left.GetLength() == right.GetLength() && left.Compare(right) == 0;
