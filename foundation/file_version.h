@@ -2,6 +2,8 @@
 #ifndef INSTALIB_FOUNDATION_FILE_VERSION_H
 #define INSTALIB_FOUNDATION_FILE_VERSION_H
 
+#include <memory>
+
 #include "instalib/string.h"
 #include "platform/platform.h"
 
@@ -18,15 +20,13 @@ class CFileVersion {
     // A text of the resource by name, for example "ProductVersion"; empty when there is none.
     CString GetStringValue(const char* name) const;
 
-    VS_FIXEDFILEINFO m_fixed;  // zero before the first read
-    BYTE* m_pData;             // the whole resource, or null
-    WORD m_wLanguage;          // of the first translation
-    WORD m_wCodePage;          // of the first translation; 1252 without one
+    VS_FIXEDFILEINFO m_fixed;         // zero before the first read
+    std::unique_ptr<BYTE[]> m_pData;  // the whole resource, or null
+    WORD m_wLanguage;                 // of the first translation
+    WORD m_wCodePage;                 // of the first translation; 1252 without one
 
   private:
     int ReadResource(const char* path);
-    CString TextAt(const char* block) const;
-    DWORD m_nSize;  // of m_pData in bytes
 };
 
 // Asks the library's own "DllGetVersion"; 1 and the record when it succeeds, otherwise 0.

@@ -30,6 +30,7 @@
 #include <ntsecapi.h>
 #include <process.h>
 #include <shlwapi.h>
+#include <time.h>
 #include <winnetwk.h>
 #include <winsvc.h>
 #include <winver.h>

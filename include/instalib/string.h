@@ -5,6 +5,8 @@
 #ifndef INSTALIB_STRING_H
 #define INSTALIB_STRING_H
 
+#include <cstdarg>
+
 #include "instalib/export.h"
 
 class INSTALIB_API CString {
@@ -49,8 +51,8 @@ class INSTALIB_API CString {
     int Find(const char* text, int start = 0) const noexcept;
     int ReverseFind(char character) const noexcept;
 
-    // Byte-wise comparison up to the first zero byte of `text`, and the same without regard to the case of ASCII letters;
-    // less than, equal to, greater than 0. A null text counts as empty. Bytes of double-byte characters keep their value.
+    // Compares the bytes up to the first zero byte, and the same without regard to the case of ASCII letters; less than,
+    // equal to, greater than 0. A null text counts as empty. The bytes of double-byte characters keep their values.
     int Compare(const char* text) const noexcept;
     int CompareNoCase(const char* text) const noexcept;
 
@@ -58,11 +60,13 @@ class INSTALIB_API CString {
     void MakeUpper() noexcept;
     void MakeLower() noexcept;
 
-    // Replaces the text by the printf-style format and its arguments, of any length.
+    // Replaces the text by the printf-style format and its arguments, of any length; by an empty one when the C runtime
+    // cannot format them or the format is null.
 #if defined(__GNUC__)
     __attribute__((format(printf, 2, 3)))
 #endif
     void Format(const char* format, ...);
+    void FormatV(const char* format, va_list arguments);
 
     // A writable buffer of at least `capacity` bytes and a terminator, holding the present text. ReleaseBuffer sets the
     // length to what was written: up to the terminator, which is added at the buffer's end if missing, or as given.
@@ -74,6 +78,7 @@ class INSTALIB_API CString {
   private:
     void Assign(const char* text, int length);
     void Append(const char* text, int length);
+    void Swap(CString& other) noexcept;
 
     char* m_pData;
     int m_nLength;
@@ -89,10 +94,9 @@ INSTALIB_API CString operator+(char left, const CString& right);
 CString operator+(const CString& left, int right) = delete;
 CString operator+(int left, const CString& right) = delete;
 
-inline bool operator==(const CString& left, const CString& right) noexcept {
-    return left.GetLength() == right.GetLength() && left.Compare(right) == 0;
-}
+// Whole texts, zero bytes included.
+INSTALIB_API bool operator==(const CString& left, const CString& right) noexcept;
+INSTALIB_API bool operator<(const CString& left, const CString& right) noexcept;
 inline bool operator==(const CString& left, const char* right) noexcept { return left.Compare(right) == 0; }
-inline bool operator<(const CString& left, const CString& right) noexcept { return left.Compare(right) < 0; }
 
 #endif
