@@ -1,0 +1,48 @@
+// What the front end shows: facts as aligned lines or JSON, stages, warnings, questions. Results go to the output, warnings
+// and errors to the error stream; nothing is coloured, and nothing moves when the output is no terminal.
+#ifndef INSTALIB_KVSETUP_CONSOLE_H
+#define INSTALIB_KVSETUP_CONSOLE_H
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+using Json = nlohmann::ordered_json;
+
+// What a command ends with; documented in --help.
+enum ExitCode {
+    kDone = 0,
+    kFailed = 1,       // a stage failed; what was done before it stands in the log
+    kUsage = 2,        // the command line is wrong
+    kBadInput = 3,     // the medium, the answers or another file cannot be used
+    kCancelled = 4,    // the user said no, or nobody was there to ask
+    kNotAllowed = 5,   // not an administrator
+    kNothingToDo = 6,  // nothing is installed, or the installed product must not be replaced
+};
+
+// An error with its exit code, thrown to main, which prints it as one line.
+struct Failure {
+    ExitCode code;
+    std::string message;
+};
+
+namespace console {
+
+// "label   value" lines from an object: nested objects are indented, lists are joined by commas, null is "-".
+void PrintFacts(const Json& facts, int indent = 0);
+// Rows under their headings, columns as wide as needed.
+void PrintTable(const std::vector<std::string>& headings, const std::vector<std::vector<std::string>>& rows);
+void PrintJson(const Json& data);
+
+void Warn(const std::string& message);
+// A question with a default that an empty answer takes; nothing at the end of the input.
+std::optional<std::string> Ask(const std::string& question, const std::string& fallback);
+std::optional<bool> AskYesNo(const std::string& question, bool fallback);
+
+// Bytes that are not printable ASCII or valid UTF-8 become "\xNN", so that no product text drives the terminal.
+std::string Printable(const std::string& text);
+
+}  // namespace console
+
+#endif

@@ -1,0 +1,51 @@
+// What both targets do alike, through the same Windows functions.
+#ifdef INSTALIB_KVSETUP_EMBEDDED
+#include "platform/embedded/api/registry.h"
+#include "platform/embedded/api/system.h"
+#endif
+
+#include "kvsetup/host.h"
+
+namespace host {
+namespace {
+
+std::string SystemText(DWORD error) {
+    char text[512] = "";
+    DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0, text,
+                                  sizeof text, nullptr);
+    while (length > 0 && (text[length - 1] <= ' ' || text[length - 1] == '.')) --length;
+    return std::string(text, length);
+}
+
+}  // namespace
+
+DWORD LastError() { return ::GetLastError(); }
+void SetLastError(DWORD error) { ::SetLastError(error); }
+
+std::string ErrorText(DWORD error) {
+    if (error == 0) return "no reason is known";
+    const std::string text = SystemText(error);
+    return (text.empty() ? "Windows error" : text) + " (" + std::to_string(error) + ")";
+}
+
+int WithKey(const std::string& path, const std::function<int(HKEY)>& use) {
+    HKEY key = nullptr;
+    const auto status = static_cast<DWORD>(RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_ALL_ACCESS, &key));
+    if (status != ERROR_SUCCESS) {
+        ::SetLastError(status);
+        return 0;
+    }
+    const int result = use(key);
+    const DWORD error = ::GetLastError();
+    RegCloseKey(key);
+    ::SetLastError(error);
+    return result;
+}
+
+void Wipe(std::string& text) {
+    // Through volatile, so that the stores are not left out as dead.
+    volatile char* const bytes = text.data();
+    for (std::size_t i = 0; i < text.size(); ++i) bytes[i] = '\0';
+}
+
+}  // namespace host

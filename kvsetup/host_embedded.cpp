@@ -1,0 +1,70 @@
+#include <filesystem>
+
+#include "kvsetup/host.h"
+#include "platform/embedded/control.h"
+#include "platform/embedded/control_terminal.h"
+
+namespace control = embedded::control;
+namespace fs = std::filesystem;
+
+namespace host {
+namespace {
+
+bool IsMachinePath(const std::string& path) {
+    return (path.size() >= 2 && path[1] == ':') || path.starts_with("\\");
+}
+
+// The machine's name of a host folder: inside a drive that shows it already, else as the next free drive letter.
+std::string DriveFor(const fs::path& folder) {
+    for (char letter = 'C'; letter <= 'Z'; ++letter) {
+        const fs::path drive = control::HostPath(std::string(1, letter) + ":\\");
+        if (drive.empty() || !fs::exists(drive)) {
+            if (letter == 'C' || !control::MountDrive(letter, folder)) continue;
+            return std::string(1, letter) + ":\\";
+        }
+        const std::string inside = fs::relative(folder, drive).generic_string();
+        if (inside == ".") return std::string(1, letter) + ":\\";
+        if (inside.empty() || inside.starts_with("..")) continue;
+        std::string path = std::string(1, letter) + ":\\" + inside + "\\";
+        for (char& character : path) character = character == '/' ? '\\' : character;
+        return path;
+    }
+    return "";
+}
+
+}  // namespace
+
+bool SelectMachine(const std::string& folder, std::string* problem) {
+    if (control::UseMachine(folder)) return true;
+    *problem = folder + " is no machine; make one with: kvsetup machine new " + folder;
+    return false;
+}
+
+std::string MachinePath(const std::string& path, bool isFolder, std::string* problem) {
+    if (IsMachinePath(path)) return isFolder && !path.ends_with('\\') ? path + "\\" : path;
+    std::error_code error;
+    const fs::path full = fs::weakly_canonical(fs::absolute(path, error), error);
+    const fs::path folder = isFolder ? full : full.parent_path();
+    if (error || !fs::is_directory(folder, error)) {
+        *problem = path + " is no folder of this computer and no path of the machine";
+        return "";
+    }
+    const std::string drive = DriveFor(folder);
+    if (drive.empty()) *problem = "the machine has no drive letter left for " + folder.string();
+    return isFolder || drive.empty() ? drive : drive + full.filename().string();
+}
+
+void RunFromMedium(const std::string& folder) { control::RunAs(folder + "KVSETUP.EXE"); }
+
+bool DriveRemotely(const std::string& hostName, const std::vector<std::string>&, int*) {
+    control::SetCommandLine("KVSETUP.EXE -r:" + hostName);
+    return false;
+}
+
+bool IsTerminal(Stream stream) {
+    return stream == Stream::Input ? control::InputIsTerminal() : control::OutputIsTerminal();
+}
+
+std::string ReadHiddenLine() { return control::ReadHiddenLine(); }
+
+}  // namespace host

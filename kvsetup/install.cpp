@@ -1,0 +1,158 @@
+#include <iostream>
+
+#include "instalib/computer.h"
+#include "instalib/current_user.h"
+#include "kvsetup/host.h"
+#include "kvsetup/stages.h"
+
+namespace {
+
+void RequireAdministrator() {
+    if (!CCurrentUser::IsAdministrator()) {
+        throw Failure{kNotAllowed, "a setup needs administrator rights; run it as an administrator"};
+    }
+}
+
+// A newer product on the machine is not replaced by an older one.
+void RequireNoDowngrade(Session& session, CHalvRegistry& registry) {
+    const WORD version = registry.GetVersionNumber(session.productId.c_str());
+    const WORD build = registry.GetBuildNumber(session.productId.c_str());
+    const bool newer = version > session.version || (version == session.version && build > session.build);
+    if (session.version == 0 || version == 0 || !newer) return;
+    throw Failure{kNothingToDo, "version " + VersionText(version) + " build " + std::to_string(build) +
+                                    " is installed and newer than the medium's " + VersionText(session.version) + " build " +
+                                    std::to_string(session.build) + "; remove it first"};
+}
+
+std::string Require(const std::optional<std::string>& answer) {
+    if (!answer) throw Failure{kCancelled, "cancelled: the input has ended; run with --yes or --answers to be asked nothing"};
+    return *answer;
+}
+
+bool Require(const std::optional<bool>& answer) { return Require(answer ? std::optional<std::string>("") : std::nullopt), *answer; }
+
+void AskComponents(CSettings& settings) {
+    const struct {
+        const char* name;
+        int (CSettings::*get)();
+        void (CSettings::*set)(int);
+    } components[] = {
+        {"the manager", &CSettings::InstallManager, &CSettings::InstallManager},
+        {"the server", &CSettings::InstallServer, &CSettings::InstallServer},
+        {"the admin tool", &CSettings::InstallAdmin, &CSettings::InstallAdmin},
+        {"the alert component", &CSettings::InstallAlert, &CSettings::InstallAlert},
+    };
+    for (const auto& component : components) {
+        const bool chosen = (settings.*component.get)() != 0;
+        const bool answer = Require(console::AskYesNo(std::string("Install ") + component.name, chosen));
+        // The server brings the admin tool; a choice that stands is not set again, so that it takes nothing back.
+        if (answer != chosen) (settings.*component.set)(answer ? 1 : 0);
+    }
+}
+
+void AskAccount(CSettings& settings) {
+    settings.SystemAccountName(Require(console::Ask("System account", settings.SystemAccountName())).c_str());
+    if (*settings.SystemAccountName() == '\0') return;
+    settings.SystemAccountDomain(Require(console::Ask("Its domain", settings.SystemAccountDomain())).c_str());
+    std::cout << "Its password (empty: the account is used as it is): " << std::flush;
+    std::string password = host::ReadHiddenLine();
+    std::cout << '\n';
+    settings.SystemAccountPassword(password.c_str());
+    host::Wipe(password);
+}
+
+void AskSettings(Session& session) {
+    CSettings& settings = session.settings;
+    if (session.IsAgent()) {
+        settings.ClientAgentPath(Require(console::Ask("Directory of the agent", settings.ClientAgentPath())).c_str());
+        return;
+    }
+    settings.RegisteredUser(Require(console::Ask("Registered user", settings.RegisteredUser())).c_str());
+    settings.RegisteredCompany(Require(console::Ask("Company", settings.RegisteredCompany())).c_str());
+    settings.KorvaultPath(Require(console::Ask("Directory of the product", settings.KorvaultPath())).c_str());
+    AskComponents(settings);
+    if (settings.InstallAlert()) {
+        settings.AlertPath(Require(console::Ask("Directory of the alert component", settings.AlertPath())).c_str());
+    }
+    AskAccount(settings);
+}
+
+void WarnAboutSpace(Session& session) {
+    CSettings& settings = session.settings;
+    const char* const path = session.IsAgent() ? settings.ClientAgentPath() : settings.KorvaultPath();
+    // The library tells free space modulo 4 GiB, so a small figure is a hint and no verdict.
+    const DWORD freeKilobytes = CComputer::DriveFreeSpaceBytes(path) / 1024;
+    if (freeKilobytes < settings.DiskSpaceNeeded()) {
+        console::Warn("the drive of " + std::string(path) + " may be too full: " + std::to_string(settings.DiskSpaceNeeded()) +
+                      " KB are needed");
+    }
+}
+
+void Confirm(const Options& options, Session& session, const char* question) {
+    if (options.yes || session.settings.BatchOperation()) return;
+    if (!Require(console::AskYesNo(question, !session.settings.Uninstall()))) throw Failure{kCancelled, "cancelled"};
+}
+
+int Finish(Session& session, Json& report, bool succeeded, const char* what) {
+    session.Log(std::string(what) + (succeeded ? " ended" : " failed"));
+    if (session.json) {
+        report["succeeded"] = succeeded;
+        report["log"] = session.log;
+        console::PrintJson(report);
+    } else if (succeeded) {
+        std::cout << what << " done. Log: " << console::Printable(session.log) << '\n';
+    }
+    if (succeeded) return kDone;
+    throw Failure{kFailed, std::string(what) + " is not complete; what was done is in " + session.log};
+}
+
+Json Describe(Session& session) {
+    Json report = DescribeSession(session);
+    if (!session.json) console::PrintFacts(report);
+    return report;
+}
+
+}  // namespace
+
+int InstallCommand(const Options& options) {
+    int exitCode = kDone;
+    if (!options.drivingHost.empty() && host::DriveRemotely(options.drivingHost, options.arguments, &exitCode)) return exitCode;
+    const bool asks = !options.yes && options.answers.empty();
+    if (asks && options.json) throw Failure{kUsage, "--json asks nothing; add --yes or --answers"};
+    if (asks && !host::IsTerminal(host::Stream::Input)) {
+        throw Failure{kCancelled, "there is no terminal to ask on; run with --yes or --answers"};
+    }
+    const std::unique_ptr<Session> session = OpenSession(options, false);
+    RequireAdministrator();
+    if (asks) AskSettings(*session);
+    CHalvRegistry registry(session->settings, 0, nullptr);
+    RequireNoDowngrade(*session, registry);
+    WarnAboutAnswers(*session);
+    Json report = Describe(*session);
+    WarnAboutSpace(*session);
+    Confirm(options, *session, "Install now");
+    session->Log("Installation of " + session->productId + " from " + session->source);
+    StageContext context{*session, registry};
+    const bool succeeded = RunStages(InstallStages(), context, session->settings.IgnoreErrors() != 0, report["stages"]);
+    return Finish(*session, report, succeeded, "Installation");
+}
+
+int UninstallCommand(const Options& options) {
+    const bool asks = !options.yes && options.answers.empty();
+    if (asks && (options.json || !host::IsTerminal(host::Stream::Input))) {
+        throw Failure{kCancelled, "there is nobody to ask; run with --yes or --answers"};
+    }
+    const std::unique_ptr<Session> session = OpenSession(options, true);
+    RequireAdministrator();
+    CHalvRegistry registry(session->settings, 0, nullptr);
+    CSettings& settings = session->settings;
+    if (!settings.KorvaultExists() && !settings.ClientAgentExists() && !registry.IsProductInstalled(session->productId.c_str())) {
+        throw Failure{kNothingToDo, session->productId + " is not installed on this machine"};
+    }
+    Json report = Describe(*session);
+    Confirm(options, *session, "Remove it now");
+    session->Log("Removal of " + session->productId);
+    StageContext context{*session, registry};
+    const bool succeeded = RunStages(UninstallStages(), context, true, report["stages"]);
+    return Finish(*session, report, succeeded, "Removal");
+}

@@ -1,0 +1,172 @@
+// The stages of an installation. Files are the product's own business; here stands the system-level work.
+#include "instalib/computer.h"
+#include "instalib/file_security.h"
+#include "instalib/job_queue.h"
+#include "instalib/system_account.h"
+#include "kvsetup/family_services.h"
+#include "kvsetup/host.h"
+#include "kvsetup/setup_marks.h"
+#include "kvsetup/stages.h"
+
+namespace {
+
+constexpr DWORD kFullControl = 0x1F01FF;   // FILE_ALL_ACCESS
+constexpr DWORD kInvalidPassword = 86;     // ERROR_INVALID_PASSWORD
+constexpr DWORD kAutomatic = 2;            // SERVICE_AUTO_START
+constexpr DWORD kOnDemand = 3;             // SERVICE_DEMAND_START
+
+bool Always(StageContext&) { return true; }
+bool IsServerProduct(StageContext& context) { return !context.session.IsAgent(); }
+bool IsAgentProduct(StageContext& context) { return context.session.IsAgent(); }
+bool InstallsAlert(StageContext& context) { return IsServerProduct(context) && context.session.settings.InstallAlert(); }
+bool HasAccount(StageContext& context) { return IsServerProduct(context) && context.session.HasAccount(); }
+bool HasServices(StageContext& context) { return !ChosenServices(context.session.settings).empty(); }
+bool ReplacesOlder(StageContext& context) {
+    const WORD installed = context.registry.GetVersionNumber(context.session.productId.c_str());
+    return installed != 0 && installed < context.session.version;
+}
+
+bool CreateDirectories(StageContext& context, std::string&) {
+    CSettings& settings = context.session.settings;
+    if (context.session.IsAgent()) return CComputer::CreateDirectoryA(settings.ClientAgentPath()) != 0;
+    for (const char* folder : {"DATABASE", "LOG", "TEMP"}) {
+        if (!CComputer::CreateDirectoryA((std::string(settings.KorvaultPath()) + folder).c_str())) return false;
+    }
+    if (!settings.InstallAlert()) return true;
+    return CComputer::CreateDirectoryA((std::string(settings.AlertPath()) + "LOG").c_str()) != 0;
+}
+
+bool KeepOldRecord(StageContext& context, std::string& note) {
+    Session& session = context.session;
+    note = "version " + VersionText(context.registry.GetVersionNumber(session.productId.c_str()));
+    return context.registry.SavePerviousRegisterProduct(session.productId.c_str(), session.version >> 8,
+                                                        session.version & 0xFF) != 0;
+}
+
+bool PrepareAccount(StageContext& context, std::string& note) {
+    CSettings& settings = context.session.settings;
+    const bool hasPassword = *settings.SystemAccountPassword() != '\0';
+    CSystemAccount account(settings.SystemAccountServer(), settings.SystemAccountDomain(), settings.SystemAccountName(),
+                           settings.SystemAccountPassword());
+    if (account.Exists()) {
+        note = hasPassword ? "exists" : "exists, used as it is: no password was given";
+        if (!hasPassword) return true;
+        if (account.ValidPassword()) return account.AssignGroups() != 0;
+        host::SetLastError(kInvalidPassword);
+        return false;
+    }
+    if (!hasPassword) {
+        note = "a new account needs a password";
+        host::SetLastError(kInvalidPassword);
+        return false;
+    }
+    note = "created";
+    return account.Create() && marks::Set(marks::kCreatedAccount, settings.SystemAccountName());
+}
+
+bool WriteSettings(StageContext& context, std::string&) { return context.registry.Write() != 0; }
+
+bool WriteAgentSettings(StageContext& context, std::string&) { return context.registry.SetClientAgentHomeDir() != 0; }
+
+bool WriteAlertValues(StageContext& context, std::string& note) {
+    CHalvRegistry& registry = context.registry;
+    using Setter = int (CHalvRegistry::*)();
+    const Setter setters[] = {&CHalvRegistry::SetAlertHomeDir,         &CHalvRegistry::SetAlertLogDir,
+                              &CHalvRegistry::SetAlertControlDir,      &CHalvRegistry::SetAlertEventLogDir,
+                              &CHalvRegistry::SetAlertRegisteredOwner, &CHalvRegistry::SetAlertRegisteredOrganization,
+                              &CHalvRegistry::SetAlertCompany,         &CHalvRegistry::SetAlertLocation,
+                              &CHalvRegistry::SetAlertCurrentBuildNumber};
+    for (const Setter setter : setters) {
+        if (!(registry.*setter)()) return false;
+    }
+    // The date of the program file is known only when the product's files are there already.
+    if (!registry.SetAlertCurrentBuild()) note = "without a program date: ALERT.EXE is not there";
+    // A repeated setup keeps the first one's date.
+    return context.session.settings.AlertExists() || registry.SetAlertInstallDate();
+}
+
+bool RegisterProduct(StageContext& context, std::string& note) {
+    Session& session = context.session;
+    tagProductStruct record{};
+    record.dwProductCode = static_cast<DWORD>(session.settings.ProductType());
+    record.wVersion = session.version;
+    record.wBuild = session.build;
+    record.cSubType = static_cast<signed char>(session.settings.ProductSubType());
+    note = session.productId + " " + VersionText(session.version) + " build " + std::to_string(session.build);
+    return CHalvRegistry::RegisterProduct(session.productId.c_str(), &record) != 0;
+}
+
+bool EnterInstalledPrograms(StageContext& context, std::string&) {
+    return context.registry.CreateKorvaultUninstallKey() != 0;
+}
+
+bool InstallServices(StageContext& context, std::string& note) {
+    CSettings& settings = context.session.settings;
+    const DWORD startType = settings.AutoStartServices() ? kAutomatic : kOnDemand;
+    // A service can log on as the account only when its password is known.
+    const bool asAccount = context.session.HasAccount() && *settings.SystemAccountPassword() != '\0';
+    const std::string account = asAccount ? std::string(settings.SystemAccountDomain()) + "\\" + settings.SystemAccountName() : "";
+    std::size_t installed = 0;
+    for (const CService& service : ChosenServices(settings)) {
+        const bool isAlert = std::string(service.Name()) == CService(CService::AlertServer).Name();
+        const char* const directory = isAlert ? settings.AlertPath() : settings.KorvaultPath();
+        if (!service.InstallService(directory, startType, asAccount ? account.c_str() : nullptr,
+                                    asAccount ? settings.SystemAccountPassword() : nullptr)) {
+            note = service.Name();
+            return false;
+        }
+        ++installed;
+    }
+    note = std::to_string(installed) + " services";
+    return true;
+}
+
+bool GrantDirectory(StageContext& context, std::string&) {
+    CSettings& settings = context.session.settings;
+    const std::string path = settings.KorvaultPath();
+    const std::string account = std::string(settings.SystemAccountDomain()) + "\\" + settings.SystemAccountName();
+    return AdjustAccessRights(nullptr, nullptr, nullptr, path.substr(0, path.size() - 1).c_str(), account.c_str(),
+                              kFullControl) != 0;
+}
+
+bool ProtectRegistry(StageContext&, std::string&) {
+    return host::WithKey(CHalvRegistry::GetKorvaultBaseKey(),
+                         [](HKEY key) { return CHalvRegistry::AddAccessPermissionOnRegistryKey(key, 0); }) != 0;
+}
+
+bool PublishHome(StageContext& context, std::string& note) {
+    CSettings& settings = context.session.settings;
+    const std::string account =
+        context.session.HasAccount() ? std::string(settings.SystemAccountDomain()) + "\\" + settings.SystemAccountName() : "";
+    note = std::string(CHalvRegistry::GetZephraniteProdName()) + "$";
+    if (CComputer::CreateKorvaultHomeShare(settings.KorvaultPath(), "", account.c_str())) return true;
+    note += "; if the share is there now, it still has the default list that lets nobody in";
+    return false;
+}
+
+bool WantsEmptyQueue(StageContext& context) {
+    return IsServerProduct(context) && context.session.settings.DeleteQueue() && context.session.settings.QueueExists();
+}
+
+bool EmptyQueue(StageContext&, std::string&) { return CJobQueue::DeleteQueue() != 0; }
+
+}  // namespace
+
+const std::vector<Stage>& InstallStages() {
+    static const std::vector<Stage> stages = {
+        {"Create the product's directories", Always, CreateDirectories},
+        {"Keep the record of the replaced version", ReplacesOlder, KeepOldRecord},
+        {"Prepare the system account", HasAccount, PrepareAccount},
+        {"Write the product's settings", IsServerProduct, WriteSettings},
+        {"Write the agent's settings", IsAgentProduct, WriteAgentSettings},
+        {"Write the alert component's values", InstallsAlert, WriteAlertValues},
+        {"Register the product", Always, RegisterProduct},
+        {"Enter it in the installed programs", IsServerProduct, EnterInstalledPrograms},
+        {"Install the services", HasServices, InstallServices},
+        {"Grant the account the product's directory", HasAccount, GrantDirectory},
+        {"Protect the product's registry", IsServerProduct, ProtectRegistry},
+        {"Publish the home share", IsServerProduct, PublishHome},
+        {"Remove the old job queue", WantsEmptyQueue, EmptyQueue},
+    };
+    return stages;
+}

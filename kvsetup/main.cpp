@@ -1,0 +1,119 @@
+// kvsetup: the console front end of the setup library. It reads the command line and hands over to the commands.
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <iostream>
+
+#include "kvsetup/console.h"
+#include "kvsetup/host.h"
+#include "kvsetup/machine_commands.h"
+#include "kvsetup/options.h"
+
+namespace {
+
+constexpr char kExitCodes[] =
+    "Exit codes: 0 done; 1 a stage failed; 2 wrong command line; 3 the medium, the answers or another file cannot be\n"
+    "used; 4 cancelled, or nobody to ask; 5 not an administrator; 6 nothing to do, or an installed product that must not\n"
+    "be replaced.";
+
+using Run = std::function<int(const Options&)>;
+
+void AddSource(CLI::App& command, Options& options, bool required) {
+    CLI::Option* const source =
+        command.add_option("--source", options.source, "folder of the installation medium, with its SETUP.INF");
+    if (required) source->required();
+    command.add_option("--type", options.type, "product type; without it the medium's own (133 for a removal)");
+    command.add_option("--log", options.log, "setup log (default: KVSETUP.LOG on the drive of Program Files)");
+    command.add_flag("--yes", options.yes, "ask nothing");
+    command.add_flag("--json", options.json, "print data as JSON");
+}
+
+void AddInstall(CLI::App& app, Options& options, Run& run) {
+    CLI::App* const command = app.add_subcommand("install", "install or reconfigure the product of a medium");
+    AddSource(*command, options, true);
+    command->add_option("--answers", options.answers, "response file of an unattended setup; nothing is asked then");
+    command->add_flag("--express", options.express, "the standard set of components");
+    command->add_option("--host,-r", options.drivingHost, "computer that drives this setup remotely");
+    command->callback([&run] { run = InstallCommand; });
+}
+
+void AddUninstall(CLI::App& app, Options& options, Run& run) {
+    CLI::App* const command = app.add_subcommand("uninstall", "remove the installed product");
+    AddSource(*command, options, false);
+    command->add_option("--answers", options.answers, "response file that says what is removed");
+    command->callback([&run] { run = UninstallCommand; });
+}
+
+void AddStatus(CLI::App& app, Options& options, Run& run) {
+    CLI::App* const command = app.add_subcommand("status", "the family's products on this machine, of all generations");
+    command->add_flag("--json", options.json, "print data as JSON");
+    command->callback([&run] { run = StatusCommand; });
+}
+
+void AddServices(CLI::App& app, Options& options, Run& run) {
+    CLI::App* const services = app.add_subcommand("services", "the family's services");
+    services->require_subcommand(1);
+    CLI::App* const list = services->add_subcommand("list", "which are installed, and their states");
+    list->add_flag("--json", options.json, "print data as JSON");
+    list->callback([&run] { run = ServicesListCommand; });
+    const auto add = [&](const char* name, const char* help, int (*command)(const Options&)) {
+        CLI::App* const sub = services->add_subcommand(name, help);
+        sub->add_option("service", options.serviceName, "one service by name; all of the family without it");
+        sub->callback([&run, command] { run = command; });
+    };
+    add("start", "start, and wait until they run", ServicesStartCommand);
+    add("stop", "stop, with the services that depend on them", ServicesStopCommand);
+    add("remove", "stop and remove", ServicesRemoveCommand);
+}
+
+int Parse(CLI::App& app, int argc, char** argv, Run& run, Options& options) {
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& help) {
+        return app.exit(help);
+    } catch (const CLI::CallForAllHelp& help) {
+        return app.exit(help);
+    } catch (const CLI::CallForVersion& version) {
+        return app.exit(version);
+    } catch (const CLI::ParseError& error) {
+        std::cerr << "kvsetup: " << error.what() << "; see kvsetup --help\n";
+        return kUsage;
+    }
+    if (!run) {
+        std::cerr << "kvsetup: no command given; see kvsetup --help\n";
+        return kUsage;
+    }
+    // The library's own form of the switch is "-r:NAME".
+    if (options.drivingHost.starts_with(':')) options.drivingHost.erase(0, 1);
+    std::string problem;
+    if (!options.machine.empty() && !host::SelectMachine(options.machine, &problem)) throw Failure{kBadInput, problem};
+    return run(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Installs, shows and removes the products of the family.", "kvsetup");
+    app.footer(kExitCodes);
+    app.set_version_flag("--version", "kvsetup 1.0.0");
+    Options options;
+    options.arguments.assign(argv + 1, argv + argc);
+    Run run;
+    app.add_option("--machine", options.machine, "folder of the embedded machine to work on (before the command)");
+    AddInstall(app, options, run);
+    AddUninstall(app, options, run);
+    AddStatus(app, options, run);
+    AddServices(app, options, run);
+    AddMachineCommands(app, options, run);
+    app.require_subcommand(0, 1);
+    try {
+        return Parse(app, argc, argv, run, options);
+    } catch (const Failure& failure) {
+        std::cout.flush();
+        std::cerr << "kvsetup: " << console::Printable(failure.message) << '\n';
+        return failure.code;
+    } catch (const std::exception& error) {
+        std::cout.flush();
+        std::cerr << "kvsetup: " << console::Printable(error.what()) << '\n';
+        return kFailed;
+    }
+}

@@ -1,0 +1,275 @@
+#include "kvsetup/session.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "instalib/command_line.h"
+#include "instalib/computer.h"
+#include "instalib/installed_products.h"
+#include "instalib/log.h"
+#include "instalib/probes.h"
+#include "instalib/registry.h"
+#include "instalib/setup_icf.h"
+#include "instalib/setup_inf.h"
+#include "instalib/version.h"
+#include "kvsetup/host.h"
+
+namespace {
+
+constexpr LONG kMainServer = 133;
+
+// Sections of which an answer file has at least one.
+const char* const kAnswerSections[] = {"UserInfo",    "KorvaultInstall", "InstallPath",      "Install",
+                                       "Base",        "Uninstall",       "DatabaseOption",   "ZephraniteDomain",
+                                       "ClientAgent", "SystemAccount",   "System Account"};
+
+template <std::size_t Size>
+void Store(char (&field)[Size], const std::string& text, const char* what) {
+    if (text.size() >= Size) {
+        throw Failure{kBadInput, std::string(what) + " is longer than " + std::to_string(Size - 1) + " characters"};
+    }
+    std::snprintf(field, Size, "%s", text.c_str());
+}
+
+std::string ProgramFiles() {
+    char path[260] = "";
+    DWORD size = sizeof path;
+    if (KSetGetProgramFilesPath(path, &size, nullptr) != 0) return std::string(1, CComputer::FindFirstHardDrive()) + ":";
+    return path;
+}
+
+std::string OpenMedium(const std::string& source) {
+    std::string problem;
+    const std::string folder = host::MachinePath(source, true, &problem);
+    if (folder.empty()) throw Failure{kBadInput, problem};
+    if (!CComputer::PathExists((folder + "SETUP.INF").c_str())) {
+        throw Failure{kBadInput, "there is no SETUP.INF in " + folder + "; give the folder of the medium with --source"};
+    }
+    host::RunFromMedium(folder);
+    return folder;
+}
+
+bool HoldsAnswers(CSetupIcf& answers) {
+    return std::any_of(std::begin(kAnswerSections), std::end(kAnswerSections), [&answers](const char* section) {
+        char keys[1024] = "";
+        return answers.GetString(section, nullptr, keys, sizeof keys) > 0;
+    });
+}
+
+std::string OpenAnswers(const std::string& file) {
+    std::string problem;
+    const std::string path = host::MachinePath(file, false, &problem);
+    if (path.empty()) throw Failure{kBadInput, problem};
+    if (!CComputer::PathExists(path.c_str())) throw Failure{kBadInput, "the answers " + path + " do not exist"};
+    CSetupIcf answers(path.c_str());
+    if (!HoldsAnswers(answers)) {
+        throw Failure{kBadInput, path + " cannot be read or holds no answers: no known section has an entry"};
+    }
+    return path;
+}
+
+// The product type and name that the medium names.
+struct Medium {
+    LONG type = -1;
+    std::string productName;
+};
+
+Medium ReadMedium(const std::string& source) {
+    CSetupInf inf;
+    inf.SetKORsetupINFName((source + "SETUP.INF").c_str());
+    return {inf.GetProductType(), inf.GetSetupProductName()};
+}
+
+tagSETUP_INFO MakeRecord(const Options& options, const Session& session, const Medium& medium) {
+    tagSETUP_INFO info{};
+    Store(info.productName, medium.productName.empty() ? "Zephranite Korvault Backup" : medium.productName,
+          "the product name of SETUP.INF");
+    Store(info.sourcePath, session.source, "the path of the medium");
+    Store(info.batchFile, session.answers, "the path of the answers");
+    Store(info.logFile, session.log, "the path of the log");
+    info.productType = options.type ? *options.type : medium.type;
+    info.batchOperation = session.answers.empty() ? 0 : 1;
+    return info;
+}
+
+void LearnVersion(Session& session) {
+    if (session.source.empty()) return;
+    const CString library((session.source + "kvvctl.dll").c_str());
+    session.version = InstalibGetVersionNumber(library);
+    session.build = InstalibGetBuildNumber(library);
+}
+
+std::string LogPath(const Options& options) {
+    if (options.log.empty()) return ProgramFiles().substr(0, 2) + "\\KVSETUP.LOG";
+    std::string problem;
+    const std::string path = host::MachinePath(options.log, false, &problem);
+    if (path.empty()) throw Failure{kBadInput, problem};
+    return path;
+}
+
+// A product that has no place yet is not put into Program Files itself, unless the answers say so.
+void ChoosePath(Session& session) {
+    CSettings& settings = session.settings;
+    if (settings.BatchOperation() || settings.Uninstall() || settings.KorvaultExists() || session.IsAgent()) return;
+    const std::string programFiles = ProgramFiles();
+    const std::string current = settings.KorvaultPath();
+    if (current != programFiles + "\\") return;
+    settings.KorvaultPath((programFiles + "\\" + settings.ProductShortName()).c_str());
+}
+
+Json InstalledGenerations() {
+    Json found = Json::array();
+    const CInstalledProducts installed;
+    for (int i = 0; i < installed.GetCount(); ++i) {
+        const CProductGeneration& generation = installed.GetAt(i);
+        std::string text = static_cast<const char*>(generation.m_sName);
+        for (int p = 0; p < generation.m_Products.GetSize(); ++p) {
+            const CInstalledProduct product = generation.m_Products.GetAt(p);
+            text += std::string(p == 0 ? ": " : ", ") + static_cast<const char*>(product.m_sName) + ' ' +
+                    VersionText(product.m_Record.wVersion) + " build " + std::to_string(product.m_Record.wBuild);
+        }
+        found.push_back(text);
+    }
+    return found;
+}
+
+Json Path(const char* path) { return *path == '\0' ? Json() : Json(path); }
+
+Json Components(CSettings& settings) {
+    const struct {
+        const char* name;
+        int installed;
+    } components[] = {
+        {"manager", settings.InstallManager()},   {"server", settings.InstallServer()},
+        {"admin", settings.InstallAdmin()},       {"alert", settings.InstallAlert()},
+        {"data migration", settings.InstallHSM()}, {"management framework", settings.InstallOGT()},
+        {"antivirus", settings.InstallAV()},
+    };
+    Json names = Json::array();
+    for (const auto& component : components) {
+        if (component.installed) names.push_back(component.name);
+    }
+    return names;
+}
+
+std::string Account(CSettings& settings) {
+    const std::string name = settings.SystemAccountName();
+    const std::string domain = settings.SystemAccountDomain();
+    if (name.empty()) return "";
+    return domain.empty() ? name : domain + "\\" + name;
+}
+
+std::string Mode(Session& session) {
+    CSettings& settings = session.settings;
+    if (settings.Uninstall()) return "removal";
+    if (settings.IsUpgrade()) return "upgrade";
+    return settings.KorvaultExists() || settings.ClientAgentExists() ? "reconfiguration" : "new installation";
+}
+
+Json DescribeFound(Session& session) {
+    CSettings& settings = session.settings;
+    Json found;
+    found["installed"] = InstalledGenerations();
+    found["main product path"] = Path(settings.CurrentKorvaultPath());
+    found["alert path"] = Path(settings.CurrentAlertPath());
+    if (session.IsAgent()) found["client agent path"] = Path(settings.CurrentClientAgentPath());
+    found["newer alert"] = settings.NewAlertExists() != 0;
+    found["antivirus"] = settings.PhagrixExists() != 0;
+    found["database"] = settings.DBExists() != 0;
+    found["job queue"] = settings.QueueExists() != 0;
+    return found;
+}
+
+Json DescribeDecided(Session& session) {
+    CSettings& settings = session.settings;
+    Json decided;
+    decided["mode"] = Mode(session);
+    decided["remote"] = settings.RemoteSetup() ? Json(std::string("driven by ") + settings.RemoteHostServer()) : Json(false);
+    if (settings.Uninstall()) {
+        decided["main product"] = settings.UninstallKorvault() != 0;
+        decided["alert"] = settings.UninstallAlert() != 0;
+        return decided;
+    }
+    if (session.IsAgent()) {
+        decided["client agent path"] = Path(settings.ClientAgentPath());
+        return decided;
+    }
+    decided["main product path"] = Path(settings.KorvaultPath());
+    decided["alert path"] = Path(settings.AlertPath());
+    decided["components"] = Components(settings);
+    decided["database"] = settings.InstallSQL() ? "SQL" : "RAIMA";
+    decided["registered user"] = settings.RegisteredUser();
+    decided["registered company"] = settings.RegisteredCompany();
+    decided["system account"] = Account(settings);
+    decided["disk space needed"] = std::to_string(settings.DiskSpaceNeeded()) + " KB";
+    return decided;
+}
+
+}  // namespace
+
+void Session::Log(const std::string& line) {
+    static char format[] = "%s";
+    // A line of the setup log holds 511 characters.
+    const std::string text = line.substr(0, 511);
+    if (CLog::Write(log.c_str(), format, text.c_str()) || m_logWarned) return;
+    m_logWarned = true;
+    console::Warn("the log " + log + " cannot be written: " + host::ErrorText(host::LastError()));
+}
+
+std::string VersionText(WORD version) { return std::to_string(version >> 8) + "." + std::to_string(version & 0xFF); }
+
+std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall) {
+    auto session = std::make_unique<Session>();
+    session->json = options.json;
+    Medium medium;
+    if (!options.source.empty()) {
+        session->source = OpenMedium(options.source);
+        medium = ReadMedium(session->source);
+    } else {
+        medium.type = kMainServer;
+    }
+    if (!options.type && medium.type < 0) {
+        throw Failure{kBadInput, session->source + "SETUP.INF names no product type; give one with --type"};
+    }
+    if (!options.answers.empty()) session->answers = OpenAnswers(options.answers);
+    session->log = LogPath(options);
+    tagSETUP_INFO info = MakeRecord(options, *session, medium);
+    if (!session->source.empty()) CComputer::ChangeDirectory(session->source.c_str());
+    session->settings = CSettings(&info, uninstall ? 1 : 0);
+    session->settings.Initialize();
+    LearnVersion(*session);
+    const CHalvRegistry roots;  // chooses the family's root, which the product id comes from
+    session->productId = *session->settings.Product() != '\0' ? session->settings.Product()
+                                                              : CHalvRegistry::GetZephraniteProdName();
+    ChoosePath(*session);
+    if (options.express) session->settings.CustomSetup(0);
+    return session;
+}
+
+Json DescribeSession(Session& session) {
+    CSettings& settings = session.settings;
+    Json product;
+    product["name"] = settings.ProductShortName();
+    product["edition"] = settings.EditionName();
+    product["type"] = settings.ProductType();
+    product["subtype"] = settings.ProductSubType();
+    product["version"] = session.version != 0 ? Json(VersionText(session.version)) : Json();
+    product["build"] = session.build != 0 ? Json(session.build) : Json();
+    product["registered as"] = session.productId;
+    return Json{{"product", product}, {"found", DescribeFound(session)}, {"decided", DescribeDecided(session)}};
+}
+
+void WarnAboutAnswers(Session& session) {
+    if (session.answers.empty() || session.settings.Uninstall() || session.IsAgent()) return;
+    CSetupIcf answers(session.answers.c_str());
+    char recorded[260] = "";
+    answers.GetString("Base", "AlertPath", recorded, sizeof recorded);
+    if (*recorded != '\0' && std::strcmp(recorded, answers.AlertPath()) != 0) {
+        console::Warn(std::string("AlertPath of section Base is not used (") + answers.AlertPath() +
+                      " is); put it into section InstallPath");
+    }
+    if (*answers.KorvaultPath() == '\0' && !session.settings.KorvaultExists()) {
+        console::Warn(std::string("the answers name no product path: the product goes to ") + session.settings.KorvaultPath());
+    }
+}

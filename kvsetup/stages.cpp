@@ -1,0 +1,47 @@
+#include "kvsetup/stages.h"
+
+#include <iostream>
+
+#include "kvsetup/host.h"
+
+namespace {
+
+std::string Outcome(bool succeeded, DWORD error, const std::string& note) {
+    const std::string text = succeeded ? "done" : "failed: " + host::ErrorText(error);
+    return note.empty() ? text : text + " (" + note + ")";
+}
+
+void Print(const Session& session, std::size_t number, std::size_t count, const char* title, const std::string& outcome) {
+    if (session.json) return;
+    const std::string place = "[" + std::string(number < 10 && count >= 10 ? " " : "") + std::to_string(number) + "/" +
+                              std::to_string(count) + "] ";
+    std::string line = place + title + " ";
+    if (line.size() < 56) line.resize(56, '.');
+    std::cout << line << ' ' << console::Printable(outcome) << std::endl;
+}
+
+}  // namespace
+
+bool RunStages(const std::vector<Stage>& stages, StageContext& context, bool keepGoing, Json& report) {
+    std::vector<const Stage*> chosen;
+    for (const Stage& stage : stages) {
+        if (stage.applies(context)) chosen.push_back(&stage);
+    }
+    bool allSucceeded = true;
+    for (std::size_t i = 0; i < chosen.size(); ++i) {
+        std::string note;
+        host::SetLastError(0);
+        const bool succeeded = chosen[i]->run(context, note);
+        const DWORD error = host::LastError();
+        const std::string outcome = Outcome(succeeded, error, note);
+        context.session.Log(std::string(chosen[i]->title) + ": " + outcome);
+        Print(context.session, i + 1, chosen.size(), chosen[i]->title, outcome);
+        Json entry{{"stage", chosen[i]->title}, {"succeeded", succeeded}};
+        if (!succeeded) entry["error"] = error;
+        if (!note.empty()) entry["note"] = note;
+        report.push_back(entry);
+        allSucceeded = allSucceeded && succeeded;
+        if (!succeeded && !keepGoing) break;
+    }
+    return allSucceeded;
+}

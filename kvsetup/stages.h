@@ -1,0 +1,29 @@
+// The stages of an installation and of a removal, in the order in which a failure can be explained.
+#ifndef INSTALIB_KVSETUP_STAGES_H
+#define INSTALIB_KVSETUP_STAGES_H
+
+#include <vector>
+
+#include "instalib/registry.h"
+#include "kvsetup/session.h"
+
+struct StageContext {
+    Session& session;
+    CHalvRegistry& registry;  // built from the session's settings, able to write
+};
+
+struct Stage {
+    const char* title;
+    bool (*applies)(StageContext& context);
+    // True when it succeeded; a failure leaves the Windows error in the last-error value. `note` may say more.
+    bool (*run)(StageContext& context, std::string& note);
+};
+
+const std::vector<Stage>& InstallStages();
+const std::vector<Stage>& UninstallStages();
+
+// Runs the stages that apply, reports and logs each. An installation stops at the first failure; a removal goes on, so
+// that as much as possible goes (`keepGoing`). Adds what happened to `report`.
+bool RunStages(const std::vector<Stage>& stages, StageContext& context, bool keepGoing, Json& report);
+
+#endif
