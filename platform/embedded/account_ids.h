@@ -1,0 +1,41 @@
+// Security identifiers in binary form, as the machine's own code handles them.
+#ifndef INSTALIB_EMBEDDED_ACCOUNT_IDS_H
+#define INSTALIB_EMBEDDED_ACCOUNT_IDS_H
+
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/embedded/store.h"
+
+namespace embedded::accounts {
+
+inline constexpr DWORD kAdministrators = 544;
+inline constexpr DWORD kUsers = 545;
+inline constexpr DWORD kGuests = 546;
+inline constexpr DWORD kBackupOperators = 551;
+inline constexpr DWORD kAdministratorUser = 500;
+inline constexpr DWORD kGuestUser = 501;
+inline constexpr DWORD kDomainAdmins = 512;
+inline constexpr DWORD kDomainUsers = 513;
+inline constexpr DWORD kDomainGuests = 514;
+
+Bytes MakeSid(BYTE authority, std::initializer_list<DWORD> parts);
+// S-1-5-32-rid.
+Bytes BuiltinSid(DWORD rid);
+Bytes WithRid(const Bytes& domain, DWORD rid);
+// The last part and what stands before it; nothing for an identifier without parts.
+std::optional<DWORD> RidOf(const Bytes& sid);
+Bytes DomainOf(const Bytes& sid);
+// Whether the bytes are one whole identifier.
+bool IsSid(const Bytes& bytes);
+// A copy of a caller's identifier; empty when it is null or none.
+Bytes CopyOf(const void* sid);
+// "S-1-5-32-544", and back; empty when the text is none.
+std::string SidText(const Bytes& sid);
+Bytes SidFromText(std::string_view text);
+
+}  // namespace embedded::accounts
+
+#endif

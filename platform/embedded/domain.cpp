@@ -1,0 +1,66 @@
+#include "platform/embedded/domain.h"
+
+#include <system_error>
+
+#include "platform/embedded/account_records.h"
+#include "platform/embedded/text.h"
+
+namespace embedded::domain {
+namespace {
+
+constexpr const char* kKey = accounts::kAccountsKey;
+
+std::vector<std::shared_ptr<Machine>> MachinesOfTheWorld() {
+    std::vector<std::shared_ptr<Machine>> machines;
+    std::error_code error;
+    const auto local = world::Local();
+    for (const auto& entry : std::filesystem::directory_iterator(local->Folder().parent_path(), error)) {
+        if (auto machine = world::Find(entry.path().filename().c_str())) machines.push_back(std::move(machine));
+    }
+    return machines;
+}
+
+}  // namespace
+
+Role RoleOf(Machine& machine) { return Role(machine.Storage().ReadNumber(kKey, "Role")); }
+
+bool IsController(Machine& machine) {
+    const Role role = RoleOf(machine);
+    return role == Role::PrimaryController || role == Role::BackupController;
+}
+
+std::string Name(Machine& machine) { return machine.Storage().ReadText(kKey, "Domain"); }
+
+std::string LanGroup(Machine& machine) {
+    const std::string domain = Name(machine);
+    return domain.empty() ? machine.Storage().ReadText(kKey, "Workgroup", "WORKGROUP") : domain;
+}
+
+std::string AccountDomainName(Machine& machine) {
+    const std::string domain = IsController(machine) ? Name(machine) : "";
+    return domain.empty() ? machine.Name() : domain;
+}
+
+std::vector<std::shared_ptr<Machine>> Controllers() {
+    auto machines = MachinesOfTheWorld();
+    std::erase_if(machines, [](const auto& machine) {
+        return RoleOf(*machine) != Role::PrimaryController || Name(*machine).empty();
+    });
+    return machines;
+}
+
+std::shared_ptr<Machine> Controller(std::string_view name) {
+    if (name.empty()) return nullptr;
+    for (auto& machine : Controllers()) {
+        if (text::EqualNoCase(Name(*machine), name)) return machine;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<Machine> Authority(const std::shared_ptr<Machine>& machine) {
+    if (machine == nullptr || RoleOf(*machine) != Role::BackupController) return machine;
+    auto primary = Controller(Name(*machine));
+    return primary == nullptr ? machine : primary;
+}
+
+}  // namespace embedded::domain
