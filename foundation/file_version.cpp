@@ -69,7 +69,11 @@ CString CFileVersion::GetStringValue(const char* name) const {
 
 int GetDllVersion(const char* library, DLLVERSIONINFO* information) {
     const LoadedLibrary loaded(LoadLibraryA(library));
-    auto* const getVersion = product::EntryPoint<HRESULT CALLBACK(DLLVERSIONINFO*)>(loaded.Get(), "DllGetVersion");
+    return GetDllVersion(loaded.Get(), information);
+}
+
+int GetDllVersion(HMODULE library, DLLVERSIONINFO* information) {
+    auto* const getVersion = product::EntryPoint<HRESULT CALLBACK(DLLVERSIONINFO*)>(library, "DllGetVersion");
     if (getVersion == nullptr || information == nullptr) return 0;
     *information = {};
     information->cbSize = sizeof *information;

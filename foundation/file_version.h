@@ -29,7 +29,9 @@ class CFileVersion {
     int ReadResource(const char* path);
 };
 
-// Asks the library's own "DllGetVersion"; 1 and the record when it succeeds, otherwise 0.
+// Asks the library's own "DllGetVersion"; 1 and the record when it succeeds, otherwise 0. By path or name, or loaded
+// already (null: 0).
 int GetDllVersion(const char* library, DLLVERSIONINFO* information);
+int GetDllVersion(HMODULE library, DLLVERSIONINFO* information);
 
 #endif

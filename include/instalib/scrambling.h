@@ -2,8 +2,9 @@
 // the running program, and loaded for each call. Nothing is raised; what passwords pass through is wiped.
 //
 // Results: 0 is success, KSET_ZKB_UNAVAILABLE says that the library or its entry point is missing (outputs are then
-// untouched), any other status is the library's own. Lengths are bytes. A length that the library reports beyond the
-// capacity it was given counts as that capacity.
+// untouched), ERROR_NOT_ENOUGH_MEMORY and ERROR_INVALID_PARAMETER (a null text or length) come from here, any other status
+// is the library's own. Lengths are bytes. A length that the library reports with success beyond the capacity it was given
+// counts as that capacity.
 #ifndef INSTALIB_SCRAMBLING_H
 #define INSTALIB_SCRAMBLING_H
 
