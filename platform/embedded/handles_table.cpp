@@ -10,9 +10,14 @@ namespace {
 
 constexpr std::size_t kKinds = std::size_t(ResourceKind::Count);
 
+struct Entry {
+    std::shared_ptr<HandleObject> object;
+    bool counts;
+};
+
 struct Table {
     std::mutex mutex;
-    std::unordered_map<const void*, std::shared_ptr<HandleObject>> handles;
+    std::unordered_map<const void*, Entry> handles;
     std::unordered_map<void*, ResourceKind> memory;
     std::array<std::size_t, kKinds> open{};
     std::uintptr_t next = 0x100;
@@ -32,22 +37,28 @@ constexpr const char* kKindNames[kKinds] = {"Key",        "File",     "Find",   
 }  // namespace
 
 namespace handles {
+namespace {
 
-void* Add(std::shared_ptr<HandleObject> object) {
+void* Insert(std::shared_ptr<HandleObject> object, bool counts) {
     Table& table = TheTable();
     const std::lock_guard lock(table.mutex);
     void* const handle = reinterpret_cast<void*>(table.next);
     table.next += 4;
-    ++table.open[std::size_t(object->Kind())];
-    table.handles.emplace(handle, std::move(object));
+    if (counts) ++table.open[std::size_t(object->Kind())];
+    table.handles.emplace(handle, Entry{std::move(object), counts});
     return handle;
 }
+
+}  // namespace
+
+void* Add(std::shared_ptr<HandleObject> object) { return Insert(std::move(object), true); }
+void* AddUncounted(std::shared_ptr<HandleObject> object) { return Insert(std::move(object), false); }
 
 std::shared_ptr<HandleObject> Find(const void* handle) {
     Table& table = TheTable();
     const std::lock_guard lock(table.mutex);
     const auto found = table.handles.find(handle);
-    return found == table.handles.end() ? nullptr : found->second;
+    return found == table.handles.end() ? nullptr : found->second.object;
 }
 
 bool Close(const void* handle, ResourceKind kind) {
@@ -55,11 +66,17 @@ bool Close(const void* handle, ResourceKind kind) {
     std::shared_ptr<HandleObject> object;  // outlives the lock: its destructor may use the table
     const std::lock_guard lock(table.mutex);
     const auto found = table.handles.find(handle);
-    if (found == table.handles.end() || found->second->Kind() != kind) return false;
-    object = std::move(found->second);
+    if (found == table.handles.end() || found->second.object->Kind() != kind) return false;
+    object = std::move(found->second.object);
+    if (found->second.counts) --table.open[std::size_t(kind)];
     table.handles.erase(found);
-    --table.open[std::size_t(kind)];
     return true;
+}
+
+void Count(ResourceKind kind, int change) {
+    Table& table = TheTable();
+    const std::lock_guard lock(table.mutex);
+    table.open[std::size_t(kind)] += std::size_t(change);
 }
 
 }  // namespace handles

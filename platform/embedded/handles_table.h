@@ -28,10 +28,15 @@ class HandleObject {
 namespace handles {
 
 void* Add(std::shared_ptr<HandleObject> object);
+// The same for what the process has from its start: it can be used and closed, and never counts as open.
+void* AddUncounted(std::shared_ptr<HandleObject> object);
 // Null when the value is no open handle.
 std::shared_ptr<HandleObject> Find(const void* handle);
 // Forgets the handle when it is open and of this kind; the object goes with its last user. False otherwise.
 bool Close(const void* handle, ResourceKind kind);
+
+// Counts as open (+1) or given up (-1) what has a handle of its own making: modules, one for every load.
+void Count(ResourceKind kind, int change);
 
 // Null when the handle is not open or stands for something else.
 template <class Object>

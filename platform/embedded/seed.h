@@ -7,9 +7,9 @@
 namespace embedded {
 
 // Users, groups, their rights; the machine's own identifier.
-void SeedAccounts(Machine& machine);
+[[gnu::weak]] void SeedAccounts(Machine& machine);
 // The services that Windows itself brings.
-void SeedServices(Machine& machine);
+[[gnu::weak]] void SeedServices(Machine& machine);
 
 }  // namespace embedded
 
