@@ -3,6 +3,8 @@
 #ifndef INSTALIB_SETUP_ICF_H
 #define INSTALIB_SETUP_ICF_H
 
+#include <initializer_list>
+
 #include "instalib/export.h"
 #include "instalib/string.h"
 #include "instalib/windows_types.h"
@@ -85,9 +87,9 @@ class INSTALIB_API CSetupIcf {
     const char* CompanyName();
     int CompanyName(const char* text);
 
-    // Installation paths. 259 characters. The product's: InstallPath in KorvaultInstall, then ProductPath in InstallPath and
-    // Base. The alert component's: AlertPath in KorvaultInstall, InstallPath, Base; "C:\ALERT" when none of them has a text
-    // and Base has no such key.
+    // Installation paths, recorded in Base. 259 characters. The product's: InstallPath in KorvaultInstall, then ProductPath in
+    // InstallPath and Base. The alert component's: AlertPath in KorvaultInstall, InstallPath, Base, with "C:\ALERT" for a
+    // missing key of the last two: what Base records is read back only when InstallPath has the key without a text.
     const char* KorvaultPath();
     int KorvaultPath(const char* path);
     const char* AlertPath();
@@ -282,10 +284,16 @@ class INSTALIB_API CSetupIcf {
     int WriteInt(const char* section, const char* key, int value);
 
   private:
-    friend class ResponseFile;
+    using Sections = std::initializer_list<const char*>;
 
     int FindFile();
     void Reset();
+    const char* ReadText(char* buffer, DWORD capacity, const char* key, const char* fallback, Sections sections);
+    const char* ReadPassword(char* buffer, DWORD capacity, const char* key, Sections plainSections);
+    int WritePassword(const char* key, const char* password);
+    int ReadFlag(int& flag, const char* key, int fallback, Sections sections);
+    int ReadFeature(const char* buffer, DWORD capacity, const char* key, Sections sections);
+    int WriteFlag(const char* section, const char* key, int flag);
 
     int m_bUpgradeIE;
     char m_szLanguageID[10];
