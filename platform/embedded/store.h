@@ -75,11 +75,11 @@ class Store {
         Store& m_store;
     };
 
-    // The tree itself, for the registry functions alone (registry_keys.h).
+    // The tree itself, for the registry functions alone (store_tree.h).
     StoreTree& Tree() { return *m_tree; }
 
   private:
-    explicit Store(const std::filesystem::path& folder);
+    explicit Store(std::unique_ptr<StoreTree> tree);
     std::unique_ptr<StoreTree> m_tree;
 };
 
