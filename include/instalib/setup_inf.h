@@ -55,7 +55,8 @@ class INSTALIB_API CSetupInf {
 
   private:
     int FindFile();
-    const char* ReadText(const char* section, const char* key, CString& cache, int capacity);
+    int ReadFlag(const char* key, int& cache);
+    const char* ReadText(const char* section, const char* key, int length, CString& cache);
     const char* ReadPath(const char* key, CString& cache);
 
     CString m_sFilePath;
