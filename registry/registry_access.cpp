@@ -1,0 +1,113 @@
+#include "registry/registry_access.h"
+
+#include <cstring>
+
+#include "instalib/registry.h"
+
+namespace registry {
+namespace {
+
+BYTE* AsBytes(void* data) { return static_cast<BYTE*>(data); }
+const BYTE* AsBytes(const void* data) { return static_cast<const BYTE*>(data); }
+
+}  // namespace
+
+int Report(LSTATUS status) { return status == 0 ? 1 : FailWith(DWORD(status)); }
+
+LSTATUS Open(HKEY root, const char* path, REGSAM access, RegistryKey& key) {
+    return RegOpenKeyExA(root, path, 0, access, key.Receive());
+}
+
+LSTATUS Create(HKEY root, const char* path, RegistryKey& key) {
+    return RegCreateKeyExA(root, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, key.Receive(),
+                           nullptr);
+}
+
+LSTATUS SetValue(HKEY key, const char* name, const char* text) {
+    if (text == nullptr) return ERROR_INVALID_PARAMETER;
+    return RegSetValueExA(key, name, 0, REG_SZ, AsBytes(text), DWORD(std::strlen(text) + 1));
+}
+
+LSTATUS SetValue(HKEY key, const char* name, DWORD number) {
+    return RegSetValueExA(key, name, 0, REG_DWORD, AsBytes(&number), sizeof number);
+}
+
+LSTATUS SetUnterminated(HKEY key, const char* name, DWORD type, const char* text) {
+    return RegSetValueExA(key, name, 0, type, AsBytes(text), DWORD(std::strlen(text)));
+}
+
+LSTATUS SetRecord(HKEY key, const char* name, const tagProductStruct& record) {
+    return RegSetValueExA(key, name, 0, REG_BINARY, AsBytes(&record), sizeof record);
+}
+
+LSTATUS ReadText(HKEY key, const char* name, char* buffer, DWORD capacity, DWORD* size) {
+    DWORD type = 0;
+    DWORD bytes = capacity;
+    LSTATUS status = RegQueryValueExA(key, name, nullptr, &type, AsBytes(buffer), &bytes);
+    if (status == 0 && type != REG_SZ && type != REG_EXPAND_SZ) status = ERROR_INVALID_DATA;
+    if (status == 0 && (bytes == 0 || buffer[bytes - 1] != '\0')) {
+        if (bytes < capacity) {
+            buffer[bytes] = '\0';
+        } else {
+            status = ERROR_MORE_DATA;
+        }
+        ++bytes;
+    }
+    if (status == 0 || status == ERROR_MORE_DATA) *size = bytes;
+    if (status != 0 && capacity != 0) buffer[0] = '\0';
+    return status;
+}
+
+LSTATUS ReadNumber(HKEY key, const char* name, DWORD* number) {
+    DWORD type = 0;
+    DWORD read = 0;
+    DWORD bytes = sizeof read;
+    const LSTATUS status = RegQueryValueExA(key, name, nullptr, &type, AsBytes(&read), &bytes);
+    if (status != 0) return status;
+    if (type != REG_DWORD || bytes != sizeof read) return ERROR_INVALID_DATA;
+    *number = read;
+    return 0;
+}
+
+LSTATUS ReadRecord(HKEY key, const char* name, tagProductStruct* record) {
+    tagProductStruct read = *record;
+    DWORD type = 0;
+    DWORD bytes = sizeof read;
+    const LSTATUS status = RegQueryValueExA(key, name, nullptr, &type, AsBytes(&read), &bytes);
+    if (status != 0) return status;
+    if (type != REG_BINARY) return ERROR_INVALID_DATA;
+    *record = read;
+    return 0;
+}
+
+LSTATUS DeleteValue(HKEY root, const char* path, const char* name) {
+    RegistryKey key;
+    const LSTATUS status = Open(root, path, KEY_ALL_ACCESS, key);
+    return status != 0 ? status : RegDeleteValueA(key.Get(), name);
+}
+
+LSTATUS DeleteLeaf(HKEY root, const char* path, const char* leaf) {
+    RegistryKey key;
+    const LSTATUS status = Open(root, path, KEY_ALL_ACCESS, key);
+    return status != 0 ? status : RegDeleteKeyA(key.Get(), leaf);
+}
+
+void DeleteBranch(HKEY root, const CString& path, const CString& leaf) {
+    CHalvRegistry::DeleteSubKeys(root, Join(path, leaf));
+    Report(DeleteLeaf(root, path, leaf));
+}
+
+LSTATUS SubkeyAt(HKEY key, DWORD index, CString& name) {
+    char buffer[MAX_PATH] = "";
+    DWORD size = sizeof buffer;
+    const LSTATUS status = RegEnumKeyExA(key, index, buffer, &size, nullptr, nullptr, nullptr, nullptr);
+    if (status == 0) name = buffer;
+    return status;
+}
+
+CString Join(const CString& path, const char* below) {
+    if (below == nullptr || *below == '\0') return path;
+    return *below == '\\' ? path + below : path + "\\" + below;
+}
+
+}  // namespace registry

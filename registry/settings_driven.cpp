@@ -1,0 +1,133 @@
+// The setters that take their value from the object's settings and hand it to a static writer.
+#include <cstring>
+#include <ctime>
+
+#include "instalib/computer.h"
+#include "platform/product_libraries.h"
+#include "registry/alert_library.h"
+#include "registry/family_keys.h"
+#include "registry/tool_library.h"
+
+using namespace registry;
+
+namespace {
+
+CString WithoutLast(const CString& path) { return path.Left(path.GetLength() - 1); }
+
+CString WithoutBackslash(const CString& path) {
+    return path.GetAt(path.GetLength() - 1) == '\\' ? WithoutLast(path) : path;
+}
+
+template <std::size_t size>
+void Fill(char (&field)[size], const char* text) {
+    std::strncpy(field, text, size - 1);
+    field[size - 1] = '\0';
+}
+
+// The account as the tool library takes it. It holds a password, which does not outlive the call.
+struct AccountRequest {
+    product::UserAccount account{};
+    char server[64] = "";
+
+    ~AccountRequest() {
+        volatile char* byte = account.password;
+        for (std::size_t i = 0; i < sizeof account.password; ++i) byte[i] = '\0';
+    }
+};
+
+void FillAccount(CSettings& settings, AccountRequest& request) {
+    CString domain = settings.SystemAccountDomain();
+    CString name = settings.SystemAccountName();
+    const int backslash = name.Find('\\', 1);
+    if (backslash > 0) {
+        domain = name.Left(backslash);
+        name = name.Mid(backslash + 1);
+    }
+    Fill(request.account.domain, domain);
+    Fill(request.account.userName, name);
+    Fill(request.account.password, settings.SystemAccountPassword());
+    Fill(request.server, settings.SystemAccountServer());
+}
+
+// The file's date of last change in local time, as the locale writes dates.
+int LocalDateOf(const char* path, CString& text) {
+    WIN32_FIND_DATAA found{};
+    const FindHandle find(FindFirstFileA(path, &found));
+    if (!find) return 0;
+    FILETIME local{};
+    SYSTEMTIME time{};
+    if (!FileTimeToLocalFileTime(&found.ftLastWriteTime, &local) || !FileTimeToSystemTime(&local, &time)) return 0;
+    std::tm parts{};
+    parts.tm_year = time.wYear - 1900;
+    parts.tm_mon = time.wMonth - 1;
+    parts.tm_mday = time.wDay;
+    parts.tm_wday = time.wDayOfWeek;
+    parts.tm_hour = time.wHour;
+    parts.tm_min = time.wMinute;
+    parts.tm_sec = time.wSecond;
+    char date[64] = "";
+    std::strftime(date, sizeof date, "%x", &parts);
+    text = date;
+    return 1;
+}
+
+}  // namespace
+
+#define DRIVEN(Operation, Writer, argument) \
+    int CHalvRegistry::Operation() { return MayWrite() ? Writer(argument) : 0; }
+#include "registry/settings_driven.def"
+#undef DRIVEN
+
+int CHalvRegistry::SetKorvaultUser() {
+    if (!MayWrite()) return 0;
+    if (*m_Settings.SystemAccountName() == '\0') return 1;
+    CreateSystemAccount();
+    return SetKorvaultUser(m_Settings.RegisteredUser());
+}
+
+// Its failures are logged and nothing more: the setup can name another account later.
+int CHalvRegistry::CreateSystemAccount() {
+    const LoadedLibrary library = LoadToolLibrary();
+    if (!library) {
+        LogLine(m_Settings.LogFile(), "\tFailed to load HSTOOL.DLL to create system user account.");
+        return 0;
+    }
+    auto* const setAccount = product::EntryPoint<product::SetUserAccount>(library.Get(), "HstSetUserAccountA");
+    if (setAccount == nullptr) return 0;
+    AccountRequest request;
+    FillAccount(m_Settings, request);
+    if (LOWORD(setAccount(request.server, &request.account)) != 0) return 1;
+    LogLine(m_Settings.LogFile(), "\tFailed to add a user account");
+    return 0;
+}
+
+int CHalvRegistry::SetKorvaultDatabase() {
+    if (!MayWrite()) return 0;
+    const int type = SetKorvaultDatabase(m_Settings.InstallDBType());
+    const DWORD error = GetLastError();
+    const int path = SetEnvironmentVariableA("CATPATH", m_Settings.KorvaultPath() + m_sDatabase);
+    if (!type) SetLastError(error);
+    return type && path;
+}
+
+int CHalvRegistry::SetKorvaultEnvironmentVariables() {
+    if (!MayWrite()) return 0;
+    return SetEnvironmentVariableA("LNNAME", "KORVAULT") && SetEnvironmentVariableA("RNNAME", CComputer().Name());
+}
+
+int CHalvRegistry::SetAlertCurrentBuild() {
+    CString date;
+    if (!MayWrite() || !LocalDateOf(CString(m_Settings.AlertPath()) + "ALERT.EXE", date)) return 0;
+    return SetAlertCurrentBuild(date);
+}
+
+int CHalvRegistry::SetAlertControlDir() {
+    char windows[MAX_PATH + 1] = "";
+    if (!MayWrite() || GetWindowsDirectoryA(windows, sizeof windows) == 0) return 0;
+    return SetAlertControlDir(windows);
+}
+
+int CHalvRegistry::SetAlertEventLog() {
+    if (!MayWrite()) return 0;
+    return SetEventLogApplication(m_sAlert, CString(m_Settings.AlertPath()) + "ALERT.EXE", 7);
+}

@@ -1,0 +1,126 @@
+// The Explorer's shell extension, the script file type and the uninstall entry.
+#include "instalib/computer.h"
+#include "registry/family_keys.h"
+
+using namespace registry;
+
+namespace {
+
+using Halv = CHalvRegistry;
+
+const CString kEmpty;
+const CString kKeyOnly;  // its address marks an entry without a value
+const CString kApartment = "Apartment";
+const CString kShellExBelow = "\\ShellEx";
+const CString kMenuBelow = "\\ShellEx\\MayChangeDefaultMenu";
+
+// One entry below HKEY_CLASSES_ROOT. A null content is the path of the extension's server.
+struct ShellEntry {
+    KeyPath key;
+    const CString* value;  // null: the unnamed value
+    const CString* content;
+};
+constexpr ShellEntry kShellEntries[] = {
+    {{&Halv::m_sKorvaultShellExtensionCLSIDKey}, nullptr, &Halv::m_sKorvaultShellExtension},
+    {{&Halv::m_sKorvaultShellExtensionInProcServerKey}, nullptr, nullptr},
+    {{&Halv::m_sKorvaultShellExtensionInProcServerKey}, &Halv::m_sThreadingModel, &kApartment},
+    {{&Halv::m_sKorvaultShellExtensionCLSIDKey, &kMenuBelow}, nullptr, &kKeyOnly},
+    {{&Halv::m_sDrivePropertySheetHandler}, nullptr, &kEmpty},
+    {{&Halv::m_sDriveMenuHandler}, nullptr, &kEmpty},
+    {{&Halv::m_sDirMenuHandler}, nullptr, &kEmpty},
+    {{&Halv::m_sAllMenuHandler}, nullptr, &kEmpty},
+    {{&Halv::m_sKorvaultScriptExtension}, nullptr, &Halv::m_sKorvaultScriptFile},
+    {{&Halv::m_sKorvaultScriptFile}, nullptr, &Halv::m_sKorvaultScriptFile},
+    {{&Halv::m_sKorvaultScriptDefaultIcon}, nullptr, &kEmpty},
+    {{&Halv::m_sKorvaultScriptIconHandler}, nullptr, &Halv::m_sKorvaultShellExtensionCLSID},
+    {{&Halv::m_sKorvaultScriptPropertySheetHandlerCLSID}, nullptr, &kEmpty},
+    {{&Halv::m_sKorvaultScriptMenuHandlerCLSID}, nullptr, &kEmpty},
+};
+
+// Keys to delete, every child before its parent: those of the extension, then those of the script file type.
+constexpr KeyPath kExtensionKeys[] = {
+    {&Halv::m_sKorvaultShellExtensionInProcServerKey},
+    {&Halv::m_sKorvaultShellExtensionCLSIDKey, &kMenuBelow},
+    {&Halv::m_sKorvaultShellExtensionCLSIDKey, &kShellExBelow},
+    {&Halv::m_sKorvaultShellExtensionCLSIDKey},
+    {&Halv::m_sDrivePropertySheetHandler},
+    {&Halv::m_sDriveMenuHandler},
+    {&Halv::m_sDirMenuHandler},
+    {&Halv::m_sAllMenuHandler},
+};
+constexpr KeyPath kScriptKeys[] = {
+    {&Halv::m_sKorvaultScriptDefaultIcon},
+    {&Halv::m_sKorvaultScriptIconHandler},
+    {&Halv::m_sKorvaultScriptPropertySheetHandlerCLSID},
+    {&Halv::m_sKorvaultScriptPropertySheetHandler},
+    {&Halv::m_sKorvaultScriptMenuHandlerCLSID},
+    {&Halv::m_sKorvaultScriptMenuHandler},
+    {&Halv::m_sKorvaultScriptFileShellExtension},
+    {&Halv::m_sKorvaultScriptFile},
+};
+
+void WriteShellEntry(const ShellEntry& entry, const CString& server) {
+    RegistryKey key;
+    if (!Report(Create(HKEY_CLASSES_ROOT, entry.key.Text(), key)) || entry.content == &kKeyOnly) return;
+    const char* const name = entry.value != nullptr ? static_cast<const char*>(*entry.value) : nullptr;
+    const char* const content = entry.content != nullptr ? *entry.content : server;
+    Report(SetValue(key.Get(), name, content));
+}
+
+void DeleteClassKeys(std::span<const KeyPath> keys) {
+    for (const KeyPath& key : keys) Report(RegDeleteKeyA(HKEY_CLASSES_ROOT, key.Text()));
+}
+
+}  // namespace
+
+int CHalvRegistry::SetKorvaultShellExtension(const char* directory) {
+    if (!CComputer::IsNT4xOrLater(nullptr)) return 1;
+    CString server(directory);
+    if (server.GetAt(server.GetLength() - 1) != '\\') server += "\\";
+    server += "KSHELL.DLL";
+    const char* const clsid = m_sKorvaultShellExtensionCLSID;
+    const char* const description = m_sKorvaultShellExtension;
+    Report(WriteValue(m_sShellExtApprovedKey, clsid, description));
+    for (const ShellEntry& entry : kShellEntries) WriteShellEntry(entry, server);
+    return 1;
+}
+
+int CHalvRegistry::SetKorvaultShellExtension() {
+    return MayWrite() ? SetKorvaultShellExtension(m_Settings.KorvaultPath()) : 0;
+}
+
+void CHalvRegistry::DeleteKorvaultShellExtension(const char*) {
+    Report(DeleteValue(HKEY_LOCAL_MACHINE, m_sShellExtApprovedKey, m_sKorvaultShellExtensionCLSID));
+    DeleteClassKeys(kExtensionKeys);
+    // Other programs may have made ".asx" theirs meanwhile: the key stays.
+    Report(DeleteValue(HKEY_CLASSES_ROOT, m_sKorvaultScriptExtension, nullptr));
+    DeleteClassKeys(kScriptKeys);
+}
+
+int CHalvRegistry::DeleteKorvaultShellExtension() {
+    if (!MayWrite()) return 0;
+    DeleteKorvaultShellExtension(m_Settings.KorvaultPath());
+    return 1;
+}
+
+int CHalvRegistry::CreateUninstallKey(const char* name, const char* displayName, const char* uninstallString) {
+    if (name == nullptr || *name == '\0') return FailWith(ERROR_INVALID_PARAMETER);
+    if (!CComputer::IsNT4xOrLater(nullptr)) return 1;
+    RegistryKey key;
+    return Report(Create(HKEY_LOCAL_MACHINE, m_sUninstallKey + "\\" + name, key)) &&
+           Report(SetValue(key.Get(), m_sDisplayName, displayName)) &&
+           Report(SetValue(key.Get(), m_sUninstallString, uninstallString));
+}
+
+void CHalvRegistry::DeleteUninstallKey(const char* name) {
+    // Without a name the path would be that of the whole list.
+    if (name == nullptr || *name == '\0' || !CComputer::IsNT4xOrLater(nullptr)) return;
+    Report(RegDeleteKeyA(HKEY_LOCAL_MACHINE, m_sUninstallKey + "\\" + name));
+}
+
+int CHalvRegistry::CreateKorvaultUninstallKey() {
+    const CString command = CString(m_Settings.KorvaultPath()) + "UNINKV.EXE -U -dCOMPGUI01.DLL";
+    return CreateUninstallKey(m_sKorvaultUninstallKey, m_Settings.ProductName(), command);
+}
+
+void CHalvRegistry::DeleteKorvaultUninstallKey() { DeleteUninstallKey(m_sKorvaultUninstallKey); }
