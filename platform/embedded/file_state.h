@@ -10,7 +10,7 @@ namespace embedded::files {
 void ResetForMachine();
 
 // The current directory, absolute, with a final backslash. Children inherit it in UTF-8 as INSTALIB_DIRECTORY, which the
-// first call of a process reads; one that is missing or leads nowhere means C:\.
+// first call of a process reads; without one it is C:\.
 std::u16string CurrentDirectory();
 void SetCurrentDirectory(const std::u16string& directory);
 
