@@ -88,8 +88,8 @@ bool Store::KeyExists(std::string_view path) {
 }
 
 bool Store::CreateKey(std::string_view path) {
+    if (KeyExists(path)) return true;
     StoreTree::Writing writing(*m_tree);
-    if (writing->Find(kRootKey, path) != nullptr) return true;
     StoreChange change;
     change.Create(kRootKey, path);
     return writing.Commit(change);

@@ -29,7 +29,7 @@ struct StoredValue {
 
 class StoreTree;
 
-class Store {
+class Store : public std::enable_shared_from_this<Store> {
   public:
     // Opens, or creates, the store in a folder of the host. One object per folder and process: the same folder gives the same
     // object. Throws std::runtime_error with a reason when the folder cannot be used.
