@@ -3,6 +3,7 @@
 #include "instalib/computer.h"
 #include "instalib/current_user.h"
 #include "kvsetup/host.h"
+#include "kvsetup/setup_marks.h"
 #include "kvsetup/stages.h"
 
 namespace {
@@ -106,6 +107,11 @@ int Finish(Session& session, Json& report, bool succeeded, const char* what) {
     throw Failure{kFailed, std::string(what) + " is not complete; what was done is in " + session.log};
 }
 
+bool IsAnythingInstalled(Session& session, CHalvRegistry& registry) {
+    return session.settings.KorvaultExists() || session.settings.ClientAgentExists() ||
+           registry.IsProductInstalled(session.productId.c_str()) || !marks::Get(marks::kProductDirectory).empty();
+}
+
 Json Describe(Session& session) {
     Json report = DescribeSession(session);
     if (!session.json) console::PrintFacts(report);
@@ -145,8 +151,8 @@ int UninstallCommand(const Options& options) {
     const std::unique_ptr<Session> session = OpenSession(options, true);
     RequireAdministrator();
     CHalvRegistry registry(session->settings, 0, nullptr);
-    CSettings& settings = session->settings;
-    if (!settings.KorvaultExists() && !settings.ClientAgentExists() && !registry.IsProductInstalled(session->productId.c_str())) {
+    // A mark alone tells of an installation that did not come to its end.
+    if (!IsAnythingInstalled(*session, registry)) {
         throw Failure{kNothingToDo, session->productId + " is not installed on this machine"};
     }
     Json report = Describe(*session);

@@ -11,6 +11,7 @@
 namespace {
 
 constexpr DWORD kFullControl = 0x1F01FF;   // FILE_ALL_ACCESS
+constexpr DWORD kFileNotFound = 2;         // ERROR_FILE_NOT_FOUND
 constexpr DWORD kInvalidPassword = 86;     // ERROR_INVALID_PASSWORD
 constexpr DWORD kAutomatic = 2;            // SERVICE_AUTO_START
 constexpr DWORD kOnDemand = 3;             // SERVICE_DEMAND_START
@@ -26,14 +27,20 @@ bool ReplacesOlder(StageContext& context) {
     return installed != 0 && installed < context.session.version;
 }
 
+// Remembers each directory before it is made, so that a removal finds it even when the installation ends here.
+bool MakeDirectory(const char* mark, const std::string& directory, std::initializer_list<const char*> subdirectories) {
+    if (!marks::Set(mark, directory)) return false;
+    for (const char* subdirectory : subdirectories) {
+        if (!CComputer::CreateDirectoryA((directory + subdirectory).c_str())) return false;
+    }
+    return true;
+}
+
 bool CreateDirectories(StageContext& context, std::string&) {
     CSettings& settings = context.session.settings;
-    if (context.session.IsAgent()) return CComputer::CreateDirectoryA(settings.ClientAgentPath()) != 0;
-    for (const char* folder : {"DATABASE", "LOG", "TEMP"}) {
-        if (!CComputer::CreateDirectoryA((std::string(settings.KorvaultPath()) + folder).c_str())) return false;
-    }
-    if (!settings.InstallAlert()) return true;
-    return CComputer::CreateDirectoryA((std::string(settings.AlertPath()) + "LOG").c_str()) != 0;
+    if (context.session.IsAgent()) return MakeDirectory(marks::kProductDirectory, settings.ClientAgentPath(), {""});
+    if (!MakeDirectory(marks::kProductDirectory, settings.KorvaultPath(), {"DATABASE", "LOG", "TEMP"})) return false;
+    return !settings.InstallAlert() || MakeDirectory(marks::kAlertDirectory, settings.AlertPath(), {"LOG"});
 }
 
 bool KeepOldRecord(StageContext& context, std::string& note) {
@@ -60,11 +67,53 @@ bool PrepareAccount(StageContext& context, std::string& note) {
         host::SetLastError(kInvalidPassword);
         return false;
     }
-    note = "created";
-    return account.Create() && marks::Set(marks::kCreatedAccount, settings.SystemAccountName());
+    if (account.Create()) {
+        note = "created";
+        return marks::Set(marks::kCreatedAccount, settings.SystemAccountName());
+    }
+    // An account without its groups and rights is worth nothing, and the next attempt would take it for the user's own.
+    const DWORD error = host::LastError();
+    if (account.Exists()) note = account.Delete() ? "the account was taken back" : "the account stays, without its groups";
+    host::SetLastError(error);
+    return false;
 }
 
-bool WriteSettings(StageContext& context, std::string&) { return context.registry.Write() != 0; }
+// The steps of CHalvRegistry::Write, which tells only that one of them failed: asked again, each by itself.
+struct WriteStep {
+    const char* what;
+    int (CHalvRegistry::*write)();
+    bool serverOnly;
+};
+const WriteStep kWriteSteps[] = {
+    {"registered user", &CHalvRegistry::SetKorvaultUser, false},
+    {"company", &CHalvRegistry::SetKorvaultCompany, false},
+    {"home directory", &CHalvRegistry::SetKorvaultHomeDir, false},
+    {"log directory", &CHalvRegistry::SetKorvaultLogDir, false},
+    {"temp directory", &CHalvRegistry::SetKorvaultTempDir, false},
+    {"environment", &CHalvRegistry::SetKorvaultEnvironmentVariables, false},
+    {"manager", &CHalvRegistry::SetKorvaultManager, false},
+    {"server", &CHalvRegistry::SetKorvaultServer, false},
+    {"admin tool", &CHalvRegistry::SetKorvaultAdmin, false},
+    {"list of products", &CHalvRegistry::SetOVITProduct, false},
+    {"database directory", &CHalvRegistry::SetKorvaultDBDir, true},
+    {"database", &CHalvRegistry::SetKorvaultDatabase, true},
+    {"shell extension", &CHalvRegistry::SetKorvaultShellExtension, true},
+};
+
+bool WriteSettings(StageContext& context, std::string& note) {
+    CHalvRegistry& registry = context.registry;
+    if (registry.Write()) return true;
+    const bool installsServer = context.session.settings.InstallServer() != 0;
+    for (const WriteStep& step : kWriteSteps) {
+        if ((step.serverOnly && !installsServer) || (registry.*step.write)()) continue;
+        note = step.what;
+        return false;
+    }
+    if (!installsServer || registry.CreateKorvaultSNMPKey()) return true;
+    // A Windows without the SNMP service has no list to announce an agent in; the product works without it.
+    note = host::LastError() == kFileNotFound ? "no SNMP service here: its agent is not announced" : "SNMP agent";
+    return host::LastError() == kFileNotFound;
+}
 
 bool WriteAgentSettings(StageContext& context, std::string&) { return context.registry.SetClientAgentHomeDir() != 0; }
 

@@ -108,6 +108,14 @@ std::string LogPath(const Options& options) {
     return path;
 }
 
+// An account without a domain is one of this computer.
+void ChooseAccountDomain(Session& session) {
+    CSettings& settings = session.settings;
+    if (session.HasAccount() && *settings.SystemAccountDomain() == '\0') {
+        settings.SystemAccountDomain(CString(settings.SystemAccountServer()));
+    }
+}
+
 // A product that has no place yet is not put into Program Files itself, unless the answers say so.
 void ChoosePath(Session& session) {
     CSettings& settings = session.settings;
@@ -222,18 +230,14 @@ std::string VersionText(WORD version) { return std::to_string(version >> 8) + ".
 std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall) {
     auto session = std::make_unique<Session>();
     session->json = options.json;
-    Medium medium;
-    if (!options.source.empty()) {
-        session->source = OpenMedium(options.source);
-        medium = ReadMedium(session->source);
-    } else {
-        medium.type = kMainServer;
-    }
+    // All paths first: the information file makes the medium's folder the current one.
+    if (!options.source.empty()) session->source = OpenMedium(options.source);
+    if (!options.answers.empty()) session->answers = OpenAnswers(options.answers);
+    session->log = LogPath(options);
+    const Medium medium = session->source.empty() ? Medium{kMainServer, ""} : ReadMedium(session->source);
     if (!options.type && medium.type < 0) {
         throw Failure{kBadInput, session->source + "SETUP.INF names no product type; give one with --type"};
     }
-    if (!options.answers.empty()) session->answers = OpenAnswers(options.answers);
-    session->log = LogPath(options);
     tagSETUP_INFO info = MakeRecord(options, *session, medium);
     if (!session->source.empty()) CComputer::ChangeDirectory(session->source.c_str());
     session->settings = CSettings(&info, uninstall ? 1 : 0);
@@ -242,6 +246,7 @@ std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall) {
     const CHalvRegistry roots;  // chooses the family's root, which the product id comes from
     session->productId = *session->settings.Product() != '\0' ? session->settings.Product()
                                                               : CHalvRegistry::GetZephraniteProdName();
+    ChooseAccountDomain(*session);
     ChoosePath(*session);
     if (options.express) session->settings.CustomSetup(0);
     return session;

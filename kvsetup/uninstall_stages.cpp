@@ -98,25 +98,22 @@ void RemoveEmpty(std::string directory) {
     }
 }
 
+// The directory that the installation made, or the one that the settings found.
+void RemoveTree(const char* mark, const char* found, std::initializer_list<const char*> subdirectories, std::string& note) {
+    const std::string marked = marks::Get(mark);
+    const std::string directory = marked.empty() ? found : marked;
+    if (directory.empty()) return;
+    for (const char* subdirectory : subdirectories) RemoveEmpty(directory + subdirectory);
+    if (CComputer::DirectoryExists(directory.c_str())) note += (note.empty() ? "" : ", ") + directory + " holds files and stays";
+}
+
 bool RemoveDirectories(StageContext& context, std::string& note) {
     CSettings& settings = context.session.settings;
-    std::vector<std::string> directories;
-    if (context.session.IsAgent()) directories.emplace_back(settings.CurrentClientAgentPath());
+    if (context.session.IsAgent()) RemoveTree(marks::kProductDirectory, settings.CurrentClientAgentPath(), {""}, note);
     if (RemovesMain(context)) {
-        for (const char* folder : {"DATABASE", "LOG", "TEMP", ""}) {
-            if (*settings.CurrentKorvaultPath() != '\0') directories.push_back(settings.CurrentKorvaultPath() + std::string(folder));
-        }
+        RemoveTree(marks::kProductDirectory, settings.CurrentKorvaultPath(), {"DATABASE", "LOG", "TEMP", ""}, note);
     }
-    if (RemovesAlert(context)) {
-        for (const char* folder : {"LOG", ""}) {
-            if (*settings.CurrentAlertPath() != '\0') directories.push_back(settings.CurrentAlertPath() + std::string(folder));
-        }
-    }
-    for (const std::string& directory : directories) {
-        if (directory.empty()) continue;
-        RemoveEmpty(directory);
-        if (CComputer::DirectoryExists(directory.c_str())) note = "what holds files stays";
-    }
+    if (RemovesAlert(context)) RemoveTree(marks::kAlertDirectory, settings.CurrentAlertPath(), {"LOG", ""}, note);
     return true;
 }
 
@@ -131,8 +128,8 @@ const std::vector<Stage>& UninstallStages() {
         {"Delete the system account", CreatedAccount, DeleteAccount},
         {"Remove the alert component's values", RemovesAlert, RemoveAlertBranch},
         {"Remove the agent's settings", IsAgentProduct, RemoveAgentBranch},
+        {"Remove empty directories", Always, RemoveDirectories},
         {"Remove the product's settings", Always, RemoveBranches},
-        {"Remove empty directories", RemovesProduct, RemoveDirectories},
     };
     return stages;
 }
