@@ -30,7 +30,9 @@ class INSTALIB_API CMemoryException : public CException {
     DECLARE_DYNAMIC(CMemoryException)
   public:
     int GetErrorMessage(char* buffer, UINT capacity, UINT* helpContext = nullptr) override;
-    // Leaves the one object that AfxThrowMemoryException raises alive and destroys any other.
+    // Leaves the one object that AfxThrowMemoryException raises alive and destroys any other. The inherited form is for a
+    // constructor that throws.
+    using CObject::operator delete;
     static void operator delete(CMemoryException* exception, std::destroying_delete_t) noexcept;
 };
 
