@@ -2,12 +2,7 @@
 #ifndef INSTALIB_EMBEDDED_ACCOUNT_IDS_H
 #define INSTALIB_EMBEDDED_ACCOUNT_IDS_H
 
-#include <initializer_list>
-#include <optional>
-#include <string>
-#include <string_view>
-
-#include "platform/embedded/store.h"
+#include "platform/embedded/sid.h"
 
 namespace embedded::accounts {
 
@@ -21,7 +16,9 @@ inline constexpr DWORD kDomainAdmins = 512;
 inline constexpr DWORD kDomainUsers = 513;
 inline constexpr DWORD kDomainGuests = 514;
 
-Bytes MakeSid(BYTE authority, std::initializer_list<DWORD> parts);
+using security::MakeSid;
+using security::SidText;
+
 // S-1-5-32-rid.
 Bytes BuiltinSid(DWORD rid);
 Bytes WithRid(const Bytes& domain, DWORD rid);
@@ -29,12 +26,11 @@ Bytes WithRid(const Bytes& domain, DWORD rid);
 std::optional<DWORD> RidOf(const Bytes& sid);
 Bytes DomainOf(const Bytes& sid);
 // Whether the bytes are one whole identifier.
-bool IsSid(const Bytes& bytes);
+inline bool IsSid(const Bytes& bytes) { return !bytes.empty() && security::SidAt(bytes, 0).size() == bytes.size(); }
 // A copy of a caller's identifier; empty when it is null or none.
-Bytes CopyOf(const void* sid);
-// "S-1-5-32-544", and back; empty when the text is none.
-std::string SidText(const Bytes& sid);
-Bytes SidFromText(std::string_view text);
+inline Bytes CopyOf(const void* sid) { return security::Copy(security::SidOf(sid)); }
+// Empty when the text is no identifier.
+inline Bytes SidFromText(std::string_view text) { return security::ParseSid(text).value_or(Bytes()); }
 
 }  // namespace embedded::accounts
 

@@ -9,6 +9,20 @@ namespace embedded::domain {
 namespace {
 
 constexpr const char* kKey = accounts::kAccountsKey;
+constexpr char kProductOptions[] = "HKLM\\SYSTEM\\CurrentControlSet\\Control\\ProductOptions";
+
+// The registry tells the product; which controller is the primary one it does not.
+struct RoleName {
+    Role role;
+    const char* productType;
+    DWORD isBackup;
+};
+constexpr RoleName kRoleNames[] = {
+    {Role::Workstation, "WinNT", 0},
+    {Role::Server, "ServerNT", 0},
+    {Role::PrimaryController, "LanmanNT", 0},
+    {Role::BackupController, "LanmanNT", 1},
+};
 
 std::vector<std::shared_ptr<Machine>> MachinesOfTheWorld() {
     std::vector<std::shared_ptr<Machine>> machines;
@@ -22,7 +36,14 @@ std::vector<std::shared_ptr<Machine>> MachinesOfTheWorld() {
 
 }  // namespace
 
-Role RoleOf(Machine& machine) { return Role(machine.Storage().ReadNumber(kKey, "Role")); }
+Role RoleOf(Machine& machine) {
+    Store& store = machine.Storage();
+    const std::string type = store.ReadText(kProductOptions, "ProductType");
+    for (const RoleName& row : kRoleNames) {
+        if (text::EqualNoCase(type, row.productType) && row.isBackup == store.ReadNumber(kKey, "IsBackup")) return row.role;
+    }
+    return Role::Workstation;
+}
 
 bool IsController(Machine& machine) {
     const Role role = RoleOf(machine);
@@ -40,6 +61,16 @@ std::string AccountDomainName(Machine& machine) {
     const std::string domain = IsController(machine) ? Name(machine) : "";
     return domain.empty() ? machine.Name() : domain;
 }
+
+bool SetRole(Machine& machine, Role role) {
+    Store& store = machine.Storage();
+    const Store::Lock lock(store);
+    const RoleName& row = kRoleNames[std::size_t(role)];
+    return store.WriteText(kProductOptions, "ProductType", row.productType) &&
+           store.WriteNumber(kKey, "IsBackup", row.isBackup);
+}
+
+std::vector<std::string> TrustsOf(Machine& machine) { return machine.Storage().ReadList(kKey, "Trusts"); }
 
 std::vector<std::shared_ptr<Machine>> Controllers() {
     auto machines = MachinesOfTheWorld();

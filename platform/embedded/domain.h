@@ -14,6 +14,7 @@ namespace embedded::domain {
 using Role = control::MachineRole;
 
 Role RoleOf(Machine& machine);
+bool SetRole(Machine& machine, Role role);
 bool IsController(Machine& machine);
 // The domain that the machine belongs to; empty in a workgroup.
 std::string Name(Machine& machine);
@@ -25,6 +26,8 @@ std::string AccountDomainName(Machine& machine);
 std::shared_ptr<Machine> Controller(std::string_view name);
 // The machine that keeps the accounts which `machine` calls its own: a backup controller asks its primary one.
 std::shared_ptr<Machine> Authority(const std::shared_ptr<Machine>& machine);
+// The names of the domains that the machine trusts, oldest first.
+std::vector<std::string> TrustsOf(Machine& machine);
 // The primary controllers of all domains of the world.
 std::vector<std::shared_ptr<Machine>> Controllers();
 

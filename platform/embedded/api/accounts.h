@@ -14,9 +14,8 @@ struct _PRIVILEGE_SET;  // security.h
 #define ERROR_ALIAS_EXISTS 1379
 #define ERROR_NO_SUCH_MEMBER 1387
 #define ERROR_INVALID_MEMBER 1388
-#define ERROR_INVALID_SID 1337
+#define ERROR_SPECIAL_ACCOUNT 1371
 #define ERROR_NO_SUCH_DOMAIN 1355
-#define ERROR_MR_MID_NOT_FOUND 317
 
 // --- Names and identifiers --------------------------------------------------------------------------------------------------
 typedef enum _SID_NAME_USE {
