@@ -1,0 +1,12 @@
+# The tool library as products of the family bring it, each under a file name of its own; a test places it as HSTOOL.DLL.
+foreach(kind all root full empty account)
+  string(TOUPPER ${kind} upper)
+  test_product_library(registry_tool_${kind} HSTOOL_${upper}.DLL registry_tool_library.cpp)
+  target_compile_definitions(registry_tool_${kind} PRIVATE TOOL_${upper})
+endforeach()
+test_product_library(registry_alert_version ALERTVER.DLL registry_alert_library.cpp)
+set(brand_sources registry_brand_library.cpp)
+if(WIN32)
+  list(APPEND brand_sources registry_brand_library.def)
+endif()
+test_product_library(registry_brand BRAND.dll ${brand_sources})

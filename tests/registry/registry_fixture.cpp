@@ -1,0 +1,104 @@
+#include "tests/registry/registry_fixture.h"
+
+#include "platform/handles.h"
+
+namespace {
+
+// Where the tests leave something outside the family's own keys.
+constexpr const char* kMachineKeys[] = {
+    "SYSTEM\\CurrentControlSet\\Services\\SNMP",
+    "SYSTEM\\CurrentControlSet\\Services\\DbaRpcService",
+    "SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\TestSource",
+    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\KorvaultNT",
+    "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-1-2-3-1000",
+    "SOFTWARE\\V",
+};
+
+void List(HKEY root, const std::string& path, const std::string& relative, std::vector<std::string>& lines) {
+    RegistryKey key;
+    if (RegOpenKeyExA(root, path.c_str(), 0, KEY_READ, key.Receive()) != 0) return;
+    for (DWORD index = 0;; ++index) {
+        char name[256] = "";
+        BYTE data[512] = {};
+        DWORD nameSize = sizeof name;
+        DWORD size = sizeof data - 1;
+        DWORD type = 0;
+        if (RegEnumValueA(key.Get(), index, name, &nameSize, nullptr, &type, data, &size) != 0) break;
+        const std::string content = type == REG_DWORD ? std::to_string(data[0]) : reinterpret_cast<char*>(data);
+        lines.push_back(relative + " " + name + " " + std::to_string(type) + " " + content);
+    }
+    for (DWORD index = 0;; ++index) {
+        char name[256] = "";
+        DWORD size = sizeof name;
+        if (RegEnumKeyExA(key.Get(), index, name, &size, nullptr, nullptr, nullptr, nullptr) != 0) break;
+        const std::string below = relative.empty() ? name : relative + "\\" + name;
+        lines.push_back("[" + below + "]");
+        List(root, path + "\\" + name, below, lines);
+    }
+}
+
+}  // namespace
+
+void RegistryTest::SetUp() {
+    FreshMachine::SetUp();
+    for (const char* key : kMachineKeys) DeleteKeyTree(HKEY_LOCAL_MACHINE, key);
+    CHalvRegistry::DeleteKorvaultShellExtension("");
+    DeleteKeyTree(HKEY_CLASSES_ROOT, ".asx");
+    CHalvRegistry::DeleteEnvironmentVariable("CATPATH");
+    CHalvRegistry::DeleteEnvironmentVariable("LNNAME");
+    SetCurrentDirectoryA(Folder().c_str());
+    CHalvRegistry builtInRoots;
+    SetLastError(0xdeadbeef);
+}
+
+CSettings RegistryTest::ServerSettings(LONG productType, int copyOnlyMode) {
+    static tagSETUP_INFO info;
+    info = {};
+    info.productType = productType;
+    info.copyOnlyMode = copyOnlyMode;
+    std::strcpy(info.productName, "Test Product");
+    std::strcpy(info.logFile, (Folder() + "\\setup.log").c_str());
+    CSettings settings(&info, 0);
+    settings.KorvaultPath("C:\\P");
+    settings.AlertPath("C:\\A");
+    settings.ClientAgentPath("C:\\G");
+    settings.RegisteredUser("User");
+    settings.RegisteredCompany("Company");
+    settings.SystemAccountName("svc");
+    settings.ProductSubType(3);
+    settings.InstallManager(1);
+    settings.InstallServer(1);
+    return settings;
+}
+
+tagProductStruct RegistryTest::Record(WORD version, WORD build) {
+    tagProductStruct record;
+    std::memset(static_cast<void*>(&record), 0xA5, sizeof record);
+    record.dwProductCode = 0x01020304;
+    record.wVersion = version;
+    record.wBuild = build;
+    record.cSubType = -3;
+    record.dwUserLevel = 77;
+    return record;
+}
+
+TestBytes RegistryTest::BytesOf(const tagProductStruct& record) {
+    const auto* const bytes = reinterpret_cast<const BYTE*>(&record);
+    return TestBytes(bytes, bytes + sizeof record);
+}
+
+void RegistryTest::PlantRecord(HKEY root, const std::string& key, const char* name, const tagProductStruct& record) {
+    SetRaw(root, key, name, REG_BINARY, BytesOf(record));
+}
+
+std::vector<std::string> RegistryTest::Listing(HKEY root, const std::string& key) {
+    std::vector<std::string> lines;
+    List(root, key, "", lines);
+    return lines;
+}
+
+TestBytes RegistryTest::Text(std::string_view text) {
+    TestBytes bytes(text.begin(), text.end());
+    bytes.push_back(0);
+    return bytes;
+}
