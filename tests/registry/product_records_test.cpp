@@ -1,4 +1,6 @@
 // Registration records: where they are found, what counts as one, and how they come and go.
+#include <span>
+
 #include "instalib/setup_inf.h"
 #include "tests/registry/registry_fixture.h"
 
@@ -14,8 +16,6 @@ struct Place {
 
 class RecordPlaces : public RegistryTest, public testing::WithParamInterface<Place> {};
 class MainProductPlaces : public RegistryTest, public testing::WithParamInterface<Place> {};
-
-std::string TitleOf(const testing::TestParamInfo<Place>& info) { return info.param.title; }
 
 constexpr Place kNamedPlaces[] = {
     {"Current", kProducts, ""},
@@ -57,7 +57,7 @@ TEST_P(RecordPlaces, NamedRecordIsFoundInEveryGeneration) {
         [](const Place& place) { SetRaw(HKEY_LOCAL_MACHINE, place.key, "X", REG_BINARY, TestBytes(50, 1)); },
         [&](tagProductStruct* record) { return object.GetProductInfo("X", record, kNoKey); });
 }
-INSTANTIATE_TEST_SUITE_P(, RecordPlaces, testing::ValuesIn(kNamedPlaces), TitleOf);
+INSTANTIATE_TEST_SUITE_P(, RecordPlaces, testing::ValuesIn(kNamedPlaces), kTitle);
 
 TEST_P(MainProductPlaces, MainRecordIsFoundUnderEachGenerationsId) {
     ExpectFoundBehindTooLongOnes(
@@ -66,7 +66,7 @@ TEST_P(MainProductPlaces, MainRecordIsFoundUnderEachGenerationsId) {
         [](const Place& place) { SetRaw(HKEY_LOCAL_MACHINE, place.key, place.name, REG_BINARY, TestBytes(50, 1)); },
         [](tagProductStruct* record) { return CHalvRegistry::GetKorvaultProductInfo(record, nullptr); });
 }
-INSTANTIATE_TEST_SUITE_P(, MainProductPlaces, testing::ValuesIn(kMainPlaces), TitleOf);
+INSTANTIATE_TEST_SUITE_P(, MainProductPlaces, testing::ValuesIn(kMainPlaces), kTitle);
 
 class ProductRecords : public RegistryTest {
   protected:
@@ -189,7 +189,7 @@ INSTANTIATE_TEST_SUITE_P(, SavingOldRecord,
                                          Saving{"From66", 0x0606, "OVOldProducts"},
                                          Saving{"Before70", 0x0700, "OVOldProducts"}, Saving{"Same", 0x0701, nullptr},
                                          Saving{"Newer", 0x0800, nullptr}),
-                         [](const auto& info) { return std::string(info.param.title); });
+                         kTitle);
 
 TEST_F(ProductRecords, UpdateIsAllowedWithinTheRangeOfBuilds) {
     WriteBytes(Folder() + "\\SETUP.INF", "[BuildNumber]\r\nrange=100,200\r\none=150\r\nother=151\r\n");
@@ -226,7 +226,7 @@ TEST_F(ProductRecords, ListOfProductsNamesTheProductUnlessItsSubtypeIs0Or1) {
 }
 
 struct Component {
-    const char* value;
+    const char* title;  // the value's name
     int (*query)(HKEY);
     int (CHalvRegistry::*own)();
 };
@@ -240,7 +240,7 @@ TEST_P(Components, FirstGenerationThatHasTheValueDecides) {
         return component.query(HKEY_LOCAL_MACHINE);
     };
     const auto set = [&](const char* base, DWORD number) {
-        SetNumber(HKEY_LOCAL_MACHINE, std::string(base) + "\\Components", component.value, number);
+        SetNumber(HKEY_LOCAL_MACHINE, std::string(base) + "\\Components", component.title, number);
     };
     set("SOFTWARE\\Halvenor\\Korvault\\CurrentVersion", 1);
     EXPECT_EQ(both(), 0) << "the former vendor's keys are not asked";
@@ -252,7 +252,7 @@ TEST_P(Components, FirstGenerationThatHasTheValueDecides) {
     EXPECT_EQ(both(), 1);
     set("SOFTWARE\\Orvanex\\KorvaultIT\\Base", 0);
     EXPECT_EQ(both(), 0);
-    SetRaw(HKEY_LOCAL_MACHINE, std::string(kBase) + "\\Components", component.value, REG_SZ, Text("1"));
+    SetRaw(HKEY_LOCAL_MACHINE, std::string(kBase) + "\\Components", component.title, REG_SZ, Text("1"));
     set("SOFTWARE\\Orvanex\\KorvaultIT\\Base", 1);
     EXPECT_EQ(both(), 0) << "a value of another type is there and is not 1";
 }
@@ -266,7 +266,7 @@ INSTANTIATE_TEST_SUITE_P(
         Component{"CPM", &CHalvRegistry::IsKorvaultCPMInstalled, &CHalvRegistry::IsKorvaultCPMInstalled},
         Component{"DRWIZ", &CHalvRegistry::IsDRWizInstalled, &CHalvRegistry::IsDRWizInstalled},
         Component{"SANWIZ", &CHalvRegistry::IsSANWizInstalled, &CHalvRegistry::IsSANWizInstalled}),
-    [](const auto& info) { return std::string(info.param.value); });
+    kTitle);
 
 TEST_F(ProductRecords, SponsorFeatureIsAnEntryOfTheInstalledPrograms) {
     const std::string entry =

@@ -1,5 +1,7 @@
 #include "tests/registry/registry_fixture.h"
 
+#include <algorithm>
+
 #include "platform/handles.h"
 
 namespace {
@@ -17,6 +19,7 @@ constexpr const char* kMachineKeys[] = {
 void List(HKEY root, const std::string& path, const std::string& relative, std::vector<std::string>& lines) {
     RegistryKey key;
     if (RegOpenKeyExA(root, path.c_str(), 0, KEY_READ, key.Receive()) != 0) return;
+    const std::ptrdiff_t values = std::ssize(lines);
     for (DWORD index = 0;; ++index) {
         char name[256] = "";
         BYTE data[512] = {};
@@ -27,6 +30,8 @@ void List(HKEY root, const std::string& path, const std::string& relative, std::
         const std::string content = type == REG_DWORD ? std::to_string(data[0]) : reinterpret_cast<char*>(data);
         lines.push_back(relative + " " + name + " " + std::to_string(type) + " " + content);
     }
+    // Windows enumerates values in order of creation, Wine by name.
+    std::sort(lines.begin() + values, lines.end());
     for (DWORD index = 0;; ++index) {
         char name[256] = "";
         DWORD size = sizeof name;

@@ -16,6 +16,9 @@ inline constexpr char kEnvironment[] = "SYSTEM\\CurrentControlSet\\Control\\Sess
 inline constexpr char kSharedDlls[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs";
 inline constexpr char kProfiles[] = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList";
 
+// Names the cases of a table by their rows' title.
+inline constexpr auto kTitle = [](const auto& info) { return std::string(info.param.title); };
+
 struct OpenRegistry : CHalvRegistry {
     using CHalvRegistry::CHalvRegistry;
     using CHalvRegistry::m_cNamedSubType;
@@ -33,7 +36,8 @@ class RegistryTest : public FreshMachine {
     static tagProductStruct Record(WORD version, WORD build);
     static void PlantRecord(HKEY root, const std::string& key, const char* name, const tagProductStruct& record);
     static TestBytes BytesOf(const tagProductStruct& record);
-    // Everything below a key, one line a key ("[path]") or value ("path name type text"), paths relative to the key.
+    // Everything below a key, one line a key ("[path]") or value ("path name type text"), paths relative to the key;
+    // the values of a key sorted.
     static std::vector<std::string> Listing(HKEY root, const std::string& key);
     static TestBytes Text(std::string_view text);  // with its terminator
 };

@@ -96,7 +96,7 @@ TEST_F(RootSelection, FormOfThe32BitViewStandsBehindTheFirstComponent) {
 }
 
 TEST_F(RootSelection, AccessWordDecidesWhoWrites) {
-    CSettings settings = ServerSettings();
+    CSettings settings = ServerSettings(24);
     OpenRegistry reader(0, nullptr);
     EXPECT_EQ(reader.m_dwAccess, 0u);
     EXPECT_EQ(reader.SetKorvaultCompany(), 0);

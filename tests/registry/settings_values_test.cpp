@@ -75,8 +75,7 @@ TEST_P(Writers, StoresOneValueOfExactTypeAndBytes) {
     EXPECT_EQ(stored->type, writer.type);
     EXPECT_EQ(stored->data, writer.data);
 }
-INSTANTIATE_TEST_SUITE_P(, Writers, testing::ValuesIn(kWriters),
-                         [](const auto& info) { return std::string(info.param.title); });
+INSTANTIATE_TEST_SUITE_P(, Writers, testing::ValuesIn(kWriters), kTitle);
 
 class SettingsValues : public RegistryTest {};
 
@@ -141,8 +140,7 @@ TEST_P(DrivenSetters, StoresWhatTheSettingsSayWhenTheObjectMayWrite) {
     DeleteKeyTree(HKEY_LOCAL_MACHINE,
                   "SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\Alert Notification Server");
 }
-INSTANTIATE_TEST_SUITE_P(, DrivenSetters, testing::ValuesIn(kDriven),
-                         [](const auto& info) { return std::string(info.param.title); });
+INSTANTIATE_TEST_SUITE_P(, DrivenSetters, testing::ValuesIn(kDriven), kTitle);
 
 TEST_F(SettingsValues, AlertServiceIsDescribedByItsFiles) {
     CSettings settings = ServerSettings();
@@ -316,8 +314,7 @@ TEST_P(Readers, UnterminatedTextIsTerminatedWithinTheBuffer) {
     EXPECT_EQ(reader.read(nullptr, &size, nullptr), 0);
     EXPECT_EQ(reader.read(buffer, nullptr, nullptr), 0);
 }
-INSTANTIATE_TEST_SUITE_P(, Readers, testing::ValuesIn(kReaders),
-                         [](const auto& info) { return std::string(info.param.title); });
+INSTANTIATE_TEST_SUITE_P(, Readers, testing::ValuesIn(kReaders), kTitle);
 
 TEST_F(SettingsValues, FormerVendorsUserCountsOnlyWithoutAUserKeyOfOurs) {
     char buffer[64] = "";

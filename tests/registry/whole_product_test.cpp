@@ -19,16 +19,16 @@ class WholeProduct : public RegistryTest {
 };
 
 const std::vector<std::string> kServerBase = {"[Components]",
+                                              "Components ADMIN 4 1",
                                               "Components MANAGER 4 1",
                                               "Components SERVER 4 1",
-                                              "Components ADMIN 4 1",
                                               "[Database]",
                                               "Database DatabaseType 4 2",
                                               "[Path]",
+                                              "Path DATABASE 1 C:\\P\\DATABASE",
                                               "Path HOME 1 C:\\P",
                                               "Path LOG 1 C:\\P\\LOG",
                                               "Path TEMP 1 C:\\P\\TEMP",
-                                              "Path DATABASE 1 C:\\P\\DATABASE",
                                               "[SNMP]",
                                               "SNMP Pathname 1 C:\\P\\tasnmp.dll",
                                               "[User]",
@@ -53,7 +53,7 @@ TEST_F(WholeProduct, ProductTypeModeAndComponentsDecideTheSteps) {
     manager.InstallServer(0);
     EXPECT_EQ(WriteWith(manager), 1);
     EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, kBase),
-                ElementsAre("[Components]", "Components MANAGER 4 1", "Components SERVER 4 0", "Components ADMIN 4 1"));
+                ElementsAre("[Components]", "Components ADMIN 4 1", "Components MANAGER 4 1", "Components SERVER 4 0"));
 }
 
 TEST_F(WholeProduct, FailedStepIsReportedAndTheOthersStillRun) {
