@@ -1,5 +1,7 @@
 #include "instalib/current_user.h"
 
+#include <cstring>
+
 #include "instalib/exception.h"
 #include "platform/handles.h"
 #include "platform/platform.h"
@@ -112,8 +114,10 @@ int CCurrentUser::GetDomain(char* buffer, DWORD* size) {
     char account[200] = "";
     DWORD accountSize = sizeof account;
     SID_NAME_USE use;
-    return LookupAccountSidA(nullptr, reinterpret_cast<TOKEN_USER*>(information)->User.Sid, account, &accountSize, buffer,
-                             size, &use);
+    PSID sid = reinterpret_cast<TOKEN_USER*>(information)->User.Sid;
+    if (!LookupAccountSidA(nullptr, sid, account, &accountSize, buffer, size, &use)) return 0;
+    *size = DWORD(std::strlen(buffer));  // not every system leaves the terminator out
+    return 1;
 }
 
 int CCurrentUser::IsAdministrator() {
