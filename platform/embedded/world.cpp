@@ -18,6 +18,9 @@ struct World {
     std::map<fs::path, std::shared_ptr<Machine>> machines;  // by folder
 };
 
+// While a machine is being made, its maker stands on it: seeding asks for code pages and names like any other code.
+thread_local std::shared_ptr<Machine> t_inTheMaking;
+
 World& TheWorld() {
     static World* const world = new World;
     return *world;
@@ -72,14 +75,17 @@ fs::path Machine::Drive(char letter) const {
 namespace world {
 
 std::shared_ptr<Machine> Local() {
+    if (t_inTheMaking) return t_inTheMaking;
     World& state = TheWorld();
-    const std::lock_guard lock(state.mutex);
-    if (!state.local) {
-        const char* const chosen = std::getenv("INSTALIB_MACHINE");
-        const fs::path folder = chosen != nullptr && *chosen != '\0' ? fs::path(chosen) : DefaultFolder();
-        if (!IsMachineFolder(folder)) control::NewMachine(folder.parent_path(), folder.filename().string());
-        state.local = Open(state, folder);
+    {
+        const std::lock_guard lock(state.mutex);
+        if (state.local) return state.local;
     }
+    const char* const chosen = std::getenv("INSTALIB_MACHINE");
+    const fs::path folder = chosen != nullptr && *chosen != '\0' ? fs::path(chosen) : DefaultFolder();
+    if (!IsMachineFolder(folder)) control::NewMachine(folder.parent_path(), folder.filename().string());
+    const std::lock_guard lock(state.mutex);
+    if (!state.local) state.local = Open(state, folder);
     return state.local;
 }
 
@@ -112,10 +118,10 @@ bool NewMachine(const fs::path& world, const std::string& name) {
     fs::remove_all(building, error);
     fs::create_directories(building / "drives" / "C", error);
     if (error) return false;
-    {
-        Machine machine(text::Upper(name), building);
-        SeedMachine(machine);
-    }
+    const std::shared_ptr<Machine> outer = t_inTheMaking;
+    t_inTheMaking = std::make_shared<Machine>(text::Upper(name), building);
+    SeedMachine(*t_inTheMaking);
+    t_inTheMaking = outer;
     fs::rename(building, folder, error);
     return !error;
 }
