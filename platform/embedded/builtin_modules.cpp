@@ -17,7 +17,7 @@
 namespace embedded::builtin {
 namespace {
 
-// --- What Windows' own modules answer -------------------------------------------------------------------------------------
+// --- What Windows' own modules answer ---
 
 HRESULT WINAPI FolderPath(HWND, int folder, HANDLE, DWORD, char* path) {
     constexpr int kProgramFiles = 38, kCreate = 0x8000;  // CSIDL_PROGRAM_FILES, CSIDL_FLAG_CREATE (shlobj.h)
@@ -44,7 +44,7 @@ FARPROC Entry(Function* function) {
     return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(function));
 }
 
-// --- The table ----------------------------------------------------------------------------------------------------------
+// --- The table ---
 
 const EntryPoint kAdvapi[] = {
     {"ChangeServiceConfig2A", 0, nullptr},
@@ -97,7 +97,8 @@ bool IsNameHidden(const std::string& name) {
 FARPROC Exported(const char* name) {
     static void* const self = [] {
         Dl_info info{};
-        return dladdr(reinterpret_cast<void*>(&Find), &info) == 0 ? nullptr : dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
+        return dladdr(reinterpret_cast<void*>(&Find), &info) == 0 ? nullptr
+                                                                  : dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
     }();
     return self == nullptr ? nullptr : reinterpret_cast<FARPROC>(dlsym(self, name));
 }
@@ -115,9 +116,10 @@ const Module* Find(std::string_view name) {
 bool IsHidden(const Module& module) { return IsNameHidden(module.name); }
 
 FARPROC Address(const Module& module, const char* name, WORD ordinal) {
-    const auto* const found = std::ranges::find_if(module.entries, [&](const EntryPoint& entry) {
-        return name != nullptr ? std::strcmp(entry.name, name) == 0 : ordinal != 0 && entry.ordinal == ordinal;
-    }).base();
+    const auto* const found =
+        std::ranges::find_if(module.entries, [&](const EntryPoint& entry) {
+            return name != nullptr ? std::strcmp(entry.name, name) == 0 : ordinal != 0 && entry.ordinal == ordinal;
+        }).base();
     if (found == module.entries.data() + module.entries.size()) return nullptr;
     if (IsNameHidden(std::string(module.name) + '!' + found->name)) return nullptr;
     return found->function != nullptr ? found->function : Exported(found->name);

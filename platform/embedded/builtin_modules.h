@@ -1,5 +1,5 @@
-// The modules of Windows itself: what stands in the system directory of a fresh machine, and which of their entry points the
-// embedded machine answers.
+// The modules of Windows itself: what stands in the system directory of a fresh machine, and which of their entry
+// points the embedded machine answers.
 #ifndef INSTALIB_EMBEDDED_BUILTIN_MODULES_H
 #define INSTALIB_EMBEDDED_BUILTIN_MODULES_H
 
@@ -12,13 +12,13 @@ namespace embedded::builtin {
 
 struct EntryPoint {
     const char* name;
-    WORD ordinal;       // 0: by name alone
-    FARPROC function;   // null: the embedded machine's export of that name, when it has one
+    WORD ordinal;      // 0: by name alone
+    FARPROC function;  // null: the embedded machine's export of that name, when it has one
 };
 
 struct Module {
-    const char* name;        // as its file is called
-    const char* description; // FileDescription of its version resource
+    const char* name;         // as its file is called
+    const char* description;  // FileDescription of its version resource
     // One of the modules that Windows has loaded before a program starts: found by name whatever the directories hold.
     bool isKnown;
     std::span<const EntryPoint> entries;

@@ -32,7 +32,7 @@ struct ByteRange {
 
 struct CodePage {
     unsigned number;
-    const char* host;       // as iconv calls it
+    const char* host;        // as iconv calls it
     ByteRange lead[2] = {};  // bytes that start a double-byte character; 0 to 0: none
 };
 
@@ -119,8 +119,8 @@ std::size_t BadLength(const CodePage& page, std::string_view rest) {
     return IsLead(page, BYTE(rest[0])) && rest.size() > 1 ? 2 : 1;
 }
 
-// Windows maps the few bytes that a single-byte code page leaves undefined to the control characters of the same number,
-// and back.
+// Windows maps the few bytes that a single-byte code page leaves undefined to the control characters of the same
+// number, and back.
 bool IsUndefinedControl(const CodePage& page, unsigned unit) {
     const bool singleByte = page.number != CP_UTF8 && page.lead[0].first == 0;
     if (!singleByte || unit < 0x80 || unit >= 0xA0) return false;
@@ -136,12 +136,17 @@ std::size_t CharacterUnits(std::u16string_view rest) {
 }
 
 std::atomic<unsigned> g_active{0};
+thread_local bool t_seeding = false;
 
 }  // namespace
 
 bool IsKnown(unsigned codePage) { return FindPage(codePage) != nullptr; }
 
+FreshMachineScope::FreshMachineScope() { t_seeding = true; }
+FreshMachineScope::~FreshMachineScope() { t_seeding = false; }
+
 unsigned Active() {
+    if (t_seeding) return kFreshCodePage;
     if (const unsigned active = g_active.load(std::memory_order_relaxed)) return active;
     const unsigned stored = world::Local()->Storage().ReadNumber(kKey, kValue, kFreshCodePage);
     const unsigned active = IsKnown(stored) ? stored : kFreshCodePage;
@@ -183,8 +188,10 @@ std::string Encode(unsigned codePage, std::u16string_view wide, std::string_view
         }
         if (wide.empty()) break;
         const bool control = IsUndefinedControl(*page, wide[0]);
-        if (control) text += char(wide[0]);
-        else text += replacement;
+        if (control)
+            text += char(wide[0]);
+        else
+            text += replacement;
         exact = exact && control;
         wide.remove_prefix(CharacterUnits(wide));
     }
@@ -244,10 +251,11 @@ int Deliver(const Text& result, Unit* buffer, int size) {
 template <class Unit>
 bool TakeSource(const Unit* source, int length, const void* target, int size, std::basic_string_view<Unit>& text) {
     constexpr std::size_t kMost = 0x3FFFFFFF;  // so that every length of a result is an int
-    const bool valid = source != nullptr && length != 0 && length >= -1 && size >= 0 && (size == 0 || target != nullptr) &&
-                       static_cast<const void*>(source) != target;
-    if (valid) text = length < 0 ? std::basic_string_view(source, std::char_traits<Unit>::length(source) + 1)
-                                 : std::basic_string_view(source, std::size_t(length));
+    const bool valid = source != nullptr && length != 0 && length >= -1 && size >= 0 &&
+                       (size == 0 || target != nullptr) && static_cast<const void*>(source) != target;
+    if (valid)
+        text = length < 0 ? std::basic_string_view(source, std::char_traits<Unit>::length(source) + 1)
+                          : std::basic_string_view(source, std::size_t(length));
     if (valid && text.size() <= kMost) return true;
     SetLastError(ERROR_INVALID_PARAMETER);
     return false;

@@ -8,6 +8,8 @@
 #include <map>
 #include <mutex>
 
+#include "platform/embedded/account_ids.h"
+#include "platform/embedded/account_store.h"
 #include "platform/embedded/api/system.h"
 #include "platform/embedded/code_page.h"
 #include "platform/embedded/control.h"
@@ -35,7 +37,7 @@ struct State {
     std::mutex mutex;
     bool read = false;
     bool inherits = true;  // until the process changes its machine
-    Variables machine;  // as the registry had them when the process first looked
+    Variables machine;     // as the registry had them when the process first looked
     Changes changes;
     std::optional<std::string> program, commandLine;
 };
@@ -63,8 +65,10 @@ std::vector<std::string> Split(std::string_view text, char separator) {
 void ReadInherited(Changes& changes) {
     for (const std::string& change : Split(HostVariable(kChangesVariable), kChangesSeparator)) {
         const std::size_t equals = change.find('=', 1);
-        if (equals == change.npos) changes[change] = std::nullopt;
-        else changes[change.substr(0, equals)] = change.substr(equals + 1);
+        if (equals == change.npos)
+            changes[change] = std::nullopt;
+        else
+            changes[change.substr(0, equals)] = change.substr(equals + 1);
     }
 }
 
@@ -110,7 +114,9 @@ Variables ReadMachine(Machine& machine) {
                            {"ProgramFiles(x86)", store.ReadText(kFolderKey, "ProgramFilesDir (x86)")},
                            {"CommonProgramFiles", store.ReadText(kFolderKey, "CommonFilesDir")}};
     AddVariables(machine, "HKLM\\SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment", variables);
-    AddVariables(machine, "HKU\\.DEFAULT\\Environment", variables);
+    const std::string user = accounts::CurrentUser(machine).name;
+    variables.insert({{"USERNAME", user}, {"USERPROFILE", windows.substr(0, 2) + "\\Users\\" + user}});
+    AddVariables(machine, UserHive(machine) + "\\Environment", variables);
     std::erase_if(variables, [](const auto& variable) { return variable.second.empty(); });
     return variables;
 }
@@ -129,7 +135,8 @@ std::optional<std::string> FromHost(std::string_view name) {
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string_view text = *entry;
         const std::size_t equals = text.find('=');
-        if (equals != text.npos && text::EqualNoCase(text.substr(0, equals), name)) return std::string(text.substr(equals + 1));
+        if (equals != text.npos && text::EqualNoCase(text.substr(0, equals), name))
+            return std::string(text.substr(equals + 1));
     }
     return std::nullopt;
 }
@@ -190,6 +197,8 @@ std::string HostCommandLine() {
 }
 
 }  // namespace
+
+std::string UserHive(Machine& machine) { return "HKU\\" + accounts::SidText(accounts::CurrentUser(machine).sid); }
 
 std::string Program() {
     State& state = TheState();

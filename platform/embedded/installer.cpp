@@ -21,7 +21,8 @@ constexpr char kVersions[] = "META\\Installer\\FileVersions";
 std::string VersionText(const VS_FIXEDFILEINFO& record) {
     std::string text;
     for (const DWORD part : {record.dwFileVersionMS, record.dwFileVersionLS}) {
-        for (const WORD number : {HIWORD(part), LOWORD(part)}) text += (text.empty() ? "" : ".") + std::to_string(number);
+        for (const WORD number : {HIWORD(part), LOWORD(part)})
+            text += (text.empty() ? "" : ".") + std::to_string(number);
     }
     return text;
 }
@@ -48,7 +49,8 @@ int WINAPI QueryProductState(const char* productCode) {
     return int(world::Local()->Storage().ReadNumber(kProducts, productCode, kUnknown));
 }
 
-UINT WINAPI GetFileVersion(const char* path, char* version, DWORD* versionLength, char* language, DWORD* languageLength) {
+UINT WINAPI GetFileVersion(const char* path, char* version, DWORD* versionLength, char* language,
+                           DWORD* languageLength) {
     if (const DWORD error = gate::Enter(gate::CallKind::System, "MsiGetFileVersionA")) return error;
     if (path == nullptr || (version != nullptr && versionLength == nullptr)) return ERROR_INVALID_PARAMETER;
     const std::optional<modules::FoundFile> file = modules::FileAt(path);

@@ -89,7 +89,8 @@ std::string Translation(const ModuleImage& image) {
 
 // The three directory levels (type, name, language) that lead to the one resource, and the resource.
 std::string ResourceSection(const ModuleImage& image) {
-    constexpr std::uint32_t kVersionType = 16, kSubdirectory = 0x80000000, kLevelSize = 24, kDataOffset = 3 * kLevelSize + 16;
+    constexpr std::uint32_t kVersionType = 16, kSubdirectory = 0x80000000, kLevelSize = 24,
+                            kDataOffset = 3 * kLevelSize + 16;
     Writer section;
     const std::uint32_t names[] = {kVersionType, 1, image.language};
     for (std::uint32_t level = 0; level < 3; ++level) {
@@ -103,12 +104,14 @@ std::string ResourceSection(const ModuleImage& image) {
 
 // The optional header up to its table of data directories.
 void WriteOptionalHeader(Writer& file, const ModuleImage& image, std::uint32_t imageSize) {
-    const auto sized = [&](std::uint64_t value) { image.sixtyFourBit ? file.Wide(value) : file.Long(std::uint32_t(value)); };
+    const auto sized = [&](std::uint64_t value) {
+        image.sixtyFourBit ? file.Wide(value) : file.Long(std::uint32_t(value));
+    };
     file.Word(image.sixtyFourBit ? 0x20B : 0x10B).Word(0).Long(0).Long(0).Long(0).Long(0).Long(kSectionAlignment);
     if (!image.sixtyFourBit) file.Long(kSectionAlignment);
     sized(0x10000000);
     file.Long(kSectionAlignment).Long(kFileAlignment);
-    file.Word(6).Word(0).Word(0).Word(0).Word(6).Word(0).Long(0);  // versions of system, image, subsystem
+    file.Word(6).Word(0).Word(0).Word(0).Word(6).Word(0).Long(0);           // versions of system, image, subsystem
     file.Long(imageSize).Long(kFileAlignment).Long(0).Word(2).Word(0x100);  // windows subsystem, may be placed anywhere
     sized(0x100000);
     sized(0x1000);
@@ -144,7 +147,11 @@ std::string BuildModule(const ModuleImage& image) {
         const bool isResource = directory == kResourceDirectory && image.hasVersion;
         file.Long(isResource ? kSectionAlignment : 0).Long(isResource ? virtualSize : 0);
     }
-    file.Raw(std::string(".rsrc\0\0\0", 8)).Long(virtualSize).Long(kSectionAlignment).Long(rawSize).Long(kFileAlignment);
+    file.Raw(std::string(".rsrc\0\0\0", 8))
+        .Long(virtualSize)
+        .Long(kSectionAlignment)
+        .Long(rawSize)
+        .Long(kFileAlignment);
     file.Zeros(12).Long(kReadableData).Align(kFileAlignment).Raw(section).Align(kFileAlignment);
     return file.Bytes();
 }

@@ -1,5 +1,5 @@
-// Makes the bytes of small DLLs as real Windows has them: one section with a version resource and no code. Plain C++, so that
-// the tests of both targets place such files too.
+// Makes the bytes of small DLLs as real Windows has them: one section with a version resource and no code. Plain C++,
+// so that the tests of both targets place such files too.
 #ifndef INSTALIB_EMBEDDED_MODULE_IMAGE_H
 #define INSTALIB_EMBEDDED_MODULE_IMAGE_H
 
@@ -18,9 +18,9 @@ struct ModuleImage {
     std::uint16_t codePage = 1252;
     // Names and texts of the string table, ASCII or UTF-16.
     std::vector<std::pair<std::u16string, std::u16string>> strings = {};
-    bool sixtyFourBit = true;   // PE32+, otherwise PE32
-    bool hasVersion = true;     // false: a module without any resource
-    bool hasTranslation = true; // false: no VarFileInfo block
+    bool sixtyFourBit = true;              // PE32+, otherwise PE32
+    bool hasVersion = true;                // false: a module without any resource
+    bool hasTranslation = true;            // false: no VarFileInfo block
     std::uint32_t signature = 0xFEEF04BD;  // of the fixed record
 };
 

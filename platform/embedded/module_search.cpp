@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <fstream>
 
-#include "platform/embedded/control.h"
+#include "platform/embedded/file_place.h"
 #include "platform/embedded/file_state.h"
 #include "platform/embedded/process_state.h"
 #include "platform/embedded/text.h"
@@ -15,46 +15,9 @@ namespace fs = std::filesystem;
 namespace embedded::modules {
 namespace {
 
-bool IsSeparator(char character) { return character == '\\' || character == '/'; }
-
 std::string WindowsDirectory() {
     constexpr char kKey[] = "HKLM\\SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
     return world::Local()->Storage().ReadText(kKey, "SystemRoot", "C:\\Windows");
-}
-
-// The current directory of the given drive; of the process's own when that is the drive, else its root.
-std::string DriveDirectory(char letter) {
-    const std::string current = text::Narrow(files::CurrentDirectory());
-    const bool isCurrent = !current.empty() && text::Upper(current[0]) == text::Upper(letter);
-    return isCurrent ? current : std::string(1, letter) + ":\\";
-}
-
-// Puts the base that a path lacks before it: a drive, a directory or both.
-std::string Absolute(std::string_view path) {
-    if (path.size() >= 2 && IsSeparator(path[0]) && IsSeparator(path[1])) return std::string(path);
-    if (path.size() >= 2 && path[1] == ':') {
-        if (path.size() > 2 && IsSeparator(path[2])) return std::string(path);
-        return DriveDirectory(path[0]) + '\\' + std::string(path.substr(2));
-    }
-    const std::string current = text::Narrow(files::CurrentDirectory());
-    if (!path.empty() && IsSeparator(path[0])) return current.substr(0, 2) + std::string(path);
-    return current + '\\' + std::string(path);
-}
-
-// Splits at separators; a double-byte character's second byte may be a backslash, so the split is made in UTF-16.
-std::vector<std::u16string> Components(std::u16string_view path) {
-    std::vector<std::u16string> parts;
-    std::u16string part;
-    for (const char16_t unit : path) {
-        if (unit != u'\\' && unit != u'/') {
-            part += unit;
-            continue;
-        }
-        if (!part.empty()) parts.push_back(std::move(part));
-        part.clear();
-    }
-    if (!part.empty()) parts.push_back(std::move(part));
-    return parts;
 }
 
 std::vector<std::string> SearchFolders(Purpose purpose) {
@@ -86,29 +49,15 @@ std::string WithExtension(std::string_view name, std::string_view extension) {
     return std::string(name).append(extension);
 }
 
-std::string FullPath(std::string_view path) {
-    const std::u16string absolute = text::Widen(Absolute(path));
-    const bool isNetwork = absolute.starts_with(u"\\\\") || absolute.starts_with(u"//");
-    std::vector<std::u16string> kept;
-    for (std::u16string& part : Components(absolute)) {
-        if (part == u".") continue;
-        if (part != u"..") kept.push_back(std::move(part));
-        else if (kept.size() > (isNetwork ? 2u : 1u)) kept.pop_back();
-    }
-    std::u16string result = isNetwork ? u"\\" : u"";
-    for (const std::u16string& part : kept) result += (result.empty() ? u"" : u"\\") + part;
-    if (kept.size() == 1 && !isNetwork) result += u'\\';
-    return text::Narrow(result);
-}
+std::string FullPath(std::string_view path) { return text::Narrow(files::AbsoluteName(std::string(path).c_str())); }
 
 std::string SystemDirectory() { return WindowsDirectory() + "\\System32"; }
 
 std::optional<FoundFile> FileAt(std::string_view path) {
-    FoundFile found;
-    found.path = FullPath(path);
+    const files::Place place = files::Locate(std::string(path).c_str());
     std::error_code error;
-    found.host = fs::canonical(control::HostPath(found.path), error);
-    if (error || !fs::is_regular_file(found.host, error)) return std::nullopt;
+    FoundFile found{FullPath(path), fs::canonical(place.host, error)};
+    if (!place.exists || place.IsDirectory() || error) return std::nullopt;
     return found;
 }
 
@@ -127,9 +76,18 @@ FileFormat FormatOf(const fs::path& host) {
     std::ifstream file(host, std::ios::binary);
     file.read(head, sizeof head);
     const std::string_view start(head, std::size_t(file.gcount()));
-    if (start == std::string_view("\x7F" "ELF", 4)) return FileFormat::HostBinary;
+    constexpr char kHostMark[] = {0x7F, 'E', 'L', 'F'};
+    if (start == std::string_view(kHostMark, sizeof kHostMark)) return FileFormat::HostBinary;
     if (start.starts_with("#!")) return FileFormat::HostScript;
-    return version_resource::IsImage(host) ? FileFormat::Windows : FileFormat::Unknown;
+    switch (version_resource::KindOf(host)) {
+        case version_resource::ImageKind::Own:
+            return FileFormat::Windows;
+        case version_resource::ImageKind::Foreign:
+            return FileFormat::WindowsForeign;
+        case version_resource::ImageKind::None:
+            break;
+    }
+    return FileFormat::Unknown;
 }
 
 }  // namespace embedded::modules

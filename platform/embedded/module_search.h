@@ -32,7 +32,8 @@ std::optional<FoundFile> Search(std::string_view name, Purpose purpose);
 std::optional<FoundFile> FileAt(std::string_view path);
 
 // What the first bytes of a file say.
-enum class FileFormat { HostBinary, HostScript, Windows, Unknown };
+// A module of Windows for another processor can be read and not run.
+enum class FileFormat { HostBinary, HostScript, Windows, WindowsForeign, Unknown };
 FileFormat FormatOf(const std::filesystem::path& host);
 
 }  // namespace embedded::modules

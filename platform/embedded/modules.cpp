@@ -247,7 +247,8 @@ FARPROC GetProcAddress(HMODULE module, LPCSTR name) {
     const auto number = reinterpret_cast<ULONG_PTR>(name);
     const bool isOrdinal = number <= 0xFFFF;
     DWORD error = 0;
-    const FARPROC address = modules::Address(module, isOrdinal ? nullptr : name, isOrdinal ? WORD(number) : WORD(0), error);
+    const FARPROC address =
+        modules::Address(module, isOrdinal ? nullptr : name, isOrdinal ? WORD(number) : WORD(0), error);
     if (address == nullptr) SetLastError(error);
     return address;
 }

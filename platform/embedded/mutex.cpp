@@ -42,9 +42,9 @@ class Descriptor {
     int m_value;
 };
 
-// A mutex as this process sees it, whatever handles it has of it. Between processes two files stand for it: a shared lock on the
-// first says "open somewhere", the exclusive lock on the second "owned". The host drops both when a process dies; a mark in
-// the second tells the next owner that the last one never released it.
+// A mutex as this process sees it, whatever handles it has of it. Between processes two files stand for it: a shared
+// lock on the first says "open somewhere", the exclusive lock on the second "owned". The host drops both when a process
+// dies; a mark in the second tells the next owner that the last one never released it.
 class SharedMutex {
   public:
     SharedMutex(const fs::path& folder, const std::string& name)
@@ -104,7 +104,8 @@ class SharedMutex {
 
 class MutexObject : public Waitable {
   public:
-    explicit MutexObject(std::shared_ptr<SharedMutex> shared) : Waitable(ResourceKind::Mutex), m_shared(std::move(shared)) {}
+    explicit MutexObject(std::shared_ptr<SharedMutex> shared)
+        : Waitable(ResourceKind::Mutex), m_shared(std::move(shared)) {}
     DWORD Wait(DWORD milliseconds) override { return m_shared->Acquire(milliseconds); }
     SharedMutex& Shared() const { return *m_shared; }
 
@@ -112,8 +113,8 @@ class MutexObject : public Waitable {
     std::shared_ptr<SharedMutex> m_shared;
 };
 
-// A name as a file name: letters and digits as they are, every other byte as two hexadecimal digits. Case matters. The two
-// name spaces of Windows' sessions are one here.
+// A name as a file name: letters and digits as they are, every other byte as two hexadecimal digits. Case matters. The
+// two name spaces of Windows' sessions are one here.
 std::string FileName(std::string_view name) {
     for (const std::string_view space : {"Global\\", "Local\\"}) {
         if (name.starts_with(space)) name.remove_prefix(space.size());
@@ -121,8 +122,10 @@ std::string FileName(std::string_view name) {
     std::string result = "m";
     for (const char character : name) {
         const BYTE byte = BYTE(character);
-        if (std::isalnum(byte) != 0) result += character;
-        else result.append("%").append(1, "0123456789ABCDEF"[byte >> 4]).append(1, "0123456789ABCDEF"[byte & 15]);
+        if (std::isalnum(byte) != 0)
+            result += character;
+        else
+            result.append("%").append(1, "0123456789ABCDEF"[byte >> 4]).append(1, "0123456789ABCDEF"[byte & 15]);
     }
     return result;
 }
@@ -160,8 +163,8 @@ HANDLE CreateMutexA(LPSECURITY_ATTRIBUTES, BOOL owned, LPCSTR name) {
         SetLastError(ERROR_FILENAME_EXCED_RANGE);
         return nullptr;
     }
-    const std::string file = isNamed ? mutexes::FileName(name)
-                                     : "n" + std::to_string(getpid()) + '.' + std::to_string(++nameless);
+    const std::string file =
+        isNamed ? mutexes::FileName(name) : "n" + std::to_string(getpid()) + '.' + std::to_string(++nameless);
     bool isNew = false;
     const auto shared = mutexes::Open(file, isNew);
     if (!shared->IsUsable()) {

@@ -27,7 +27,7 @@ using embedded::control::CallKind;
 namespace embedded::process {
 namespace {
 
-// --- A running child ------------------------------------------------------------------------------------------------------
+// --- A running child ---
 
 class Child {
   public:
@@ -77,7 +77,8 @@ class Child {
     }
 
   private:
-    // A program that a signal ended left no code of its own: Windows' for the same fault, or its way to tell of an abort.
+    // A program that a signal ended left no code of its own: Windows' for the same fault, or its way to tell of an
+    // abort.
     static DWORD CodeOf(int status) {
         constexpr DWORD kAccessViolation = 0xC0000005, kAborted = 3;
         if (WIFEXITED(status)) return DWORD(WEXITSTATUS(status));
@@ -113,13 +114,14 @@ class ChildHandle : public Waitable {
     std::shared_ptr<Child> m_child;
 };
 
-// --- Starting one ---------------------------------------------------------------------------------------------------------
+// --- Starting one ---
 
-// The program that a command line names and where its name ends. Without quotes every blank may end the name: "C:\A B C" is
-// "C:\A.exe", then "C:\A B.exe", then "C:\A B C.exe".
+// The program that a command line names and where its name ends. Without quotes every blank may end the name: "C:\A B
+// C" is "C:\A.exe", then "C:\A B.exe", then "C:\A B C.exe".
 struct Named {
     std::optional<modules::FoundFile> file;
-    std::string name;
+    std::string
+        line;  // with the name in quotes when it had blanks and none, so that the child splits it as it was meant
 };
 
 std::optional<modules::FoundFile> FindProgram(std::string_view name) {
@@ -129,19 +131,21 @@ std::optional<modules::FoundFile> FindProgram(std::string_view name) {
 Named NamedBy(std::string_view line) {
     line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
     if (line.starts_with('"')) {
-        const std::string name(line.substr(1, std::min(line.find('"', 1), line.size()) - 1));
-        return {FindProgram(name), name};
+        return {FindProgram(line.substr(1, std::min(line.find('"', 1), line.size()) - 1)), std::string(line)};
     }
     for (std::size_t end = 0; end < line.size(); ++end) {
+        const bool hadBlank = end != 0;
         end = std::min(line.find_first_of(" \t", end), line.size());
         const std::string name(line.substr(0, end));
-        if (auto file = FindProgram(name)) return {std::move(file), name};
+        auto file = FindProgram(name);
+        if (!file) continue;
+        return {std::move(file), hadBlank ? '"' + name + '"' + std::string(line.substr(end)) : std::string(line)};
     }
     return {};
 }
 
-// Splits a command line as the C runtime of Windows does: blanks separate, quotes keep them, 2n backslashes before a quote
-// stand for n, one more makes the quote itself part of the argument.
+// Splits a command line as the C runtime of Windows does: blanks separate, quotes keep them, 2n backslashes before a
+// quote stand for n, one more makes the quote itself part of the argument.
 std::vector<std::string> Arguments(std::string_view line) {
     std::vector<std::string> arguments;
     std::string argument;
@@ -215,13 +219,16 @@ DWORD Spawn(const Order& order, pid_t& pid) {
 // What CreateProcessA's arguments ask for; 0 or the Windows error.
 DWORD Prepare(const char* program, const char* commandLine, const char* directory, Order& order) {
     Named named;
-    if (program == nullptr) named = NamedBy(commandLine);
-    else named = {modules::FileAt(program), program};
+    if (program == nullptr)
+        named = NamedBy(commandLine);
+    else
+        named = {modules::FileAt(program), commandLine != nullptr ? commandLine : '"' + std::string(program) + '"'};
     if (!named.file) return ERROR_FILE_NOT_FOUND;
     const modules::FileFormat format = modules::FormatOf(named.file->host);
-    if (format != modules::FileFormat::HostBinary && format != modules::FileFormat::HostScript) return ERROR_BAD_EXE_FORMAT;
+    if (format != modules::FileFormat::HostBinary && format != modules::FileFormat::HostScript)
+        return ERROR_BAD_EXE_FORMAT;
     order.program = *named.file;
-    order.commandLine = commandLine == nullptr ? '"' + named.name + '"' : commandLine;
+    order.commandLine = named.line;
     order.directory = directory == nullptr ? text::Narrow(files::CurrentDirectory()) : modules::FullPath(directory);
     std::error_code error;
     return fs::is_directory(control::HostPath(order.directory), error) ? 0 : ERROR_DIRECTORY;

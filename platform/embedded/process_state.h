@@ -1,5 +1,5 @@
-// What belongs to this process rather than to its machine: the program it runs as, its command line and its environment.
-// All of it starts afresh when the process changes its machine.
+// What belongs to this process rather than to its machine: the program it runs as, its command line and its
+// environment. All of it starts afresh when the process changes its machine.
 #ifndef INSTALIB_EMBEDDED_PROCESS_STATE_H
 #define INSTALIB_EMBEDDED_PROCESS_STATE_H
 
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/embedded/text.h"
+#include "platform/embedded/world.h"
 
 namespace embedded {
 
@@ -22,12 +23,14 @@ struct NoCaseLess {
 
 namespace process {
 
-// The machine's path of the program: what RunAs or INSTALIB_PROGRAM said, the host program's own place when that is on a
-// drive of the machine, C:\SETUP\<NAME>.EXE otherwise.
+// The machine's path of the program: what RunAs or INSTALIB_PROGRAM said, the host program's own place when that is on
+// a drive of the machine, C:\SETUP\<NAME>.EXE otherwise.
 std::string Program();
 // The folder of the program without a final backslash, except for a root.
 std::string ProgramFolder();
 std::string CommandLine();
+// The store's path of the hive of the user that programs of the machine run as: "HKU\\S-1-5-21-...-500".
+std::string UserHive(Machine& machine);
 
 std::optional<std::string> Variable(std::string_view name);
 // Nothing removes the variable.

@@ -4,7 +4,9 @@
 #include <span>
 
 #include "platform/embedded/builtin_modules.h"
+#include "platform/embedded/code_page.h"
 #include "platform/embedded/module_image.h"
+#include "platform/embedded/process_state.h"
 #include "platform/embedded/text.h"
 
 namespace fs = std::filesystem;
@@ -12,7 +14,7 @@ namespace fs = std::filesystem;
 namespace embedded {
 namespace {
 
-// --- Registry -----------------------------------------------------------------------------------------------------------
+// --- Registry ---
 
 // Texts are written as REG_SZ, those with a '%' as REG_EXPAND_SZ; a null name makes the key alone.
 struct TextRow {
@@ -33,7 +35,6 @@ struct NumberRow {
 #define CLASSES "HKLM\\SOFTWARE\\Classes"
 #define CONTROL "HKLM\\SYSTEM\\CurrentControlSet\\Control"
 #define SERVICES "HKLM\\SYSTEM\\CurrentControlSet\\Services"
-#define USER "HKU\\.DEFAULT"
 
 constexpr TextRow kTexts[] = {
     {WINDOWS, "ProgramFilesDir", "C:\\Program Files"},
@@ -45,7 +46,8 @@ constexpr TextRow kTexts[] = {
     {WINDOWS, "ProgramFilesPath", "%ProgramFiles%"},
     {WINDOWS, "DevicePath", "%SystemRoot%\\inf"},
     {WINDOWS "\\App Paths", nullptr, nullptr},
-    {WINDOWS "\\Explorer\\Shell Folders", "Common Programs", "C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs"},
+    {WINDOWS "\\Explorer\\Shell Folders", "Common Programs",
+     "C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs"},
     {WINDOWS "\\Explorer\\Shell Folders", "Common AppData", "C:\\ProgramData"},
     {WINDOWS "\\Run", nullptr, nullptr},
     {WINDOWS "\\SharedDLLs", nullptr, nullptr},
@@ -102,7 +104,8 @@ constexpr TextRow kTexts[] = {
     {CLASSES "\\Drive\\shellex\\PropertySheetHandlers", nullptr, nullptr},
     {CLASSES "\\Folder", "", "Folder"},
     {"HKLM\\SYSTEM\\Select", nullptr, nullptr},
-    {"HKLM\\HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0", "Identifier", "Intel64 Family 6 Model 158 Stepping 10"},
+    {"HKLM\\HARDWARE\\DESCRIPTION\\System\\CentralProcessor\\0", "Identifier",
+     "Intel64 Family 6 Model 158 Stepping 10"},
     {CONTROL, "CurrentUser", "USERNAME"},
     {CONTROL "\\Lsa", nullptr, nullptr},
     {CONTROL "\\NetworkProvider\\Order", "ProviderOrder", "LanmanWorkstation"},
@@ -112,8 +115,10 @@ constexpr TextRow kTexts[] = {
     {CONTROL "\\ServiceGroupOrder", nullptr, nullptr},
     {CONTROL "\\Session Manager", nullptr, nullptr},
     {CONTROL "\\Session Manager\\Environment", "ComSpec", "%SystemRoot%\\system32\\cmd.exe"},
+    {CONTROL "\\Session Manager\\Environment", "NUMBER_OF_PROCESSORS", "2"},
     {CONTROL "\\Session Manager\\Environment", "OS", "Windows_NT"},
-    {CONTROL "\\Session Manager\\Environment", "Path", "%SystemRoot%\\system32;%SystemRoot%;%SystemRoot%\\System32\\Wbem"},
+    {CONTROL "\\Session Manager\\Environment", "Path",
+     "%SystemRoot%\\system32;%SystemRoot%;%SystemRoot%\\System32\\Wbem"},
     {CONTROL "\\Session Manager\\Environment", "PATHEXT", ".COM;.EXE;.BAT;.CMD"},
     {CONTROL "\\Session Manager\\Environment", "PROCESSOR_ARCHITECTURE", "AMD64"},
     {CONTROL "\\Session Manager\\Environment", "TEMP", "%SystemRoot%\\TEMP"},
@@ -127,11 +132,16 @@ constexpr TextRow kTexts[] = {
     {SERVICES "\\LanmanServer\\Shares\\Security", nullptr, nullptr},
     {SERVICES "\\LanmanWorkstation\\Parameters", nullptr, nullptr},
     {SERVICES "\\Tcpip\\Parameters", "Domain", ""},
-    {USER "\\Control Panel\\International", "Locale", "00000409"},
-    {USER "\\Environment", "TEMP", "%SystemDrive%\\Temp"},
-    {USER "\\Environment", "TMP", "%SystemDrive%\\Temp"},
-    {USER "\\Software\\Classes", nullptr, nullptr},
-    {USER "\\Software\\Microsoft\\Windows\\CurrentVersion\\Run", nullptr, nullptr},
+};
+
+// Below a user's hive.
+constexpr TextRow kUserTexts[] = {
+    {"Control Panel\\International", "Locale", "00000409"},
+    {"Environment", "TEMP", "%USERPROFILE%\\AppData\\Local\\Temp"},
+    {"Environment", "TMP", "%USERPROFILE%\\AppData\\Local\\Temp"},
+    {"Software\\Classes", nullptr, nullptr},
+    {"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders", nullptr, nullptr},
+    {"Software\\Microsoft\\Windows\\CurrentVersion\\Run", nullptr, nullptr},
 };
 
 constexpr NumberRow kNumbers[] = {
@@ -141,7 +151,6 @@ constexpr NumberRow kNumbers[] = {
     {"HKLM\\SYSTEM\\Select", "Current", 1},
     {"HKLM\\SYSTEM\\Select", "Default", 1},
     {"HKLM\\SYSTEM\\Select", "LastKnownGood", 1},
-    {CONTROL "\\Session Manager\\Environment", "NUMBER_OF_PROCESSORS", 2},
     {SERVICES "\\EventLog\\Application", "MaxSize", 20 * 1024 * 1024},
     {SERVICES "\\EventLog\\Security", "MaxSize", 20 * 1024 * 1024},
     {SERVICES "\\EventLog\\System", "MaxSize", 20 * 1024 * 1024},
@@ -155,31 +164,46 @@ Bytes TextBytes(std::string_view text) {
     return data;
 }
 
+void WriteRow(Store& store, const TextRow& row, const std::string& prefix) {
+    const std::string key = prefix + row.key;
+    if (row.name == nullptr) {
+        store.CreateKey(key);
+        return;
+    }
+    const std::string_view text = row.text;
+    store.Write(key, row.name, text.find('%') == text.npos ? kText : kExpandText, TextBytes(text));
+}
+
 void SeedRegistry(Machine& machine) {
     Store& store = machine.Storage();
-    for (const TextRow& row : kTexts) {
-        if (row.name == nullptr) {
-            store.CreateKey(row.key);
-            continue;
-        }
-        const std::string_view text = row.text;
-        store.Write(row.key, row.name, text.find('%') == text.npos ? kText : kExpandText, TextBytes(text));
-    }
+    for (const TextRow& row : kTexts) WriteRow(store, row, "");
     for (const NumberRow& row : kNumbers) store.WriteNumber(row.key, row.name, row.number);
-    for (const char* const key : {CONTROL "\\ComputerName\\ComputerName", CONTROL "\\ComputerName\\ActiveComputerName"}) {
+    for (const char* const key :
+         {CONTROL "\\ComputerName\\ComputerName", CONTROL "\\ComputerName\\ActiveComputerName"}) {
         store.WriteText(key, "ComputerName", machine.Name());
     }
     store.WriteText(SERVICES "\\Tcpip\\Parameters", "Hostname", machine.Name());
 }
 
-// --- Drives -------------------------------------------------------------------------------------------------------------
+// The default user's hive and the one of the user that programs run as, with its profile.
+void SeedUsers(Machine& machine) {
+    const std::string hive = process::UserHive(machine);
+    for (const std::string& user : {std::string("HKU\\.DEFAULT"), hive}) {
+        for (const TextRow& row : kUserTexts) WriteRow(machine.Storage(), row, user + '\\');
+    }
+    const std::string profile = std::string(WINDOWS_NT "\\ProfileList\\") + hive.substr(hive.find('\\') + 1);
+    WriteRow(machine.Storage(), {"", "ProfileImagePath", "%SystemDrive%\\Users\\Administrator"}, profile);
+}
+
+// --- Drives ---
 
 constexpr const char* kFolders[] = {
     "Program Files/Common Files",
     "Program Files (x86)/Common Files",
     "ProgramData/Microsoft/Windows/Start Menu/Programs",
     "Temp",
-    "Users/Administrator",
+    "Users/Administrator/AppData/Local/Temp",
+    "Users/Administrator/AppData/Roaming",
     "Users/Default",
     "Users/Public",
     "Windows/System32/drivers/etc",
@@ -188,8 +212,8 @@ constexpr const char* kFolders[] = {
     "Windows/inf",
 };
 
-// A fresh Windows knows no product, so its installer's program finds nothing to install or remove. The host passes on the low
-// eight bits of ERROR_UNKNOWN_PRODUCT alone.
+// A fresh Windows knows no product, so its installer's program finds nothing to install or remove. The host passes on
+// the low eight bits of ERROR_UNKNOWN_PRODUCT alone.
 constexpr char kInstallerProgram[] = "#!/bin/sh\nexit 69\n";
 
 void WriteFile(const fs::path& path, const std::string& bytes) {
@@ -217,17 +241,19 @@ void SeedDrives(Machine& machine) {
     for (const builtin::Module& module : builtin::All()) WriteFile(system / module.name, ModuleBytes(module));
     WriteFile(system / "msiexec.exe", kInstallerProgram);
     fs::permissions(system / "msiexec.exe", fs::perms::owner_all);
-    WriteFile(drive / "Windows" / "win.ini", "; for 16-bit app support\r\n[fonts]\r\n[extensions]\r\n[mci extensions]\r\n[files]\r\n");
+    WriteFile(drive / "Windows" / "win.ini", "; for 16-bit app support\r\n[fonts]\r\n[extensions]\r\n[files]\r\n");
 }
 
 }  // namespace
 
 void SeedMachine(Machine& machine) {
+    const code_page::FreshMachineScope scope;
     const Store::Lock lock(machine.Storage());
     SeedRegistry(machine);
     SeedDrives(machine);
-    if (SeedAccounts) SeedAccounts(machine);
-    if (SeedServices) SeedServices(machine);
+    SeedAccounts(machine);
+    SeedUsers(machine);
+    SeedServices(machine);
 }
 
 }  // namespace embedded

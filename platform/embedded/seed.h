@@ -7,9 +7,9 @@
 namespace embedded {
 
 // Users, groups, their rights; the machine's own identifier.
-[[gnu::weak]] void SeedAccounts(Machine& machine);
+void SeedAccounts(Machine& machine);
 // The services that Windows itself brings.
-[[gnu::weak]] void SeedServices(Machine& machine);
+void SeedServices(Machine& machine);
 
 }  // namespace embedded
 

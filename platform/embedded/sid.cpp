@@ -113,6 +113,7 @@ Bytes MakeSid(BYTE authority, std::initializer_list<DWORD> subAuthorities) {
 }
 
 std::string SidText(ByteView sid) {
+    if (sid.size() < kHeader) return {};
     std::uint64_t authority = 0;
     for (std::size_t i = 2; i < kHeader; ++i) authority = authority << 8 | sid[i];
     std::string text = "S-1-" + std::to_string(authority);  // Windows writes large authorities in hexadecimal

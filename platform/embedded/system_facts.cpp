@@ -17,7 +17,7 @@ constexpr char kKey[] = "META\\System";
 
 struct NumberField {
     const char* name;
-    DWORD control::WindowsVersion::* field;
+    DWORD control::WindowsVersion::*field;
 };
 constexpr NumberField kNumbers[] = {{"MajorVersion", &control::WindowsVersion::major},
                                     {"MinorVersion", &control::WindowsVersion::minor},

@@ -73,17 +73,22 @@ constexpr Message kSystemMessages[] = {
     {1018, "Illegal operation attempted on a registry key that has been marked for deletion."},
     {1053, "The service did not respond to the start or control request in a timely fashion."},
     {1056, "An instance of the service is already running."},
-    {1058, "The service cannot be started, either because it is disabled or because it has no enabled devices associated with it."},
+    {1058,
+     "The service cannot be started, either because it is disabled or because it has no enabled devices associated "
+     "with it."},
     {1060, "The specified service does not exist as an installed service."},
     {1061, "The service cannot accept control messages at this time."},
     {1062, "The service has not been started."},
     {1069, "The service did not start due to a logon failure."},
     {1072, "The specified service has been marked for deletion."},
     {1073, "The specified service already exists."},
-    {1203, "The network path was either typed incorrectly, does not exist, or the network provider is not currently available. "
-           "Please try retyping the path or contact your network administrator."},
-    {1219, "Multiple connections to a server or shared resource by the same user, using more than one user name, are not "
-           "allowed. Disconnect all previous connections to the server or shared resource and try again."},
+    {1203,
+     "The network path was either typed incorrectly, does not exist, or the network provider is not currently "
+     "available. "
+     "Please try retyping the path or contact your network administrator."},
+    {1219,
+     "Multiple connections to a server or shared resource by the same user, using more than one user name, are not "
+     "allowed. Disconnect all previous connections to the server or shared resource and try again."},
     {1300, "Not all privileges or groups referenced are assigned to the caller."},
     {1311, "We can't sign you in with this credential because your domain isn't available."},
     {1313, "A specified privilege does not exist."},
@@ -121,8 +126,9 @@ constexpr Message kNetworkMessages[] = {
     {2226, "This operation is only allowed on the primary domain controller of the domain."},
     {2236, "The user already belongs to this group."},
     {2237, "The user does not belong to this group."},
-    {2245, "The password does not meet the password policy requirements. Check the minimum password length, password "
-           "complexity and password history requirements."},
+    {2245,
+     "The password does not meet the password policy requirements. Check the minimum password length, password "
+     "complexity and password history requirements."},
     {2250, "The network connection could not be found."},
     {2310, "This shared resource does not exist."},
     {2311, "This device is not shared."},

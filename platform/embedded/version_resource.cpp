@@ -26,7 +26,7 @@ std::optional<Number> NumberAt(std::span<const BYTE> bytes, std::size_t offset) 
 
 std::size_t Align4(std::size_t offset) { return (offset + 3) & ~std::size_t(3); }
 
-// --- The file -----------------------------------------------------------------------------------------------------------
+// --- The file ---
 
 class File {
   public:
@@ -156,7 +156,7 @@ Place Locate(File& file, const Image& image) {
     return {0, *NumberAt<DWORD>(data, 0), *NumberAt<DWORD>(data, 4)};
 }
 
-// --- The tree -----------------------------------------------------------------------------------------------------------
+// --- The tree ---
 
 // The key's units up to its terminator, within the node.
 std::optional<std::u16string> KeyOf(std::span<const BYTE> node, std::size_t offset) {
@@ -169,9 +169,7 @@ std::optional<std::u16string> KeyOf(std::span<const BYTE> node, std::size_t offs
     }
 }
 
-bool SameKey(std::u16string_view key, std::string_view wanted) {
-    return text::EqualNoCase(text::Narrow(key), wanted);
-}
+bool SameKey(std::u16string_view key, std::string_view wanted) { return text::EqualNoCase(text::Narrow(key), wanted); }
 
 // The child of this name, or nothing. A child without length would be found for ever; it ends the search.
 std::optional<Node> Child(std::span<const BYTE> resource, const Node& parent, std::string_view name) {
@@ -188,11 +186,12 @@ std::optional<Node> Child(std::span<const BYTE> resource, const Node& parent, st
 
 }  // namespace
 
-bool IsImage(const fs::path& host) {
+ImageKind KindOf(const fs::path& host) {
     constexpr WORD kExecutable = 0x0002;
     File file(host);
     const std::optional<Image> image = ReadImage(file);
-    return image && image->machine == kMachineX64 && (image->characteristics & kExecutable) != 0;
+    if (!image || (image->characteristics & kExecutable) == 0) return ImageKind::None;
+    return image->machine == kMachineX64 ? ImageKind::Own : ImageKind::Foreign;
 }
 
 Resource Read(const fs::path& host) {
@@ -259,8 +258,9 @@ namespace {
 namespace version_resource = embedded::version_resource;
 using version_resource::Node;
 
-// A block is the resource, a mark where its length (rounded up to 4) ends, and room for its texts in the ANSI code page:
-// the text of the value at offset n stands at n of that room, which is as long as the resource and so never overlaps.
+// A block is the resource, a mark where its length (rounded up to 4) ends, and room for its texts in the ANSI code
+// page: the text of the value at offset n stands at n of that room, which is as long as the resource and so never
+// overlaps.
 constexpr char kMark[4] = {'F', 'E', '2', 'X'};
 
 std::size_t MarkOffset(std::size_t length) { return (length + 3) & ~std::size_t(3); }
@@ -330,7 +330,8 @@ BOOL GetFileVersionInfoA(LPCSTR path, DWORD, DWORD bytes, LPVOID block) {
 BOOL VerQueryValueA(LPCVOID block, LPCSTR path, LPVOID* value, UINT* size) {
     if (gate::Refuses(CallKind::Module, "VerQueryValueA")) return FALSE;
     if (block == nullptr || path == nullptr) return FailVersion(ERROR_INVALID_DATA);
-    // Windows gives out pointers into a block that it takes as const; the texts behind the resource are written on demand.
+    // Windows gives out pointers into a block that it takes as const; the texts behind the resource are written on
+    // demand.
     BYTE* const start = static_cast<BYTE*>(const_cast<void*>(block));
     const std::size_t length = ResourceLength(start);
     const std::optional<Node> node = version_resource::Find(std::span<const BYTE>(start, length), path);

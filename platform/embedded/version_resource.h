@@ -1,5 +1,5 @@
-// Reads real Windows modules (PE32 and PE32+): whether a file is one, and its version resource. The bytes are untrusted; every
-// offset and length is checked against the file or the block before it is used.
+// Reads real Windows modules (PE32 and PE32+): whether a file is one, and its version resource. The bytes are
+// untrusted; every offset and length is checked against the file or the block before it is used.
 #ifndef INSTALIB_EMBEDDED_VERSION_RESOURCE_H
 #define INSTALIB_EMBEDDED_VERSION_RESOURCE_H
 
@@ -14,8 +14,9 @@
 
 namespace embedded::version_resource {
 
-// Whether the file is a module of Windows that a 64-bit process can load.
-bool IsImage(const std::filesystem::path& host);
+// Whether the file is a module of Windows, and one that a 64-bit process can load.
+enum class ImageKind { None, Own, Foreign };
+ImageKind KindOf(const std::filesystem::path& host);
 
 struct Resource {
     DWORD error = 0;  // 0, or ERROR_RESOURCE_DATA_NOT_FOUND, ERROR_RESOURCE_TYPE_NOT_FOUND, ...

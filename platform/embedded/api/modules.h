@@ -19,15 +19,16 @@ typedef LONG HRESULT;
 
 // A path on a drive of the machine loads the shared object that stands there; a bare name is searched in the program's
 // folder, the system directory, the Windows directory, the current directory and Path. ".DLL" is appended to a name
-// without extension (a final dot keeps it off). The same file gives the same handle until it was freed as often as it was
-// loaded. A DLL of real Windows loads without entry points. Null on failure: ERROR_MOD_NOT_FOUND for a missing file,
-// ERROR_BAD_EXE_FORMAT for one that is no library.
+// without extension (a final dot keeps it off). The same file gives the same handle until it was freed as often as it
+// was loaded. A DLL of real Windows loads without entry points. Null on failure: ERROR_MOD_NOT_FOUND for a missing
+// file, ERROR_BAD_EXE_FORMAT for one that is no library.
 MACHINE_API HMODULE LoadLibraryA(LPCSTR name);
-// `file` must be null. LOAD_WITH_ALTERED_SEARCH_PATH changes nothing here: the host's loader finds what a library needs.
-// LOAD_LIBRARY_AS_DATAFILE gives a handle without entry points, for messages and resources.
+// `file` must be null. LOAD_WITH_ALTERED_SEARCH_PATH changes nothing here: the host's loader finds what a library
+// needs. LOAD_LIBRARY_AS_DATAFILE gives a handle without entry points, for messages and resources.
 MACHINE_API HMODULE LoadLibraryExA(LPCSTR name, HANDLE file, DWORD flags);
 MACHINE_API BOOL FreeLibrary(HMODULE module);
-// By name (case matters), or by an ordinal in the low word: the symbol OrdinalN. ERROR_PROC_NOT_FOUND when there is none.
+// By name (case matters), or by an ordinal in the low word: the symbol OrdinalN. ERROR_PROC_NOT_FOUND when there is
+// none.
 MACHINE_API FARPROC GetProcAddress(HMODULE module, LPCSTR name);
 // A loaded module by name or path, not counted as loaded once more; the program for null.
 MACHINE_API HMODULE GetModuleHandleA(LPCSTR name);
@@ -35,7 +36,7 @@ MACHINE_API HMODULE GetModuleHandleA(LPCSTR name);
 // first capacity - 1 characters, a terminator, the capacity as result and ERROR_INSUFFICIENT_BUFFER.
 MACHINE_API DWORD GetModuleFileNameA(HMODULE module, LPSTR path, DWORD capacity);
 
-// --- Version resources --------------------------------------------------------------------------------------------------
+// --- Version resources ---
 
 #define VS_FFI_SIGNATURE 0xFEEF04BDu
 #define VS_FFI_STRUCVERSION 0x00010000u
@@ -65,7 +66,7 @@ typedef struct _DLLVERSIONINFO {
     DWORD dwBuildNumber;
     DWORD dwPlatformID;
 } DLLVERSIONINFO;
-typedef HRESULT (CALLBACK* DLLGETVERSIONPROC)(DLLVERSIONINFO*);
+typedef HRESULT(CALLBACK* DLLGETVERSIONPROC)(DLLVERSIONINFO*);
 
 static_assert(sizeof(VS_FIXEDFILEINFO) == 52 && sizeof(DLLVERSIONINFO) == 20, "layouts of Windows");
 
@@ -74,7 +75,8 @@ static_assert(sizeof(VS_FIXEDFILEINFO) == 52 && sizeof(DLLVERSIONINFO) == 20, "l
 MACHINE_API DWORD GetFileVersionInfoSizeA(LPCSTR path, LPDWORD ignored);
 MACHINE_API BOOL GetFileVersionInfoA(LPCSTR path, DWORD ignored, DWORD bytes, LPVOID block);
 // "\\", "\\VarFileInfo\\Translation" or "\\StringFileInfo\\LLLLCCCC\\Name", without regard to case. `value` points into
-// the block and lives as long; `size` is in bytes, for texts in characters with the terminator. FALSE when it is missing.
+// the block and lives as long; `size` is in bytes, for texts in characters with the terminator. FALSE when it is
+// missing.
 MACHINE_API BOOL VerQueryValueA(LPCVOID block, LPCSTR path, LPVOID* value, UINT* size);
 
 #endif

@@ -1,22 +1,23 @@
-// The computer, its environment, processes, messages and code pages (processenv.h, processthreadsapi.h, winnls.h, winbase.h of
-// the Windows SDK).
+// The computer, its environment, processes, messages and code pages (processenv.h, processthreadsapi.h, winnls.h,
+// winbase.h of the Windows SDK).
 #ifndef INSTALIB_EMBEDDED_API_SYSTEM_H
 #define INSTALIB_EMBEDDED_API_SYSTEM_H
 
 #include "platform/embedded/api/base.h"
 
-// --- Environment and command line ---------------------------------------------------------------------------------------
+// --- Environment and command line ---
 
-// The process's own environment: the machine's and the user's variables, the host's where those have none, and the changes
-// made here. Names compare without regard to case. The length without terminator; the size with it when `size` is too
-// small; 0 and ERROR_ENVVAR_NOT_FOUND when there is none; 0 and last error 0 for an empty value.
+// The process's own environment: the machine's and the user's variables, the host's where those have none, and the
+// changes made here. Names compare without regard to case. The length without terminator; the size with it when `size`
+// is too small; 0 and ERROR_ENVVAR_NOT_FOUND when there is none; 0 and last error 0 for an empty value.
 MACHINE_API DWORD GetEnvironmentVariableA(LPCSTR name, LPSTR value, DWORD size);
 // Null removes the variable. Seen by this process and the children it starts, never stored in the registry.
 MACHINE_API BOOL SetEnvironmentVariableA(LPCSTR name, LPCSTR value);
-// The program's path in quotes and its arguments; the text lives as long as the process and is not changed by later calls.
+// The program's path in quotes and its arguments; the text lives as long as the process and is not changed by later
+// calls.
 MACHINE_API LPSTR GetCommandLineA(void);
 
-// --- The computer and Windows -------------------------------------------------------------------------------------------
+// --- The computer and Windows ---
 
 #define MAX_COMPUTERNAME_LENGTH 15
 // In: characters with the terminator; out: without. ERROR_BUFFER_OVERFLOW and the size needed when it is too small.
@@ -54,10 +55,11 @@ typedef struct _OSVERSIONINFOEXA {
 
 static_assert(sizeof(OSVERSIONINFOA) == 148 && sizeof(OSVERSIONINFOEXA) == 156, "layouts of Windows");
 
-// The version that control set (10.0 build 19045 of the NT platform). ERROR_INSUFFICIENT_BUFFER for a size that is neither.
+// The version that control set (10.0 build 19045 of the NT platform). ERROR_INSUFFICIENT_BUFFER for a size that is
+// neither.
 MACHINE_API BOOL GetVersionExA(LPOSVERSIONINFOA version);
 
-// --- Processes and waits ------------------------------------------------------------------------------------------------
+// --- Processes and waits ---
 
 #define STILL_ACTIVE 259
 #define STARTF_USESHOWWINDOW 0x00000001u
@@ -95,26 +97,27 @@ MACHINE_API HANDLE GetCurrentThread(void);
 MACHINE_API DWORD GetCurrentProcessId(void);
 MACHINE_API DWORD GetCurrentThreadId(void);
 
-// Starts a program that stands on a drive of the machine: an executable or a script ("#!") of the host. It runs on the same
-// machine, with this process's environment and, without `directory`, its current directory. `environment` and the security
-// attributes must be null. ERROR_FILE_NOT_FOUND for a missing program, ERROR_BAD_EXE_FORMAT for a file that is none,
-// ERROR_DIRECTORY for a missing directory.
+// Starts a program that stands on a drive of the machine: an executable or a script ("#!") of the host. It runs on the
+// same machine, with this process's environment and, without `directory`, its current directory. `environment` and the
+// security attributes must be null. ERROR_FILE_NOT_FOUND for a missing program, ERROR_BAD_EXE_FORMAT for a file that is
+// none, ERROR_DIRECTORY for a missing directory.
 MACHINE_API BOOL CreateProcessA(LPCSTR program, LPSTR commandLine, LPSECURITY_ATTRIBUTES processSecurity,
-                                LPSECURITY_ATTRIBUTES threadSecurity, BOOL inheritHandles, DWORD flags, LPVOID environment,
-                                LPCSTR directory, LPSTARTUPINFOA startup, LPPROCESS_INFORMATION information);
+                                LPSECURITY_ATTRIBUTES threadSecurity, BOOL inheritHandles, DWORD flags,
+                                LPVOID environment, LPCSTR directory, LPSTARTUPINFOA startup,
+                                LPPROCESS_INFORMATION information);
 // STILL_ACTIVE while it runs. The host passes on the low 8 bits of a program's own exit code.
 MACHINE_API BOOL GetExitCodeProcess(HANDLE process, LPDWORD code);
 MACHINE_API BOOL TerminateProcess(HANDLE process, UINT code);
 // Processes, threads and mutexes. WAIT_OBJECT_0, WAIT_TIMEOUT, WAIT_ABANDONED, or WAIT_FAILED with the last error.
 MACHINE_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 
-// --- Mutexes: one per name and machine, held between all its processes --------------------------------------------------
+// --- Mutexes: one per name and machine, held between all its processes ---
 
 // ERROR_ALREADY_EXISTS as last error of a success: some process had it open already, and `owned` was ignored.
 MACHINE_API HANDLE CreateMutexA(LPSECURITY_ATTRIBUTES security, BOOL owned, LPCSTR name);
 MACHINE_API BOOL ReleaseMutex(HANDLE mutex);
 
-// --- Messages -----------------------------------------------------------------------------------------------------------
+// --- Messages ---
 
 #define FORMAT_MESSAGE_ALLOCATE_BUFFER 0x00000100u
 #define FORMAT_MESSAGE_IGNORE_INSERTS 0x00000200u
@@ -140,7 +143,7 @@ MACHINE_API DWORD FormatMessageA(DWORD flags, LPCVOID source, DWORD code, DWORD 
 // The host's own streams, for WriteFile; they are not counted as open.
 MACHINE_API HANDLE GetStdHandle(DWORD which);
 
-// --- Code pages ---------------------------------------------------------------------------------------------------------
+// --- Code pages ---
 
 #define CP_ACP 0
 #define CP_OEMCP 1
@@ -149,9 +152,9 @@ MACHINE_API HANDLE GetStdHandle(DWORD which);
 #define MB_ERR_INVALID_CHARS 0x00000008u
 #define WC_NO_BEST_FIT_CHARS 0x00000400u
 
-// Lengths count characters of their side and include a terminator when the source has one; -1 takes the source up to its
-// terminator. A size of 0 asks for the length. 0 with ERROR_INSUFFICIENT_BUFFER, ERROR_INVALID_PARAMETER (also for a code
-// page that is not known) or, with MB_ERR_INVALID_CHARS, ERROR_NO_UNICODE_TRANSLATION.
+// Lengths count characters of their side and include a terminator when the source has one; -1 takes the source up to
+// its terminator. A size of 0 asks for the length. 0 with ERROR_INSUFFICIENT_BUFFER, ERROR_INVALID_PARAMETER (also for
+// a code page that is not known) or, with MB_ERR_INVALID_CHARS, ERROR_NO_UNICODE_TRANSLATION.
 MACHINE_API int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int length, LPWSTR wide, int size);
 MACHINE_API int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int length, LPSTR text, int size,
                                     LPCSTR replacement, LPBOOL replaced);
