@@ -46,8 +46,6 @@ constexpr TextRow kTexts[] = {
     {WINDOWS, "ProgramFilesPath", "%ProgramFiles%"},
     {WINDOWS, "DevicePath", "%SystemRoot%\\inf"},
     {WINDOWS "\\App Paths", nullptr, nullptr},
-    {WINDOWS "\\Explorer\\Shell Folders", "Common Programs",
-     "C:\\ProgramData\\Microsoft\\Windows\\Start Menu\\Programs"},
     {WINDOWS "\\Explorer\\Shell Folders", "Common AppData", "C:\\ProgramData"},
     {WINDOWS "\\Run", nullptr, nullptr},
     {WINDOWS "\\SharedDLLs", nullptr, nullptr},
@@ -200,16 +198,14 @@ void SeedUsers(Machine& machine) {
 constexpr const char* kFolders[] = {
     "Program Files/Common Files",
     "Program Files (x86)/Common Files",
-    "ProgramData/Microsoft/Windows/Start Menu/Programs",
+    "ProgramData",
     "Temp",
     "Users/Administrator/AppData/Local/Temp",
-    "Users/Administrator/AppData/Roaming",
     "Users/Default",
     "Users/Public",
-    "Windows/System32/drivers/etc",
+    "Windows/System32",
     "Windows/SysWOW64",
     "Windows/TEMP",
-    "Windows/inf",
 };
 
 // A fresh Windows knows no product, so its installer's program finds nothing to install or remove. The host passes on
