@@ -123,6 +123,15 @@ std::vector<Bytes> SidsOf(const Bytes& trustee) {
     return sids;
 }
 
+DWORD RightsOf(ByteView list, const std::vector<Bytes>& sids) {
+    const auto matches = [&sids](ByteView entry) {
+        return std::any_of(sids.begin(), sids.end(), [entry](const Bytes& own) { return security::Equal(own, entry); });
+    };
+    // There is no object to say what generic bits mean; they stay.
+    constexpr GENERIC_MAPPING kUnmapped = {GENERIC_READ, GENERIC_WRITE, GENERIC_EXECUTE, GENERIC_ALL};
+    return security::MaximumOf(list, kUnmapped, matches, matches);
+}
+
 }  // namespace
 
 void BuildTrusteeWithSidA(PTRUSTEE_A trustee, PSID sid) {
@@ -135,33 +144,30 @@ DWORD SetEntriesInAclA(ULONG count, PEXPLICIT_ACCESS_A entries, PACL oldList, PA
     if (newList == nullptr || (count != 0 && entries == nullptr)) return ERROR_INVALID_PARAMETER;
     *newList = nullptr;
     if (count == 0 && oldList == nullptr) return ERROR_SUCCESS;
-    const ByteView old = security::ListOf(oldList);
-    if (oldList != nullptr && !security::IsValidList(old)) return ERROR_INVALID_ACL;
-    Merger merger(old);
-    for (ULONG i = 0; i < count; ++i) {
-        if (const DWORD error = merger.Apply(entries[i])) return error;
-    }
-    const std::optional<Bytes> built = merger.Finish();
-    if (!built) return ERROR_INVALID_ACL;
-    *newList = static_cast<PACL>(security::CopyOut(*built));
-    return *newList == nullptr ? ERROR_NOT_ENOUGH_MEMORY : ERROR_SUCCESS;
+    return security::Guarded([=]() -> DWORD {
+        const ByteView old = security::ListOf(oldList);
+        if (oldList != nullptr && !security::IsValidList(old)) return ERROR_INVALID_ACL;
+        Merger merger(old);
+        for (ULONG i = 0; i < count; ++i) {
+            if (const DWORD error = merger.Apply(entries[i])) return error;
+        }
+        const std::optional<Bytes> built = merger.Finish();
+        if (!built) return ERROR_INVALID_ACL;
+        *newList = static_cast<PACL>(security::CopyOut(*built));
+        return *newList == nullptr ? ERROR_NOT_ENOUGH_MEMORY : ERROR_SUCCESS;
+    });
 }
 
 DWORD GetEffectiveRightsFromAclA(PACL list, PTRUSTEE_A trustee, PACCESS_MASK rights) {
     if (const DWORD error = gate::Enter(CallKind::Security, "GetEffectiveRightsFromAclA")) return error;
     if (trustee == nullptr || rights == nullptr) return ERROR_INVALID_PARAMETER;
-    DWORD error = 0;
-    const std::optional<Bytes> sid = SidOfTrustee(*trustee, error);
-    if (!sid) return error;
-    const ByteView whole = security::ListOf(list);
-    if (list != nullptr && !security::IsValidList(whole)) return ERROR_INVALID_ACL;
-    const std::vector<Bytes> sids = SidsOf(*sid);
-    const auto matches = [&sids](ByteView entry) {
-        return std::any_of(sids.begin(), sids.end(), [entry](const Bytes& own) { return security::Equal(own, entry); });
-    };
-    // There is no object to say what generic bits mean; they stay.
-    constexpr GENERIC_MAPPING kUnmapped = {GENERIC_READ, GENERIC_WRITE, GENERIC_EXECUTE, GENERIC_ALL};
-    *rights = list == nullptr ? STANDARD_RIGHTS_ALL | SPECIFIC_RIGHTS_ALL
-                              : security::MaximumOf(whole, kUnmapped, matches, matches);
-    return ERROR_SUCCESS;
+    return security::Guarded([=]() -> DWORD {
+        DWORD error = 0;
+        const std::optional<Bytes> sid = SidOfTrustee(*trustee, error);
+        if (!sid) return error;
+        const ByteView whole = security::ListOf(list);
+        if (list != nullptr && !security::IsValidList(whole)) return ERROR_INVALID_ACL;
+        *rights = list == nullptr ? STANDARD_RIGHTS_ALL | SPECIFIC_RIGHTS_ALL : RightsOf(whole, SidsOf(*sid));
+        return ERROR_SUCCESS;
+    });
 }

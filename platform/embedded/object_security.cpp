@@ -4,7 +4,6 @@
 #include "platform/embedded/acl_inherit.h"
 #include "platform/embedded/access_check.h"
 #include "platform/embedded/api/registry.h"
-#include "platform/embedded/file_security.h"
 #include "platform/embedded/gate.h"
 #include "platform/embedded/security_memory.h"
 
@@ -23,11 +22,21 @@ std::optional<Bytes> Reinherit(const Bytes& own, const Bytes& parent, access::Ob
     if (!built) return std::nullopt;
     Parts changed = *parts;
     changed.SetDacl(*built);
-    changed.control |= SE_DACL_AUTO_INHERITED | SE_DACL_AUTO_INHERIT_REQ;
+    changed.control |= SE_DACL_AUTO_INHERITED;
     return Write(changed);
 }
 
 namespace {
+
+// The frame of every call on an object: the gate first, and nothing thrown gets out.
+template <class Body>
+DWORD Call(const char* name, Body body) noexcept {
+    if (const DWORD error = gate::Enter(control::CallKind::Security, name)) return error;
+    return Guarded([&] {
+        DWORD error = 0;
+        return body(&error);
+    });
+}
 
 struct SecurityPointers {
     PSID* owner;
@@ -96,9 +105,7 @@ DWORD Apply(SecuredObject& object, SECURITY_INFORMATION information, const Wante
     const bool listChanges = (information & DACL_SECURITY_INFORMATION) != 0;
     const Bytes parent = listChanges && !parts.IsProtected() ? object.Parent() : Bytes();
     if (!parent.empty()) change = Reinherit(change, parent, object.Type()).value_or(change);
-    if (const DWORD error = object.Write(information, change)) return error;
-    if (listChanges) object.PassOn();
-    return 0;
+    return object.Write(information, change);
 }
 
 std::unique_ptr<SecuredObject> OpenByHandle(HANDLE handle, SE_OBJECT_TYPE type, DWORD* error) {
@@ -112,14 +119,13 @@ std::unique_ptr<SecuredObject> OpenByHandle(HANDLE handle, SE_OBJECT_TYPE type, 
     }
 }
 
-std::unique_ptr<SecuredObject> OpenByName(const char* name, SE_OBJECT_TYPE type, SECURITY_INFORMATION information,
-                                          bool forWriting, DWORD* error) {
+std::unique_ptr<SecuredObject> OpenByName(const char* name, SE_OBJECT_TYPE type, DWORD rights, DWORD* error) {
     *error = ERROR_INVALID_PARAMETER;
     if (name == nullptr) return nullptr;
     switch (type) {
-        case SE_FILE_OBJECT: return MakeFileObject(std::string(name));
-        case SE_REGISTRY_KEY: return OpenKeyObject(name, information, forWriting, 0, error);
-        case SE_REGISTRY_WOW64_32KEY: return OpenKeyObject(name, information, forWriting, KEY_WOW64_32KEY, error);
+        case SE_FILE_OBJECT: return MakeFileObject(name, false);
+        case SE_REGISTRY_KEY: return OpenKeyObject(name, rights, error);
+        case SE_REGISTRY_WOW64_32KEY: return OpenKeyObject(name, rights | KEY_WOW64_32KEY, error);
         default: *error = ERROR_NOT_SUPPORTED; return nullptr;
     }
 }
@@ -127,60 +133,59 @@ std::unique_ptr<SecuredObject> OpenByName(const char* name, SE_OBJECT_TYPE type,
 }  // namespace
 }  // namespace embedded::security
 
-namespace files = embedded::files;
-namespace gate = embedded::gate;
 namespace security = embedded::security;
 using embedded::Bytes;
-using embedded::control::CallKind;
 using security::Fail;
 
 DWORD GetSecurityInfo(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORMATION information, PSID* owner, PSID* group,
                       PACL* dacl, PACL* sacl, PSECURITY_DESCRIPTOR* descriptor) {
-    if (const DWORD error = gate::Enter(CallKind::Security, "GetSecurityInfo")) return error;
-    DWORD error = 0;
-    const auto object = security::OpenByHandle(handle, type, &error);
-    return object ? security::Answer(*object, information, {owner, group, dacl, sacl, descriptor}) : error;
+    return security::Call("GetSecurityInfo", [&](DWORD* error) {
+        const auto object = security::OpenByHandle(handle, type, error);
+        return object ? security::Answer(*object, information, {owner, group, dacl, sacl, descriptor}) : *error;
+    });
 }
 
 DWORD SetSecurityInfo(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORMATION information, PSID owner, PSID group,
                       PACL dacl, PACL sacl) {
-    if (const DWORD error = gate::Enter(CallKind::Security, "SetSecurityInfo")) return error;
-    DWORD error = 0;
-    const auto object = security::OpenByHandle(handle, type, &error);
-    return object ? security::Apply(*object, information, {owner, group, dacl, sacl}) : error;
+    return security::Call("SetSecurityInfo", [&](DWORD* error) {
+        const auto object = security::OpenByHandle(handle, type, error);
+        return object ? security::Apply(*object, information, {owner, group, dacl, sacl}) : *error;
+    });
 }
 
 DWORD GetNamedSecurityInfoA(LPCSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION information, PSID* owner, PSID* group,
                             PACL* dacl, PACL* sacl, PSECURITY_DESCRIPTOR* descriptor) {
-    if (const DWORD error = gate::Enter(CallKind::Security, "GetNamedSecurityInfoA")) return error;
-    DWORD error = 0;
-    const auto object = security::OpenByName(name, type, information, false, &error);
-    return object ? security::Answer(*object, information, {owner, group, dacl, sacl, descriptor}) : error;
+    return security::Call("GetNamedSecurityInfoA", [&](DWORD* error) {
+        const auto object = security::OpenByName(name, type, embedded::access::RightsToRead(information), error);
+        return object ? security::Answer(*object, information, {owner, group, dacl, sacl, descriptor}) : *error;
+    });
 }
 
 DWORD SetNamedSecurityInfoA(LPSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION information, PSID owner, PSID group,
                             PACL dacl, PACL sacl) {
-    if (const DWORD error = gate::Enter(CallKind::Security, "SetNamedSecurityInfoA")) return error;
-    DWORD error = 0;
-    const auto object = security::OpenByName(name, type, information, true, &error);
-    return object ? security::Apply(*object, information, {owner, group, dacl, sacl}) : error;
+    return security::Call("SetNamedSecurityInfoA", [&](DWORD* error) {
+        const auto object = security::OpenByName(name, type, embedded::access::RightsToWrite(information), error);
+        return object ? security::Apply(*object, information, {owner, group, dacl, sacl}) : *error;
+    });
 }
 
 BOOL GetFileSecurityA(LPCSTR path, SECURITY_INFORMATION information, PSECURITY_DESCRIPTOR descriptor, DWORD size,
                       LPDWORD needed) {
-    if (gate::Refuses(CallKind::Security, "GetFileSecurityA")) return FALSE;
-    if (path == nullptr || needed == nullptr) return Fail(ERROR_INVALID_PARAMETER);
     Bytes bytes;
-    if (const DWORD error = security::MakeFileObject(std::string(path))->Read(information, &bytes)) return Fail(error);
-    return security::FillBuffer(bytes, descriptor, size, needed);
+    const DWORD error = security::Call("GetFileSecurityA", [&](DWORD*) -> DWORD {
+        if (path == nullptr || needed == nullptr) return ERROR_INVALID_PARAMETER;
+        return security::MakeFileObject(path, false)->Read(information, &bytes);
+    });
+    return error == 0 ? security::FillBuffer(bytes, descriptor, size, needed) : Fail(error);
 }
 
 BOOL SetFileSecurityA(LPCSTR path, SECURITY_INFORMATION information, PSECURITY_DESCRIPTOR descriptor) {
-    if (gate::Refuses(CallKind::Security, "SetFileSecurityA")) return FALSE;
-    if (path == nullptr) return Fail(ERROR_INVALID_PARAMETER);
-    if (descriptor == nullptr) return Fail(ERROR_NOACCESS);
-    const std::optional<security::Parts> parts = security::Read(descriptor);
-    if (!parts) return Fail(ERROR_INVALID_SECURITY_DESCR);
-    const DWORD error = security::MakeFileObject(std::string(path))->Write(information, security::Write(*parts));
-    return error == 0 ? TRUE : Fail(error);
+    const DWORD error = security::Call("SetFileSecurityA", [&](DWORD*) -> DWORD {
+        if (path == nullptr) return ERROR_INVALID_PARAMETER;
+        if (descriptor == nullptr) return ERROR_NOACCESS;
+        const std::optional<security::Parts> parts = security::Read(descriptor);
+        if (!parts) return ERROR_INVALID_SECURITY_DESCR;
+        return security::MakeFileObject(path, true)->Write(information, security::Write(*parts));
+    });
+    return security::Report(error);
 }

@@ -17,17 +17,16 @@ class SecuredObject {
     virtual DWORD Write(SECURITY_INFORMATION information, const Bytes& change) = 0;
     // What the object may inherit from: its parent's descriptor, empty when it has no parent.
     virtual Bytes Parent() = 0;
-    // Gives what is below the object the entries that it inherits now. What refuses is left as it is.
-    virtual void PassOn() = 0;
     virtual access::ObjectType Type() const = 0;
 };
 
+// Writing a key's list passes its inheritable entries on to the keys below.
 std::unique_ptr<SecuredObject> MakeKeyObject(HKEY key);
-// "MACHINE\\SOFTWARE\\X", "CURRENT_USER\\...", "USERS\\...", "CLASSES_ROOT\\..."; `view` is 0 or KEY_WOW64_32KEY. Null with a
+// "MACHINE\\SOFTWARE\\X", "CURRENT_USER\\...", "USERS\\...", "CLASSES_ROOT\\..."; `rights` may choose a view. Null with a
 // Windows error.
-std::unique_ptr<SecuredObject> OpenKeyObject(const char* name, SECURITY_INFORMATION information, bool forWriting, DWORD view,
-                                             DWORD* error);
-std::unique_ptr<SecuredObject> MakeFileObject(const std::string& path);
+std::unique_ptr<SecuredObject> OpenKeyObject(const char* name, DWORD rights, DWORD* error);
+// What is below a directory and has no descriptor of its own follows the directory's, unless it is to be left alone.
+std::unique_ptr<SecuredObject> MakeFileObject(const char* path, bool leaveBelowAlone);
 // Null when the handle is no open file's.
 std::unique_ptr<SecuredObject> MakeFileObject(HANDLE handle);
 

@@ -1,90 +1,89 @@
-// Keys as secured objects.
+// Keys as secured objects. They work on the store's tree, so that a list and what is passed on of it change in one step.
 #include "platform/embedded/object_security.h"
 
-#include "platform/embedded/api/registry.h"
+#include "platform/embedded/registry_handles.h"
 #include "platform/embedded/text.h"
 
 namespace embedded::security {
 namespace {
 
-// A key handle that is closed at the end, when it is one's own.
-class OwnKey {
-  public:
-    OwnKey() = default;
-    OwnKey(const OwnKey&) = delete;
-    OwnKey& operator=(const OwnKey&) = delete;
-    ~OwnKey() {
-        if (m_key != nullptr) RegCloseKey(m_key);
-    }
-    DWORD Open(HKEY above, const char* name, DWORD rights) { return DWORD(RegOpenKeyExA(above, name, 0, rights, &m_key)); }
-    HKEY Get() const { return m_key; }
+constexpr access::ObjectType kKey = access::ObjectType::Key;
 
-  private:
-    HKEY m_key = nullptr;
-};
-
-DWORD ReadKey(HKEY key, SECURITY_INFORMATION information, Bytes* descriptor) {
-    DWORD size = 0;
-    LSTATUS status = RegGetKeySecurity(key, information, nullptr, &size);
-    // Another process may change the descriptor between the two calls.
-    for (int i = 0; i < 5 && status == ERROR_INSUFFICIENT_BUFFER; ++i) {
-        descriptor->resize(size);
-        status = RegGetKeySecurity(key, information, descriptor->data(), &size);
-    }
-    return DWORD(status);
-}
-
-std::vector<std::string> SubkeysOf(HKEY key) {
-    std::vector<std::string> names;
-    char name[256];
-    for (DWORD index = 0;; ++index) {
-        DWORD length = sizeof name;
-        if (RegEnumKeyExA(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) != 0) return names;
-        names.emplace_back(name, length);
-    }
-}
-
-constexpr SECURITY_INFORMATION kAllButSacl =
-    OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
-
-void PassOnFrom(HKEY key) {
-    Bytes above;
-    if (ReadKey(key, kAllButSacl, &above) != 0) return;
-    for (const std::string& name : SubkeysOf(key)) {
-        OwnKey below;
-        Bytes own;
-        const DWORD rights = READ_CONTROL | WRITE_DAC | KEY_ENUMERATE_SUB_KEYS;
-        if (below.Open(key, name.c_str(), rights) != 0 || ReadKey(below.Get(), kAllButSacl, &own) != 0) continue;
-        std::optional<Bytes> changed = Reinherit(own, above, access::ObjectType::Key);
+// Makes the inherited entries of everything below a key anew. Keys without a descriptor of their own need nothing: theirs is
+// computed whenever it is looked at. A protected list stops what comes from above.
+void PassOn(const StoreKey& key, const Bytes& above, StoreChange& change) {
+    for (std::size_t i = 0; i < key.SubkeyCount(); ++i) {
+        const StoreKey& below = *key.SubkeyAt(i);
+        if (below.security.empty()) {
+            if (below.SubkeyCount() != 0) PassOn(below, access::Inherit(above, kKey), change);
+            continue;
+        }
+        const std::optional<Bytes> changed = Reinherit(below.security, above, kKey);
         if (!changed) continue;
-        if (RegSetKeySecurity(below.Get(), DACL_SECURITY_INFORMATION, changed->data()) == 0) PassOnFrom(below.Get());
+        change.SetSecurity(below.id, {}, *changed);
+        PassOn(below, *changed, change);
     }
 }
 
 class KeyObject : public SecuredObject {
   public:
     explicit KeyObject(HKEY key) : m_key(key) {}
+
     DWORD Read(SECURITY_INFORMATION information, Bytes* descriptor) override {
-        return ReadKey(m_key, information, descriptor);
+        registry::Place place;
+        if (const LSTATUS error = Find(access::RightsToRead(information), &place)) return DWORD(error);
+        const StoreTree::Reading reading(place.Tree());
+        const StoreKey* const key = reading->Find(place.key);
+        if (key == nullptr) return ERROR_KEY_DELETED;
+        *descriptor = access::Extract(kKey, registry::DescriptorOf(*key), information);
+        return 0;
     }
-    DWORD Write(SECURITY_INFORMATION information, const Bytes& change) override {
-        Bytes copy = change;
-        return DWORD(RegSetKeySecurity(m_key, information, copy.data()));
+
+    DWORD Write(SECURITY_INFORMATION information, const Bytes& wanted) override {
+        registry::Place place;
+        if (const LSTATUS error = Find(access::RightsToWrite(information), &place)) return DWORD(error);
+        StoreTree::Writing writing(place.Tree());
+        const StoreKey* const key = writing->Find(place.key);
+        if (key == nullptr) return ERROR_KEY_DELETED;
+        Bytes copy = wanted, changed;
+        const DWORD error = access::Modify(kKey, registry::DescriptorOf(*key), information, copy.data(), &changed);
+        if (error != 0) return error;
+        StoreChange change;
+        change.SetSecurity(place.key, {}, changed);
+        if ((information & DACL_SECURITY_INFORMATION) != 0) PassOn(*key, changed, change);
+        return writing.Commit(change) ? 0 : ERROR_WRITE_PROTECT;
     }
-    Bytes Parent() override { return {}; }
-    void PassOn() override { PassOnFrom(m_key); }
-    access::ObjectType Type() const override { return access::ObjectType::Key; }
+
+    Bytes Parent() override {
+        registry::Place place;
+        if (registry::Resolve(m_key, &place) != 0) return {};
+        const StoreTree::Reading reading(place.Tree());
+        const StoreKey* const key = reading->Find(place.key);
+        const bool isRoot = key == nullptr || key->parent == nullptr || key->parent->id == kRootKey;
+        if (isRoot) return {};
+        Bytes parent = registry::DescriptorOf(*key->parent);
+        return parent.empty() ? access::Default(kKey) : parent;
+    }
+
+    access::ObjectType Type() const override { return kKey; }
 
   private:
+    LSTATUS Find(DWORD rights, registry::Place* place) {
+        if (const LSTATUS error = registry::Resolve(m_key, place)) return error;
+        return registry::Require(*place, rights);
+    }
+
     HKEY m_key;
 };
 
+// A key that was opened by its name and is closed with the object.
 class NamedKeyObject : public KeyObject {
   public:
-    explicit NamedKeyObject(std::unique_ptr<OwnKey> key) : KeyObject(key->Get()), m_own(std::move(key)) {}
+    explicit NamedKeyObject(HKEY key) : KeyObject(key), m_own(key) {}
+    ~NamedKeyObject() override { handles::Close(m_own, ResourceKind::Key); }
 
   private:
-    std::unique_ptr<OwnKey> m_own;
+    HKEY m_own;
 };
 
 HKEY RootOf(std::string_view name) {
@@ -106,19 +105,15 @@ HKEY RootOf(std::string_view name) {
 
 std::unique_ptr<SecuredObject> MakeKeyObject(HKEY key) { return std::make_unique<KeyObject>(key); }
 
-std::unique_ptr<SecuredObject> OpenKeyObject(const char* name, SECURITY_INFORMATION information, bool forWriting, DWORD view,
-                                             DWORD* error) {
+std::unique_ptr<SecuredObject> OpenKeyObject(const char* name, DWORD rights, DWORD* error) {
     const std::string_view whole = name;
     const std::size_t end = std::min(whole.find('\\'), whole.size());
     const HKEY root = RootOf(whole.substr(0, end));
     *error = ERROR_INVALID_PARAMETER;
     if (root == nullptr) return nullptr;
-    const DWORD rights = forWriting ? access::RightsToWrite(information) | READ_CONTROL | KEY_ENUMERATE_SUB_KEYS
-                                    : access::RightsToRead(information);
-    auto key = std::make_unique<OwnKey>();
-    *error = key->Open(root, name + std::min(end + 1, whole.size()), rights | view);
-    if (*error != 0) return nullptr;
-    return std::make_unique<NamedKeyObject>(std::move(key));
+    HKEY key = nullptr;
+    *error = DWORD(RegOpenKeyExA(root, name + std::min(end + 1, whole.size()), 0, rights, &key));
+    return *error == 0 ? std::make_unique<NamedKeyObject>(key) : nullptr;
 }
 
 }  // namespace embedded::security

@@ -86,7 +86,15 @@ class Creation {
 
 // The token behind a handle that may be null, which stands for the caller's own; null with the last error set.
 std::shared_ptr<Token> TokenOrOwn(HANDLE handle) {
-    if (handle == nullptr) return EffectiveToken();
+    std::shared_ptr<Token> own;
+    if (handle == nullptr) {
+        const DWORD error = Guarded([&own]() -> DWORD {
+            own = EffectiveToken();
+            return 0;
+        });
+        if (error != 0) SetLastError(error);
+        return own;
+    }
     const std::shared_ptr<TokenHandle> opened = OpenedToken(handle, TOKEN_QUERY);
     return opened ? opened->Shared() : nullptr;
 }

@@ -224,7 +224,12 @@ BOOL ConvertSecurityDescriptorToStringSecurityDescriptorA(PSECURITY_DESCRIPTOR d
     if (revision != SDDL_REVISION_1) return Fail(ERROR_UNKNOWN_REVISION);
     const std::optional<security::Parts> parts = security::Read(descriptor);
     if (!parts) return Fail(ERROR_INVALID_SECURITY_DESCR);
-    const std::string result = security::SddlText(*parts, information);
+    std::string result;  // the names of the machine's own accounts come from its store
+    const DWORD error = security::Guarded([&]() -> DWORD {
+        result = security::SddlText(*parts, information);
+        return 0;
+    });
+    if (error != 0) return Fail(error);
     if (length != nullptr) *length = ULONG(result.size() + 1);
     return security::HandOutText(result, text);
 }
@@ -234,8 +239,12 @@ BOOL ConvertStringSecurityDescriptorToSecurityDescriptorA(LPCSTR text, DWORD rev
     if (gate::Refuses(CallKind::Security, "ConvertStringSecurityDescriptorToSecurityDescriptorA")) return FALSE;
     if (text == nullptr || descriptor == nullptr) return Fail(ERROR_INVALID_PARAMETER);
     if (revision != SDDL_REVISION_1) return Fail(ERROR_UNKNOWN_REVISION);
-    const security::ParsedSddl parsed = security::ParseSddl(text);
-    if (parsed.error != 0) return Fail(parsed.error);
+    security::ParsedSddl parsed;
+    const DWORD error = security::Guarded([&]() -> DWORD {
+        parsed = security::ParseSddl(text);
+        return parsed.error;
+    });
+    if (error != 0) return Fail(error);
     if (size != nullptr) *size = ULONG(parsed.descriptor.size());
     return security::HandOut(parsed.descriptor, descriptor);
 }

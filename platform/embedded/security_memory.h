@@ -3,6 +3,8 @@
 #define INSTALIB_EMBEDDED_SECURITY_MEMORY_H
 
 #include <algorithm>
+#include <exception>
+#include <new>
 #include <span>
 #include <string>
 
@@ -14,6 +16,21 @@ inline BOOL Fail(DWORD error) {
     SetLastError(error);
     return FALSE;
 }
+
+// Runs what may use the store or need memory, for a function that nothing thrown may leave. 0 or a Windows error.
+template <class Body>
+DWORD Guarded(Body body) noexcept {
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    } catch (const std::exception&) {
+        return ERROR_BADDB;  // a damaged store
+    }
+}
+
+// What a call that answers an error code makes of one that reports through the last error.
+inline BOOL Report(DWORD error) { return error == 0 ? TRUE : Fail(error); }
 
 // A copy of the bytes, counted as `kind` until it is given back; null when there is no memory.
 inline void* CopyOut(std::span<const BYTE> bytes, ResourceKind kind = ResourceKind::LocalMemory) {

@@ -165,7 +165,10 @@ BOOL OpenProcessToken(HANDLE process, DWORD desired, PHANDLE token) {
     const auto object = process == kThisProcess ? nullptr : handles::Find(process);
     // A child runs as the one who started it.
     if (process != kThisProcess && (!object || object->Kind() != ResourceKind::Process)) return Fail(ERROR_INVALID_HANDLE);
-    return HandOutToken(security::ProcessToken(), desired, token);
+    return security::Report(security::Guarded([&]() -> DWORD {
+        HandOutToken(security::ProcessToken(), desired, token);
+        return 0;
+    }));
 }
 
 BOOL OpenThreadToken(HANDLE thread, DWORD desired, BOOL openAsSelf, PHANDLE token) {
@@ -235,8 +238,10 @@ BOOL PrivilegeCheck(HANDLE token, PPRIVILEGE_SET required, LPBOOL result) {
 BOOL ImpersonateSelf(SECURITY_IMPERSONATION_LEVEL level) {
     if (gate::Refuses(CallKind::Security, "ImpersonateSelf")) return FALSE;
     if (!IsLevel(level)) return Fail(ERROR_INVALID_PARAMETER);
-    security::Impersonate(ImpersonationCopy(*security::ProcessToken(), level));
-    return TRUE;
+    return security::Report(security::Guarded([level]() -> DWORD {
+        security::Impersonate(ImpersonationCopy(*security::ProcessToken(), level));
+        return 0;
+    }));
 }
 
 BOOL RevertToSelf() {

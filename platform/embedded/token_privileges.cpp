@@ -44,10 +44,17 @@ namespace security = embedded::security;
 using embedded::control::CallKind;
 using security::Fail;
 
+// 0 when there is such a machine; privileges have the same numbers on all of them.
+static DWORD FindSystem(const char* name) {
+    return security::Guarded([name]() -> DWORD {
+        return embedded::world::Find(name) == nullptr ? RPC_S_SERVER_UNAVAILABLE : 0;
+    });
+}
+
 BOOL LookupPrivilegeValueA(LPCSTR system, LPCSTR name, PLUID luid) {
     if (gate::Refuses(CallKind::Security, "LookupPrivilegeValueA")) return FALSE;
     if (name == nullptr || luid == nullptr) return Fail(ERROR_INVALID_PARAMETER);
-    if (embedded::world::Find(system) == nullptr) return Fail(RPC_S_SERVER_UNAVAILABLE);
+    if (const DWORD error = FindSystem(system)) return Fail(error);
     const DWORD number = security::PrivilegeNumber(name);
     if (number == 0) return Fail(ERROR_NO_SUCH_PRIVILEGE);
     *luid = {number, 0};
@@ -57,7 +64,7 @@ BOOL LookupPrivilegeValueA(LPCSTR system, LPCSTR name, PLUID luid) {
 BOOL LookupPrivilegeNameA(LPCSTR system, PLUID luid, LPSTR name, LPDWORD length) {
     if (gate::Refuses(CallKind::Security, "LookupPrivilegeNameA")) return FALSE;
     if (luid == nullptr || length == nullptr) return Fail(ERROR_INVALID_PARAMETER);
-    if (embedded::world::Find(system) == nullptr) return Fail(RPC_S_SERVER_UNAVAILABLE);
+    if (const DWORD error = FindSystem(system)) return Fail(error);
     const char* const found = luid->HighPart == 0 ? security::PrivilegeName(luid->LowPart) : nullptr;
     if (found == nullptr) return Fail(ERROR_NO_SUCH_PRIVILEGE);
     const std::string_view text = found;
