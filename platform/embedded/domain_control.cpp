@@ -6,6 +6,7 @@
 #include "platform/embedded/account_records.h"
 #include "platform/embedded/domain.h"
 #include "platform/embedded/text.h"
+#include "platform/embedded/token_state.h"
 
 namespace embedded::control {
 namespace {
@@ -80,7 +81,9 @@ bool SetCurrentUser(const std::string& name) {
     const auto machine = world::Local();
     const auto account = ByName(*machine, name);
     const bool canRun = account && (account->use == Use::User || account->sid == security::well_known::kSystem);
-    return canRun && machine->Storage().WriteText(kAccountsKey, "CurrentUser", SidText(account->sid));
+    if (!canRun || !machine->Storage().WriteText(kAccountsKey, "CurrentUser", SidText(account->sid))) return false;
+    security::ResetForMachine();  // the next token is the new user's
+    return true;
 }
 
 bool SetBuiltinNames(const std::string& name, const std::string& languageName) {

@@ -168,7 +168,7 @@ TEST_P(SecurityCheck, DecidesByTheOrderOfTheList) {
     BOOL status = 7;
     SetLastError(0xdeadbeef);
     ASSERT_TRUE(AccessCheck(descriptor.Get(), token.Get(), row.desired, &g_fileMapping, privileges, &size, &granted, &status));
-    if (row.granted == 0) EXPECT_EQ(GetLastError(), DWORD(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(GetLastError(), row.granted == 0 ? DWORD(ERROR_ACCESS_DENIED) : 0xdeadbeef);
     EXPECT_EQ(status, row.granted != 0);
     EXPECT_EQ(granted, row.granted);
     EXPECT_EQ(privileges[0].PrivilegeCount, 0u);

@@ -1,4 +1,5 @@
 // Identifiers and access lists, byte by byte.
+#include <cstring>
 #include <vector>
 
 #include "tests/support/fresh_machine.h"
@@ -17,8 +18,13 @@ class SecurityList : public FreshMachine {
     bool CanariesAreAlive() const {
         return std::vector<BYTE>(m_memory.end() - 8, m_memory.end()) == std::vector<BYTE>(8, 0xCC);
     }
-    TestSid m_administrators{"S-1-5-32-544"};
-    TestSid m_everyone{"S-1-1-0"};
+    // Their bytes, so that the fixture itself holds no buffer of the machine's.
+    struct FixedSid {
+        BYTE bytes[16];
+        PSID Get() { return bytes; }
+    };
+    FixedSid m_administrators{{1, 2, 0, 0, 0, 0, 0, 5, 32, 0, 0, 0, 0x20, 2, 0, 0}};
+    FixedSid m_everyone{{1, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0}};
 
   private:
     std::vector<BYTE> m_memory;

@@ -142,6 +142,7 @@ TEST_F(SecurityObjects, FileListIsKeptAsItWasSet) {
 
 TEST_F(SecurityObjects, SetFileSecurityLeavesWhatIsBelowAlone) {
     SKIP_UNDER_WINE("file lists shrink to mode bits");
+    MakeFolder("C:\\TEST\\D");
     WriteBytes("C:\\TEST\\D\\F", "x");
     const std::string before = FileList("C:\\TEST\\D\\F");
     ASSERT_TRUE(SetFileList("C:\\TEST\\D", "D:P(A;OICI;FA;;;BA)(A;;FR;;;WD)"));
