@@ -149,6 +149,7 @@ TEST_F(SettingsValues, AlertServiceIsDescribedByItsFiles) {
     EXPECT_EQ(object.SetAlertCurrentBuild(), 0) << "no program, no date";
     EXPECT_EQ(object.SetAlertCurrentBuildNumber(), 1);
     EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kAlert, "CurrentBuildNumber"), "");
+    MakeFolder(Folder() + "\\A");
     WriteBytes(Folder() + "\\A\\ALERT.EXE", "program");
     PlaceLibrary("ALERTVER.DLL", Folder() + "\\A\\");
     EXPECT_EQ(object.SetAlertCurrentBuild(), 1);
