@@ -17,8 +17,9 @@ struct DriveFacts {
     bool ready = true;
 };
 
-// Kept with the local machine. A drive that was never set is fixed (C:) or, when a folder is mounted, a CD-ROM; a drive set
-// here that has neither a folder nor a mount gets an empty folder. False when the letter is none or nothing can be written.
+// Kept with the local machine. A drive that was never set is fixed (C:) or, when a folder is mounted, a CD-ROM; a drive
+// set here that has neither a folder nor a mount gets an empty folder. False when the letter is none or nothing can be
+// written.
 MACHINE_CONTROL bool SetDrive(char letter, const DriveFacts& facts);
 
 }  // namespace embedded::control

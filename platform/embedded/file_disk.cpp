@@ -13,7 +13,8 @@ namespace embedded::files {
 namespace {
 
 constexpr std::uint64_t kLargest = 0x7FFFFFFFFFFFFF00u;
-constexpr DWORD kReading = GENERIC_READ | GENERIC_EXECUTE | GENERIC_ALL | MAXIMUM_ALLOWED | FILE_READ_DATA | FILE_EXECUTE;
+constexpr DWORD kReading =
+    GENERIC_READ | GENERIC_EXECUTE | GENERIC_ALL | MAXIMUM_ALLOWED | FILE_READ_DATA | FILE_EXECUTE;
 constexpr DWORD kAppending = FILE_APPEND_DATA;
 constexpr DWORD kWriting = GENERIC_WRITE | GENERIC_ALL | MAXIMUM_ALLOWED | FILE_WRITE_DATA;
 

@@ -19,8 +19,8 @@ struct OpenRequest {
 
 class DiskFile : public FileObject {
   public:
-    // What `request` says of a located place, decided while its machine's FileGuard is held. `existed`: it opened what was
-    // there. Null with a Windows error in `error`.
+    // What `request` says of a located place, decided while its machine's FileGuard is held. `existed`: it opened what
+    // was there. Null with a Windows error in `error`.
     static std::shared_ptr<DiskFile> Open(Place place, const OpenRequest& request, bool* existed, DWORD* error);
     // The same by name, with the guard.
     static std::shared_ptr<DiskFile> Open(const char* name, const OpenRequest& request, bool* existed, DWORD* error);

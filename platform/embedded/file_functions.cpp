@@ -32,7 +32,8 @@ BOOL Transfer(HANDLE handle, Buffer buffer, DWORD bytes, LPDWORD moved, LPOVERLA
     DWORD done = 0;
     const std::shared_ptr<files::FileObject> file = handles::Find<files::FileObject>(handle);
     DWORD error = ERROR_INVALID_HANDLE;
-    if (file && buffer == nullptr && bytes != 0) error = ERROR_NOACCESS;
+    if (file && buffer == nullptr && bytes != 0)
+        error = ERROR_NOACCESS;
     else if (file) {
         std::optional<std::uint64_t> offset;
         if (overlapped != nullptr) offset = Join(overlapped->Offset, overlapped->OffsetHigh);
@@ -53,7 +54,8 @@ bool IsMailslot(const std::u16string& absolute, std::string* computer, std::stri
 
 }  // namespace
 
-HANDLE CreateFileA(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES, DWORD disposition, DWORD flags, HANDLE) {
+HANDLE CreateFileA(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES, DWORD disposition, DWORD flags,
+                   HANDLE) {
     if (gate::Refuses(CallKind::File, "CreateFileA")) return INVALID_HANDLE_VALUE;
     std::shared_ptr<files::FileObject> file;
     DWORD error = ERROR_PATH_NOT_FOUND;
@@ -108,7 +110,8 @@ BOOL SetEndOfFile(HANDLE file) {
 
 DWORD GetFileSize(HANDLE file, LPDWORD sizeHigh) {
     std::uint64_t size = 0;
-    if (!OnDiskFile(file, "GetFileSize", [&](files::DiskFile& disk) { return disk.Size(&size); })) return INVALID_FILE_SIZE;
+    if (!OnDiskFile(file, "GetFileSize", [&](files::DiskFile& disk) { return disk.Size(&size); }))
+        return INVALID_FILE_SIZE;
     if (sizeHigh != nullptr) *sizeHigh = DWORD(size >> 32);
     if (DWORD(size) == INVALID_FILE_SIZE) SetLastError(NO_ERROR);
     return DWORD(size);

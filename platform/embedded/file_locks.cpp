@@ -12,8 +12,8 @@ namespace {
 
 // No file reaches this far, and a lock on it is seen by every process that opens the file through the machine.
 constexpr std::uint64_t kShareBase = 0x7FFFFFFFFFFFFF00u;
-constexpr std::uint64_t kHeldByte = kShareBase;         // + bit number: somebody has the right
-constexpr std::uint64_t kDeniedByte = kShareBase + 8;   // + bit number: somebody denies the right
+constexpr std::uint64_t kHeldByte = kShareBase;        // + bit number: somebody has the right
+constexpr std::uint64_t kDeniedByte = kShareBase + 8;  // + bit number: somebody denies the right
 constexpr std::uint64_t kWholeByte = kShareBase + 16;
 constexpr unsigned kBits = 3;
 
@@ -66,8 +66,8 @@ bool FileLocks::Share(unsigned wanted, unsigned allowed) {
 
 int FileLocks::RangeDescriptor() {
     if ((fcntl(m_descriptor, F_GETFL) & O_ACCMODE) == O_RDWR) return m_descriptor;
-    // A range is locked exclusively, which the host grants to descriptions open for writing only. Opened when first needed:
-    // a program that somebody has open for writing could not be started.
+    // A range is locked exclusively, which the host grants to descriptions open for writing only. Opened when first
+    // needed: a program that somebody has open for writing could not be started.
     if (m_ranges < 0) {
         m_ranges = open(("/proc/self/fd/" + std::to_string(m_descriptor)).c_str(), O_RDWR | O_CLOEXEC);
     }

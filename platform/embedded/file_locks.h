@@ -1,6 +1,7 @@
 // Sharing modes and byte-range locks of one open file, as locks of its open file description on the host: they hold
-// between handles of one process as between processes, and the host drops them when the last of the description goes, be
-// it by kill. Sharing modes are shared locks on a few bytes far behind any data, one byte per right that is held or denied.
+// between handles of one process as between processes, and the host drops them when the last of the description goes,
+// be it by kill. Sharing modes are shared locks on a few bytes far behind any data, one byte per right that is held or
+// denied.
 #ifndef INSTALIB_EMBEDDED_FILE_LOCKS_H
 #define INSTALIB_EMBEDDED_FILE_LOCKS_H
 
@@ -22,8 +23,8 @@ class FileLocks {
     FileLocks(const FileLocks&) = delete;
     FileLocks& operator=(const FileLocks&) = delete;
 
-    // False when another handle holds what this one denies or denies what this one wants. Without any right wanted there is
-    // nothing to share. The caller holds the machine's FileGuard.
+    // False when another handle holds what this one denies or denies what this one wants. Without any right wanted
+    // there is nothing to share. The caller holds the machine's FileGuard.
     bool Share(unsigned wanted, unsigned allowed);
 
     // 0, or ERROR_LOCK_VIOLATION when any of the bytes is locked by another handle or this one.

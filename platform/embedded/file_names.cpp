@@ -29,7 +29,8 @@ BOOL Report(DWORD error) {
 std::shared_ptr<files::DiskFile> OpenToDelete(const files::Place& place, DWORD* error) {
     bool existed = false;
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    return files::DiskFile::Open(place, {DELETE, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS}, &existed, error);
+    return files::DiskFile::Open(place, {DELETE, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS}, &existed,
+                                 error);
 }
 
 bool IsReadOnly(const files::Place& place) { return (files::AttributesOf(place) & FILE_ATTRIBUTE_READONLY) != 0; }
@@ -95,8 +96,8 @@ DWORD CopyContent(files::DiskFile& from, files::DiskFile& to) {
 DWORD CopyOneFile(const char* existing, const char* copy, bool failIfExists) {
     DWORD error = 0;
     bool existed = false;
-    const auto from = files::DiskFile::Open(existing, {GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, 0},
-                                            &existed, &error);
+    const auto from = files::DiskFile::Open(
+        existing, {GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, 0}, &existed, &error);
     if (!from) return error;
     const DWORD attributes = files::AttributesOf(from->Where()) & ~DWORD(FILE_ATTRIBUTE_NORMAL);
     const DWORD disposition = failIfExists ? CREATE_NEW : CREATE_ALWAYS;
@@ -158,7 +159,9 @@ DWORD MoveAtNextStart(const char* existing, const char* renamed, DWORD flags) {
     embedded::Bytes data;
     if (std::optional<embedded::StoredValue> value = store.Read(kKey, kValue)) data = std::move(value->data);
     if (!data.empty() && data.back() == 0) data.pop_back();  // the list's own terminator
-    const auto append = [&](const std::string& text) { data.insert(data.end(), text.c_str(), text.c_str() + text.size() + 1); };
+    const auto append = [&](const std::string& text) {
+        data.insert(data.end(), text.c_str(), text.c_str() + text.size() + 1);
+    };
     append("\\??\\" + paths::ToAnsi(files::AbsoluteName(existing)));
     const std::string mark = (flags & MOVEFILE_REPLACE_EXISTING) != 0 ? "!\\??\\" : "\\??\\";
     append(renamed == nullptr ? "" : mark + paths::ToAnsi(files::AbsoluteName(renamed)));
@@ -190,7 +193,8 @@ DWORD EnterDirectory(const char* name) {
     if (!absolute.ends_with(u'\\')) absolute += u'\\';
     // Found without its final backslash: a file of that name is then told from a bad name.
     const bool isRoot = absolute.size() == paths::RootLength(absolute);
-    const files::Place place = files::Locate(std::u16string_view(absolute).substr(0, absolute.size() - (isRoot ? 0 : 1)));
+    const files::Place place =
+        files::Locate(std::u16string_view(absolute).substr(0, absolute.size() - (isRoot ? 0 : 1)));
     if (const DWORD error = place.Missing()) return error;
     if (!place.IsDirectory()) return ERROR_DIRECTORY;
     files::SetCurrentDirectory(absolute);
@@ -259,7 +263,8 @@ DWORD GetTempPathA(DWORD size, LPSTR buffer) {
     if (gate::Refuses(CallKind::File, "GetTempPathA")) return 0;
     std::string path = embedded::drives::WindowsDirectory();
     for (const char* const name : {"USERPROFILE", "TEMP", "TMP"}) {
-        if (const std::optional<std::string> value = embedded::process::Variable(name); value && !value->empty()) path = *value;
+        if (const std::optional<std::string> value = embedded::process::Variable(name); value && !value->empty())
+            path = *value;
     }
     std::u16string absolute = files::AbsoluteName(path.c_str());
     if (!absolute.ends_with(u'\\')) absolute += u'\\';

@@ -20,10 +20,10 @@ class FileObject : public HandleObject {
     virtual DWORD Write(const void* buffer, DWORD bytes, std::optional<std::uint64_t> offset, DWORD* done) = 0;
 };
 
-// Opens the writing end of the mailslot `\\computer\mailslot\name` ("." is the local machine). Null with a Windows error in
-// `error`. Without an implementation in the program there are no mailslots.
-[[gnu::weak]] std::shared_ptr<FileObject> OpenMailslot(const std::string& computer, const std::string& name, DWORD access,
-                                                       DWORD share, DWORD* error);
+// Opens the writing end of the mailslot `\\computer\mailslot\name` ("." is the local machine). Null with a Windows
+// error in `error`. Without an implementation in the program there are no mailslots.
+[[gnu::weak]] std::shared_ptr<FileObject> OpenMailslot(const std::string& computer, const std::string& name,
+                                                       DWORD access, DWORD share, DWORD* error);
 
 }  // namespace embedded::files
 

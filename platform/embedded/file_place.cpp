@@ -20,8 +20,8 @@ namespace {
 
 constexpr char kSharesKey[] = "HKLM\\SYSTEM\\CurrentControlSet\\Services\\LanmanServer\\Shares";
 
-// The machine's path behind a share, empty when it shares nothing of that name: c$ is the drive's root, ADMIN$ Windows' own
-// directory, everything else stands in the registry.
+// The machine's path behind a share, empty when it shares nothing of that name: c$ is the drive's root, ADMIN$ Windows'
+// own directory, everything else stands in the registry.
 std::string PathOfShare(const Machine& machine, const std::string& share) {
     if (share.size() == 2 && share[1] == '$') return {share[0], ':', '\\'};
     if (text::EqualNoCase(share, "ADMIN$")) return drives::WindowsDirectory();
@@ -111,8 +111,10 @@ DWORD Step(Place& place, const std::u16string& name) {
 void Walk(Place& place, const std::vector<std::u16string>& names) {
     for (const std::u16string& name : names) {
         const std::optional<fs::path> entry = paths::ToHost(name);
-        if (place.error == 0) place.error = entry ? Step(place, name) : ERROR_INVALID_NAME;
-        else if (entry && !place.host.empty()) place.host /= *entry;
+        if (place.error == 0)
+            place.error = entry ? Step(place, name) : ERROR_INVALID_NAME;
+        else if (entry && !place.host.empty())
+            place.host /= *entry;
         if (place.error == 0) continue;
         place.exists = false;
         if (!entry || place.error == ERROR_ACCESS_DENIED) place.host.clear();
@@ -133,8 +135,10 @@ Place EnterRoot(std::u16string_view absolute, std::vector<std::u16string>& names
         place.error = absolute.starts_with(u"\\\\") ? ERROR_BAD_NET_NAME : ERROR_PATH_NOT_FOUND;
         return place;
     }
-    if (parsed->drive != 0) place.machine = world::Local();
-    else place.error = FollowShare(*parsed, place);
+    if (parsed->drive != 0)
+        place.machine = world::Local();
+    else
+        place.error = FollowShare(*parsed, place);
     if (place.error == 0) place.error = EnterDrive(*parsed, place);
     names = std::move(parsed->names);
     return place;
@@ -195,16 +199,26 @@ DWORD ErrorOfHost(int error) {
         DWORD windows;
     };
     static constexpr Row kRows[] = {
-        {ENOENT, ERROR_FILE_NOT_FOUND},     {ENOTDIR, ERROR_PATH_NOT_FOUND},
-        {EACCES, ERROR_ACCESS_DENIED},      {EPERM, ERROR_ACCESS_DENIED},
-        {EISDIR, ERROR_ACCESS_DENIED},      {ELOOP, ERROR_ACCESS_DENIED},
-        {EEXIST, ERROR_ALREADY_EXISTS},     {ENOTEMPTY, ERROR_DIR_NOT_EMPTY},
-        {EMFILE, ERROR_TOO_MANY_OPEN_FILES}, {ENFILE, ERROR_TOO_MANY_OPEN_FILES},
-        {ENOSPC, ERROR_DISK_FULL},          {EDQUOT, ERROR_DISK_FULL},
-        {EFBIG, ERROR_DISK_FULL},           {EROFS, ERROR_WRITE_PROTECT},
-        {ETXTBSY, ERROR_SHARING_VIOLATION}, {EBUSY, ERROR_SHARING_VIOLATION},
-        {EXDEV, ERROR_NOT_SAME_DEVICE},     {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
-        {EINVAL, ERROR_INVALID_PARAMETER},  {ENOMEM, ERROR_NOT_ENOUGH_MEMORY},
+        {ENOENT, ERROR_FILE_NOT_FOUND},
+        {ENOTDIR, ERROR_PATH_NOT_FOUND},
+        {EACCES, ERROR_ACCESS_DENIED},
+        {EPERM, ERROR_ACCESS_DENIED},
+        {EISDIR, ERROR_ACCESS_DENIED},
+        {ELOOP, ERROR_ACCESS_DENIED},
+        {EEXIST, ERROR_ALREADY_EXISTS},
+        {ENOTEMPTY, ERROR_DIR_NOT_EMPTY},
+        {EMFILE, ERROR_TOO_MANY_OPEN_FILES},
+        {ENFILE, ERROR_TOO_MANY_OPEN_FILES},
+        {ENOSPC, ERROR_DISK_FULL},
+        {EDQUOT, ERROR_DISK_FULL},
+        {EFBIG, ERROR_DISK_FULL},
+        {EROFS, ERROR_WRITE_PROTECT},
+        {ETXTBSY, ERROR_SHARING_VIOLATION},
+        {EBUSY, ERROR_SHARING_VIOLATION},
+        {EXDEV, ERROR_NOT_SAME_DEVICE},
+        {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
+        {EINVAL, ERROR_INVALID_PARAMETER},
+        {ENOMEM, ERROR_NOT_ENOUGH_MEMORY},
     };
     for (const Row& row : kRows) {
         if (row.host == error) return row.windows;

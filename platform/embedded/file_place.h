@@ -15,21 +15,21 @@
 namespace embedded::files {
 
 struct Place {
-    // Why the name leads nowhere: a bad name, no such drive or machine, a directory on the way that is missing. 0 when only
-    // the last name may be missing.
+    // Why the name leads nowhere: a bad name, no such drive or machine, a directory on the way that is missing. 0 when
+    // only the last name may be missing.
     DWORD error = 0;
     std::shared_ptr<Machine> machine;  // null when not even the machine is known
     char drive = 0;
-    bool isRemote = false;             // named by \\host\share
-    bool isReadOnlyMedium = false;     // nothing can be changed on the drive
-    std::filesystem::path root;        // of the drive, on the host
-    // On the host, existing or where it would be made, also below missing directories; empty when a name cannot exist there
-    // or a link leads off the drive.
+    bool isRemote = false;          // named by \\host\share
+    bool isReadOnlyMedium = false;  // nothing can be changed on the drive
+    std::filesystem::path root;     // of the drive, on the host
+    // On the host, existing or where it would be made, also below missing directories; empty when a name cannot exist
+    // there or a link leads off the drive.
     std::filesystem::path host;
-    std::u16string below;              // below the drive's root, existing names in their own case; empty: the root
+    std::u16string below;  // below the drive's root, existing names in their own case; empty: the root
     bool endsWithSeparator = false;
     bool exists = false;
-    struct stat info {};               // of an existing file
+    struct stat info {};  // of an existing file
 
     bool IsDirectory() const { return exists && S_ISDIR(info.st_mode); }
     bool IsRoot() const { return below.empty(); }
@@ -39,8 +39,8 @@ struct Place {
     std::string Key() const;
 };
 
-// Holds the files of a machine against every other process and thread, so that opening, renaming and deleting are decided
-// in one step. Not to be nested.
+// Holds the files of a machine against every other process and thread, so that opening, renaming and deleting are
+// decided in one step. Not to be nested.
 class FileGuard {
   public:
     explicit FileGuard(const Machine& machine);

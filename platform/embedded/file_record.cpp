@@ -13,7 +13,7 @@ namespace {
 
 constexpr DWORD kSettable = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
                             FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_TEMPORARY;
-constexpr DWORD kQword = 11;  // REG_QWORD
+constexpr DWORD kQword = 11;                               // REG_QWORD
 constexpr std::uint64_t kUnixEpoch = 116444736000000000u;  // 1970 in steps of 100 ns since 1601
 
 // What the host's file says by itself.
@@ -45,7 +45,8 @@ void CopyRecord(Store& from, const std::string& source, Store& to, const std::st
         to.CreateKey(target);
         to.SetSecurity(target, descriptor);
     }
-    for (const std::string& name : from.Subkeys(source)) CopyRecord(from, source + '\\' + name, to, target + '\\' + name);
+    for (const std::string& name : from.Subkeys(source))
+        CopyRecord(from, source + '\\' + name, to, target + '\\' + name);
 }
 
 }  // namespace
@@ -73,8 +74,8 @@ FILETIME TimeOf(const timespec& time) {
 }
 
 timespec HostTimeOf(const FILETIME& time) {
-    const std::int64_t steps = std::int64_t((std::uint64_t(time.dwHighDateTime) << 32) | time.dwLowDateTime) -
-                               std::int64_t(kUnixEpoch);
+    const std::int64_t steps =
+        std::int64_t((std::uint64_t(time.dwHighDateTime) << 32) | time.dwLowDateTime) - std::int64_t(kUnixEpoch);
     const std::int64_t part = ((steps % 10000000) + 10000000) % 10000000;
     return {time_t((steps - part) / 10000000), long(part * 100)};
 }

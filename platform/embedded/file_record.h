@@ -1,5 +1,5 @@
-// What a machine knows of a file beyond its host's file: attributes, the time of creation, its security descriptor. Each is
-// kept under META\Files in the machine's store only where the host's file does not say the same.
+// What a machine knows of a file beyond its host's file: attributes, the time of creation, its security descriptor.
+// Each is kept under META\Files in the machine's store only where the host's file does not say the same.
 #ifndef INSTALIB_EMBEDDED_FILE_RECORD_H
 #define INSTALIB_EMBEDDED_FILE_RECORD_H
 

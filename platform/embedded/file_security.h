@@ -1,6 +1,6 @@
-// Security descriptors of files and directories, for the security family (GetFileSecurityA, SetFileSecurityA) and for the
-// checks that file calls make. Descriptors are self-relative; they live under META\Files\<drive>\<path> in the store of the
-// machine that holds the file, and move and go with it.
+// Security descriptors of files and directories, for the security family (GetFileSecurityA, SetFileSecurityA) and for
+// the checks that file calls make. Descriptors are self-relative; they live under META\Files\<drive>\<path> in the
+// store of the machine that holds the file, and move and go with it.
 #ifndef INSTALIB_EMBEDDED_FILE_SECURITY_H
 #define INSTALIB_EMBEDDED_FILE_SECURITY_H
 
@@ -11,7 +11,8 @@ namespace embedded::files {
 struct FileSecurity {
     DWORD error = 0;  // 0, or why the name leads to no file (ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ...)
     access::ObjectType type = access::ObjectType::File;
-    Bytes descriptor;  // never empty on success: the file's own, else inherited from the nearest ancestor, else the default
+    Bytes descriptor;  // never empty on success: the file's own, else inherited from the nearest ancestor, else the
+                       // default
 };
 
 // What a path of the machine (code page, relative or absolute, drive or UNC) has as its descriptor. Checks no rights.

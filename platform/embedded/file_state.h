@@ -9,8 +9,8 @@ namespace embedded::files {
 // The current directory becomes C:\ again; the process runs on another machine.
 void ResetForMachine();
 
-// The current directory, absolute, with a final backslash. Children inherit it in UTF-8 as INSTALIB_DIRECTORY, which the
-// first call of a process reads; without one it is C:\.
+// The current directory, absolute, with a final backslash. Children inherit it in UTF-8 as INSTALIB_DIRECTORY, which
+// the first call of a process reads; without one it is C:\.
 std::u16string CurrentDirectory();
 void SetCurrentDirectory(const std::u16string& directory);
 

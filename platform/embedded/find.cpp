@@ -83,7 +83,8 @@ void Sort(std::vector<std::u16string>& names) {
 
 bool IsValidPattern(std::u16string_view pattern) {
     std::u16string name(pattern);
-    std::replace_if(name.begin(), name.end(), [](char16_t character) { return character == u'*' || character == u'?'; }, u'x');
+    std::replace_if(
+        name.begin(), name.end(), [](char16_t character) { return character == u'*' || character == u'?'; }, u'x');
     return paths::IsValidName(name);
 }
 
@@ -92,7 +93,8 @@ std::shared_ptr<Search> Begin(const std::u16string& directory, std::u16string_vi
     const files::Place place = files::Locate(directory);
     *error = place.Missing();
     if (*error == ERROR_FILE_NOT_FOUND) *error = ERROR_PATH_NOT_FOUND;
-    if (*error == ERROR_INVALID_NAME && place.exists) *error = ERROR_DIRECTORY;  // a file stands in the directory's place
+    if (*error == ERROR_INVALID_NAME && place.exists)
+        *error = ERROR_DIRECTORY;  // a file stands in the directory's place
     if (*error == 0 && pattern.empty()) *error = ERROR_FILE_NOT_FOUND;
     if (*error == 0 && !IsValidPattern(pattern)) *error = ERROR_INVALID_NAME;
     if (*error == 0) *error = files::CheckRights(place, FILE_LIST_DIRECTORY);

@@ -15,8 +15,8 @@ bool IsAscii(const Text& text) {
     return std::all_of(text.begin(), text.end(), [](auto character) { return unsigned(character) < 0x80; });
 }
 
-// The root that a name starts with, in its absolute form; `name` loses what was read. A relative name gives the directory
-// that it is relative to.
+// The root that a name starts with, in its absolute form; `name` loses what was read. A relative name gives the
+// directory that it is relative to.
 std::u16string TakeRoot(std::u16string_view& name, std::u16string_view directory) {
     if (name.starts_with(u"\\\\")) {
         const std::size_t length = RootLength(name);
@@ -91,9 +91,9 @@ char16_t Fold(char16_t character) {
         int distance;
     };
     static constexpr Range kRanges[] = {
-        {u'a', u'z', -0x20},       {0xe0, 0xf6, -0x20},       {0xf8, 0xfe, -0x20},   {0xff, 0xff, 0x178 - 0xff},
-        {0x3b1, 0x3c1, -0x20},     {0x3c3, 0x3cb, -0x20},     {0x430, 0x44f, -0x20}, {0x450, 0x45f, -0x50},
-        {0xff41, 0xff5a, -0x20},
+        {u'a', u'z', -0x20},        {0xe0, 0xf6, -0x20},   {0xf8, 0xfe, -0x20},
+        {0xff, 0xff, 0x178 - 0xff}, {0x3b1, 0x3c1, -0x20}, {0x3c3, 0x3cb, -0x20},
+        {0x430, 0x44f, -0x20},      {0x450, 0x45f, -0x50}, {0xff41, 0xff5a, -0x20},
     };
     for (const Range& range : kRanges) {
         if (character >= range.first && character <= range.last) return char16_t(character + range.distance);

@@ -1,5 +1,5 @@
-// Paths as text, without a look at any drive. Inside, paths are UTF-16: a double-byte character's trail byte can then not
-// be taken for a separator.
+// Paths as text, without a look at any drive. Inside, paths are UTF-16: a double-byte character's trail byte can then
+// not be taken for a separator.
 #ifndef INSTALIB_EMBEDDED_PATH_TEXT_H
 #define INSTALIB_EMBEDDED_PATH_TEXT_H
 
@@ -34,11 +34,11 @@ std::u16string Absolute(std::u16string_view name, std::u16string_view directory)
 
 // An absolute path taken apart.
 struct Parsed {
-    char16_t drive = 0;                     // 'C'; 0 for a UNC path
-    std::u16string host;                    // of a UNC path
+    char16_t drive = 0;   // 'C'; 0 for a UNC path
+    std::u16string host;  // of a UNC path
     std::u16string share;
-    std::vector<std::u16string> names;      // below the root
-    bool endsWithSeparator = false;         // a root does
+    std::vector<std::u16string> names;  // below the root
+    bool endsWithSeparator = false;     // a root does
 };
 // Nothing when the path is neither a drive's nor \\host\share.
 std::optional<Parsed> Parse(std::u16string_view absolute);
@@ -50,8 +50,8 @@ bool IsValidName(std::u16string_view name);
 
 inline bool IsSeparator(char16_t character) { return character == u'\\' || character == u'/'; }
 
-// Copies a path to a caller's buffer as the path functions do: the length without the terminator, or, when `size` is too
-// small, the size with it.
+// Copies a path to a caller's buffer as the path functions do: the length without the terminator, or, when `size` is
+// too small, the size with it.
 DWORD CopyOut(const std::string& text, char* buffer, DWORD size);
 
 }  // namespace embedded::paths

@@ -27,11 +27,12 @@ std::string PathOf(const char* file) {
 }
 
 // Opens and holds the file, alone for a change, and reads it whole.
-std::shared_ptr<files::DiskFile> Load(const char* name, DWORD access, DWORD disposition, std::string* bytes, DWORD* error) {
+std::shared_ptr<files::DiskFile> Load(const char* name, DWORD access, DWORD disposition, std::string* bytes,
+                                      DWORD* error) {
     bool existed = false;
     constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
-    auto file = files::DiskFile::Open(PathOf(name).c_str(), {access, kShare, disposition, FILE_ATTRIBUTE_NORMAL}, &existed,
-                                      error);
+    auto file = files::DiskFile::Open(PathOf(name).c_str(), {access, kShare, disposition, FILE_ATTRIBUTE_NORMAL},
+                                      &existed, error);
     if (!file) return nullptr;
     file->HoldWhole((access & GENERIC_WRITE) != 0);
     char block[1 << 14];
@@ -117,8 +118,8 @@ DWORD CopyList(const std::vector<std::string>& texts, LPSTR buffer, DWORD size) 
     return DWORD(count);
 }
 
-// The number at a text's start as Windows reads it: a sign, a prefix 0x, 0o or 0b, digits up to the first other character,
-// modulo 2^32; 0 without digits.
+// The number at a text's start as Windows reads it: a sign, a prefix 0x, 0o or 0b, digits up to the first other
+// character, modulo 2^32; 0 without digits.
 UINT NumberOf(std::string_view text) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
     const bool isNegative = text.starts_with('-');
@@ -209,7 +210,8 @@ BOOL WritePrivateProfileSectionA(LPCSTR section, LPCSTR entries, LPCSTR file) {
         return FALSE;
     }
     std::vector<std::string> lines;
-    for (LPCSTR next = entries; next != nullptr && *next != '\0'; next += std::strlen(next) + 1) lines.emplace_back(next);
+    for (LPCSTR next = entries; next != nullptr && *next != '\0'; next += std::strlen(next) + 1)
+        lines.emplace_back(next);
     return Change(file, entries != nullptr, [&](Text& text) {
         if (entries == nullptr) return text.EraseSection(section);
         text.SetEntries(section, lines);

@@ -43,8 +43,8 @@ std::string EntryOf(std::string_view key, std::string_view value) {
 std::string_view Trimmed(std::string_view text) { return TrimmedOf(text, kNarrowBlanks); }
 
 std::string_view Unquoted(std::string_view value) {
-    const bool isQuoted = value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
-                          value.front() == value.back();
+    const bool isQuoted =
+        value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.front() == value.back();
     return isQuoted ? value.substr(1, value.size() - 2) : value;
 }
 

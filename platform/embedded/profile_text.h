@@ -10,9 +10,10 @@
 
 namespace embedded::profile {
 
-// Lines end with CR, LF or both; blank ones and those that start with ';' say nothing. "[name]" begins a section, the last
-// ']' of the line ends its name. White space around names and values does not count. Of sections and keys that come twice
-// the first one holds. Text is in the code page, or in UTF-16 when the file begins with FF FE.
+// Lines end with CR, LF or both; blank ones and those that start with ';' say nothing. "[name]" begins a section, the
+// last
+// ']' of the line ends its name. White space around names and values does not count. Of sections and keys that come
+// twice the first one holds. Text is in the code page, or in UTF-16 when the file begins with FF FE.
 class Text {
   public:
     explicit Text(std::string bytes);
@@ -39,8 +40,8 @@ class Text {
         std::size_t begin, end, next;  // bytes; [end, next) is the line's end
     };
     struct Section {
-        std::size_t header;            // line index
-        std::size_t first, last;       // lines of its body: [first, last)
+        std::size_t header;       // line index
+        std::size_t first, last;  // lines of its body: [first, last)
     };
 
     void Split();

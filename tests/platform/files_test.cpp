@@ -1,0 +1,566 @@
+// Files, directories, finds, locks and the runtime's path functions.
+#include <cerrno>
+#include <cstring>
+
+#include "platform/handles.h"
+#include "tests/support/fresh_machine.h"
+
+namespace {
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr auto kCaseName = [](const auto& tested) { return std::string(tested.param.name); };
+
+class Files : public FreshMachine {
+  protected:
+    // "C:\\TEST\\" + name
+    static std::string In(const std::string& name) { return Folder() + "\\" + name; }
+
+    static FileHandle Open(const std::string& path, DWORD access, DWORD share = kShareAll,
+                           DWORD disposition = OPEN_EXISTING, DWORD flags = FILE_ATTRIBUTE_NORMAL) {
+        SetLastError(0xdeadbeef);
+        return FileHandle(CreateFileA(path.c_str(), access, share, nullptr, disposition, flags, nullptr));
+    }
+    // The error of opening a file; 0 when it opens.
+    static DWORD OpenError(const std::string& path, DWORD access, DWORD share = kShareAll,
+                           DWORD disposition = OPEN_EXISTING, DWORD flags = FILE_ATTRIBUTE_NORMAL) {
+        return Open(path, access, share, disposition, flags) ? 0 : GetLastError();
+    }
+    static BOOL Write(const FileHandle& file, std::string_view text) {
+        DWORD written = 0;
+        return WriteFile(file.Get(), text.data(), DWORD(text.size()), &written, nullptr) && written == text.size();
+    }
+    static std::string Read(const FileHandle& file, DWORD bytes) {
+        std::string text(bytes, '\0');
+        DWORD read = 0;
+        EXPECT_NE(ReadFile(file.Get(), text.data(), bytes, &read, nullptr), FALSE);
+        text.resize(read);
+        return text;
+    }
+    // The names that a pattern in C:\TEST finds, in the order they come in, each followed by a blank.
+    static std::string Found(const std::string& pattern) {
+        WIN32_FIND_DATAA data;
+        std::string names;
+        const FindHandle find(FindFirstFileA(In(pattern).c_str(), &data));
+        if (!find) return "error " + std::to_string(GetLastError());
+        do names += std::string(data.cFileName) + ' ';
+        while (FindNextFileA(find.Get(), &data));
+        EXPECT_EQ(GetLastError(), DWORD(ERROR_NO_MORE_FILES));
+        return names;
+    }
+    static DWORD Attributes(const std::string& name) { return GetFileAttributesA(In(name).c_str()); }
+};
+
+// Answers 0 when a call succeeded, else its last error.
+template <class Call>
+DWORD ErrorOf(Call call) {
+    SetLastError(0xdeadbeef);
+    return call() ? 0 : GetLastError();
+}
+
+// --- Opening
+// ----------------------------------------------------------------------------------------------------------------
+
+struct OpenCase {
+    const char* name;
+    DWORD disposition;
+    DWORD errorOfMissing, lastErrorOfNew;  // either it fails, or it makes the file and leaves this last error
+    DWORD errorOfExisting, lastErrorOfOpened;
+    const char* content;  // of the existing file afterwards
+};
+
+class FilesOpen : public Files, public testing::WithParamInterface<OpenCase> {};
+
+TEST_P(FilesOpen, FollowsTheDisposition) {
+    const OpenCase& row = GetParam();
+    WriteBytes(In("there"), "old");
+    EXPECT_EQ(OpenError(In("missing"), GENERIC_READ | GENERIC_WRITE, 0, row.disposition), row.errorOfMissing);
+    if (row.errorOfMissing == 0) {
+        EXPECT_EQ(GetLastError(), row.lastErrorOfNew);
+    }
+    EXPECT_EQ(FileExists(In("missing")), row.errorOfMissing == 0);
+    EXPECT_EQ(OpenError(In("there"), GENERIC_READ | GENERIC_WRITE, 0, row.disposition), row.errorOfExisting);
+    if (row.errorOfExisting == 0 && row.disposition != OPEN_EXISTING && row.disposition != TRUNCATE_EXISTING) {
+        EXPECT_EQ(GetLastError(), row.lastErrorOfOpened);
+    }
+    EXPECT_EQ(ReadBytes(In("there")), row.content);
+}
+
+const OpenCase kOpenCases[] = {
+    {"CreateNew", CREATE_NEW, 0, 0, ERROR_FILE_EXISTS, 0, "old"},
+    {"CreateAlways", CREATE_ALWAYS, 0, 0, 0, ERROR_ALREADY_EXISTS, ""},
+    {"OpenExisting", OPEN_EXISTING, ERROR_FILE_NOT_FOUND, 0, 0, 0, "old"},
+    {"OpenAlways", OPEN_ALWAYS, 0, 0, 0, ERROR_ALREADY_EXISTS, "old"},
+    {"TruncateExisting", TRUNCATE_EXISTING, ERROR_FILE_NOT_FOUND, 0, 0, 0, ""},
+};
+INSTANTIATE_TEST_SUITE_P(Cases, FilesOpen, testing::ValuesIn(kOpenCases), kCaseName);
+
+struct NameCase {
+    const char* name;
+    std::string path;  // below C:\TEST when relative
+    DWORD openError, attributesError, deleteError, directoryError;
+    const char* wine = nullptr;
+};
+
+class FilesName : public Files, public testing::WithParamInterface<NameCase> {};
+
+TEST_P(FilesName, GivesWindowsErrors) {
+    const NameCase& row = GetParam();
+    if (row.wine != nullptr) SKIP_UNDER_WINE(row.wine);
+    WriteBytes(In("file"), "x");
+    MakeFolder(In("dir"));
+    WriteBytes(In("full\\file"), "x");
+    ASSERT_NE(SetCurrentDirectoryA(Folder().c_str()), FALSE);
+    const char* const path = row.path.c_str();
+    EXPECT_EQ(OpenError(row.path, GENERIC_READ), row.openError);
+    EXPECT_EQ(ErrorOf([&] { return GetFileAttributesA(path) != INVALID_FILE_ATTRIBUTES; }), row.attributesError);
+    EXPECT_EQ(ErrorOf([&] { return CreateDirectoryA(path, nullptr); }), row.directoryError);
+    EXPECT_EQ(ErrorOf([&] { return DeleteFileA(path); }), row.deleteError);
+}
+
+const NameCase kNameCases[] = {
+    {"File", "file", 0, 0, 0, 183},
+    {"FileInOtherCase", "FILE", 0, 0, 0, 183},
+    {"Directory", "dir", 5, 0, 5, 183},
+    {"DirectoryWithSeparator", "dir\\", 5, 0, 5, 183},
+    {"ForwardSlashes", "full/file", 0, 0, 0, 183},
+    {"DotsOnTheWay", ".\\dir\\..\\full\\.\\file", 0, 0, 0, 183},
+    {"TrailingDotsAndBlanks", "file. . ", 0, 0, 0, 183},
+    {"Missing", "missing", 2, 2, 5, 0},
+    {"BelowAMissingDirectory", "missing\\x", 3, 3, 3, 3},
+    {"BelowAFile", "file\\x", 3, 3, 3, 3},
+    {"Wildcard", "a*b", 123, 123, 123, 123},
+    {"Colon", "a:b:c", 123, 123, 123, 123, "takes more names for a drive's"},
+    {"ControlCharacter", "a\001b", 123, 123, 123, 123},
+    {"Empty", "", 3, 3, 3, 3},
+    {"MissingDrive", "Q:\\x", 3, 3, 3, 3, "takes the drive for a missing file"},
+    {"LongName", std::string(250, 'x') + "\\y", 206, 206, 206, 206, "takes paths longer than 260 characters"},
+    {"LongComponent", "C:\\" + std::string(256, 'x'), 123, 123, 123, 123, "takes it for missing"},
+};
+INSTANTIATE_TEST_SUITE_P(Cases, FilesName, testing::ValuesIn(kNameCases), kCaseName);
+
+TEST_F(Files, ExistingNameKeepsItsCase) {
+    WriteBytes(In("MixedCase.Txt"), "x");
+    EXPECT_TRUE(Open(In("mixedcase.TXT"), GENERIC_WRITE, kShareAll, CREATE_ALWAYS));
+    EXPECT_EQ(Found("*.txt"), "MixedCase.Txt ");
+    SKIP_UNDER_WINE("does not change a name's case alone");
+    EXPECT_NE(MoveFileA(In("MIXEDCASE.TXT").c_str(), In("mixedCASE.txt").c_str()), FALSE);
+    EXPECT_EQ(Found("*.txt"), "mixedCASE.txt ");
+}
+
+TEST_F(Files, PositionMovesAndMayLieBehindTheEnd) {
+    const FileHandle file = Open(In("f"), GENERIC_READ | GENERIC_WRITE, 0, CREATE_NEW);
+    ASSERT_TRUE(Write(file, "0123456789"));
+    EXPECT_EQ(SetFilePointer(file.Get(), -4, nullptr, FILE_END), 6u);
+    EXPECT_EQ(Read(file, 2), "67");
+    EXPECT_EQ(SetFilePointer(file.Get(), 1, nullptr, FILE_CURRENT), 9u);
+    EXPECT_EQ(Read(file, 10), "9");
+    EXPECT_EQ(Read(file, 10), "");
+    EXPECT_EQ(SetFilePointer(file.Get(), 12, nullptr, FILE_BEGIN), 12u);
+    ASSERT_TRUE(Write(file, "x"));
+    EXPECT_EQ(GetFileSize(file.Get(), nullptr), 13u);
+    EXPECT_EQ(SetFilePointer(file.Get(), -20, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_NEGATIVE_SEEK));
+    LONG high = 1;
+    EXPECT_EQ(SetFilePointer(file.Get(), 5, &high, FILE_BEGIN), 5u);
+    EXPECT_EQ(high, 1);
+    SetFilePointer(file.Get(), 3, nullptr, FILE_BEGIN);
+    EXPECT_NE(SetEndOfFile(file.Get()), FALSE);
+    EXPECT_EQ(GetFileSize(file.Get(), &(high = 7, reinterpret_cast<DWORD&>(high))), 3u);
+    EXPECT_EQ(high, 0);
+    SKIP_UNDER_WINE("cuts a position that does not fit");
+    SetFilePointer(file.Get(), 5, &(high = 1), FILE_BEGIN);
+    EXPECT_EQ(SetFilePointer(file.Get(), 0, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER) << "needs the upper half";
+}
+
+TEST_F(Files, HandleDoesOnlyWhatItWasOpenedFor) {
+    WriteBytes(In("f"), "x");
+    const FileHandle reader = Open(In("f"), GENERIC_READ), writer = Open(In("f"), GENERIC_WRITE);
+    char byte = 'y';
+    DWORD moved = 9;
+    EXPECT_EQ(ErrorOf([&] { return WriteFile(reader.Get(), &byte, 1, &moved, nullptr); }), DWORD(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(moved, 0u);
+    EXPECT_EQ(ErrorOf([&] { return ReadFile(writer.Get(), &byte, 1, &moved, nullptr); }), DWORD(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(ErrorOf([&] { return FlushFileBuffers(reader.Get()); }), DWORD(ERROR_ACCESS_DENIED));
+    const FileHandle closed;
+    EXPECT_EQ(ErrorOf([&] { return WriteFile(closed.Get(), &byte, 1, &moved, nullptr); }), DWORD(ERROR_INVALID_HANDLE));
+    EXPECT_EQ(ReadBytes(In("f")), "x");
+    SKIP_UNDER_WINE("calls the handle of a reader an invalid parameter");
+    EXPECT_EQ(ErrorOf([&] { return SetEndOfFile(reader.Get()); }), DWORD(ERROR_ACCESS_DENIED));
+}
+
+TEST_F(Files, AppendingHandleWritesAtTheEnd) {
+    WriteBytes(In("f"), "abc");
+    const FileHandle file = Open(In("f"), FILE_APPEND_DATA);
+    ASSERT_TRUE(Write(file, "d"));
+    EXPECT_EQ(ReadBytes(In("f")), "abcd");
+}
+
+// --- Sharing and locks
+// ------------------------------------------------------------------------------------------------------
+
+struct ShareCase {
+    const char* name;
+    DWORD firstAccess, firstShare, secondAccess, secondShare;
+    DWORD error;
+};
+
+class FilesShare : public Files, public testing::WithParamInterface<ShareCase> {};
+
+TEST_P(FilesShare, DecidesWhoMayOpen) {
+    const ShareCase& row = GetParam();
+    WriteBytes(In("f"), "x");
+    FileHandle first = Open(In("f"), row.firstAccess, row.firstShare);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(OpenError(In("f"), row.secondAccess, row.secondShare), row.error);
+    first.Reset();
+    EXPECT_EQ(OpenError(In("f"), row.secondAccess, row.secondShare), 0u) << "a closed handle denies nothing";
+}
+
+const ShareCase kShareCases[] = {
+    {"NothingShared", GENERIC_READ, 0, GENERIC_READ, kShareAll, 32},
+    {"ReadersTogether", GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, 0},
+    {"WriterNotAllowed", GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, kShareAll, 32},
+    {"SecondDeniesTheFirst", GENERIC_WRITE, kShareAll, GENERIC_READ, FILE_SHARE_READ, 32},
+    {"WritersTogether", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, GENERIC_WRITE,
+     FILE_SHARE_READ | FILE_SHARE_WRITE, 0},
+    {"DeletionNotAllowed", GENERIC_READ, FILE_SHARE_READ, DELETE, kShareAll, 32},
+    {"AttributesNeedNoSharing", GENERIC_READ, 0, FILE_READ_ATTRIBUTES, 0, 0},
+};
+INSTANTIATE_TEST_SUITE_P(Cases, FilesShare, testing::ValuesIn(kShareCases), kCaseName);
+
+TEST_F(Files, OpenFileIsDeletedAndMovedOnlyWhenShared) {
+    WriteBytes(In("f"), "x");
+    FileHandle file = Open(In("f"), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    EXPECT_EQ(ErrorOf([] { return DeleteFileA(In("f").c_str()); }), DWORD(ERROR_SHARING_VIOLATION));
+    EXPECT_EQ(ErrorOf([] { return MoveFileA(In("f").c_str(), In("g").c_str()); }), DWORD(ERROR_SHARING_VIOLATION));
+    file = Open(In("f"), GENERIC_READ, kShareAll);
+    EXPECT_NE(MoveFileA(In("f").c_str(), In("g").c_str()), FALSE);
+    EXPECT_EQ(Read(file, 5), "x");
+}
+
+TEST_F(Files, LockedBytesAreTheLockersAlone) {
+    WriteBytes(In("f"), "0123456789");
+    const FileHandle locker = Open(In("f"), GENERIC_READ | GENERIC_WRITE);
+    const FileHandle other = Open(In("f"), GENERIC_READ | GENERIC_WRITE);
+    ASSERT_NE(LockFile(locker.Get(), 4, 0, 2, 0), FALSE);
+    EXPECT_EQ(ErrorOf([&] { return LockFile(other.Get(), 5, 0, 10, 0); }), DWORD(ERROR_LOCK_VIOLATION));
+    EXPECT_EQ(ErrorOf([&] { return LockFile(locker.Get(), 5, 0, 1, 0); }), DWORD(ERROR_LOCK_VIOLATION));
+    EXPECT_NE(LockFile(other.Get(), 6, 0, 1, 0), FALSE) << "the byte behind is free";
+    SKIP_UNDER_WINE("lets others read and write locked bytes");
+    char byte = 0;
+    DWORD moved = 0;
+    SetFilePointer(other.Get(), 5, nullptr, FILE_BEGIN);
+    EXPECT_EQ(ErrorOf([&] { return ReadFile(other.Get(), &byte, 1, &moved, nullptr); }), DWORD(ERROR_LOCK_VIOLATION));
+    EXPECT_EQ(ErrorOf([&] { return WriteFile(other.Get(), "x", 1, &moved, nullptr); }), DWORD(ERROR_LOCK_VIOLATION));
+    SetFilePointer(locker.Get(), 4, nullptr, FILE_BEGIN);
+    EXPECT_TRUE(Write(locker, "ab"));
+    EXPECT_NE(UnlockFile(locker.Get(), 4, 0, 2, 0), FALSE);
+    EXPECT_TRUE(Write(other, "x")) << "unlocked";
+    EXPECT_EQ(ReadBytes(In("f")), "0123ax6789");
+}
+
+TEST_F(Files, OnlyAWholeLockIsUnlocked) {
+    WriteBytes(In("f"), "0123456789");
+    FileHandle locker = Open(In("f"), GENERIC_READ);
+    const FileHandle other = Open(In("f"), GENERIC_READ);
+    ASSERT_NE(LockFile(locker.Get(), 0, 0, 4, 0), FALSE) << "a reader may lock";
+    EXPECT_EQ(ErrorOf([&] { return LockFile(other.Get(), 3, 0, 1, 0); }), DWORD(ERROR_LOCK_VIOLATION));
+    EXPECT_NE(LockFile(locker.Get(), 0xFFFFFFF0u, 0x7FFFFFFEu, 16, 0), FALSE) << "far behind the end";
+    locker.Reset();
+    EXPECT_NE(LockFile(other.Get(), 3, 0, 1, 0), FALSE) << "a closed handle locks nothing";
+    SKIP_UNDER_WINE("calls it a lock violation");
+    EXPECT_EQ(ErrorOf([&] { return UnlockFile(other.Get(), 3, 0, 2, 0); }), DWORD(ERROR_NOT_LOCKED));
+    EXPECT_EQ(ErrorOf([&] { return UnlockFile(other.Get(), 2, 0, 2, 0); }), DWORD(ERROR_NOT_LOCKED));
+}
+
+// --- Attributes, times, moving, copying
+// -------------------------------------------------------------------------------------
+
+TEST_F(Files, AttributesAreKeptWithTheFile) {
+    WriteBytes(In("f"), "x");
+    MakeFolder(In("d"));
+    EXPECT_EQ(Attributes("f"), DWORD(FILE_ATTRIBUTE_ARCHIVE));
+    EXPECT_EQ(Attributes("d"), DWORD(FILE_ATTRIBUTE_DIRECTORY));
+    SKIP_UNDER_WINE("always adds the archive bit");
+    constexpr DWORD kSet = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_READONLY;
+    EXPECT_NE(SetFileAttributesA(In("f").c_str(), kSet), FALSE);
+    EXPECT_EQ(Attributes("F"), kSet);
+    EXPECT_NE(MoveFileA(In("f").c_str(), In("d\\g").c_str()), FALSE);
+    EXPECT_EQ(Attributes("d\\g"), kSet);
+    WriteBytes(In("f"), "new");
+    EXPECT_EQ(Attributes("f"), DWORD(FILE_ATTRIBUTE_ARCHIVE)) << "the moved file took its attributes along";
+    EXPECT_NE(SetFileAttributesA(In("d\\g").c_str(), FILE_ATTRIBUTE_NORMAL), FALSE);
+    EXPECT_EQ(Attributes("d\\g"), DWORD(FILE_ATTRIBUTE_NORMAL));
+}
+
+TEST_F(Files, ReadOnlyFileIsNeitherWrittenNorDeleted) {
+    WriteBytes(In("f"), "x");
+    ASSERT_NE(SetFileAttributesA(In("f").c_str(), FILE_ATTRIBUTE_READONLY), FALSE);
+    EXPECT_EQ(ErrorOf([] { return DeleteFileA(In("f").c_str()); }), DWORD(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(OpenError(In("f"), GENERIC_READ), 0u);
+    EXPECT_EQ(_access(In("f").c_str(), 4), 0);
+    EXPECT_EQ(_access(In("f").c_str(), 2), -1);
+    EXPECT_EQ(errno, EACCES);
+    EXPECT_EQ(ErrorOf([] { return DeleteFileA(In("f").c_str()); }), DWORD(ERROR_ACCESS_DENIED));
+    SKIP_UNDER_WINE("opens it for writing when it runs as root");
+    EXPECT_EQ(OpenError(In("f"), GENERIC_WRITE), DWORD(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(OpenError(In("f"), GENERIC_READ, kShareAll, CREATE_ALWAYS), DWORD(ERROR_ACCESS_DENIED));
+    ASSERT_NE(SetFileAttributesA(In("f").c_str(), FILE_ATTRIBUTE_NORMAL), FALSE);
+    EXPECT_NE(DeleteFileA(In("f").c_str()), FALSE);
+}
+
+TEST_F(Files, HiddenFileIsOverwrittenOnlyAsHidden) {
+    SKIP_UNDER_WINE("overwrites it whatever it is asked for");
+    WriteBytes(In("f"), "x");
+    ASSERT_NE(SetFileAttributesA(In("f").c_str(), FILE_ATTRIBUTE_HIDDEN), FALSE);
+    EXPECT_EQ(OpenError(In("f"), GENERIC_WRITE, 0, CREATE_ALWAYS), DWORD(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(OpenError(In("f"), GENERIC_WRITE, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_HIDDEN), 0u);
+    EXPECT_EQ(Attributes("f"), DWORD(FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE));
+}
+
+TEST_F(Files, TimesAreSetAndFound) {
+    const FileHandle file = Open(In("f"), GENERIC_READ | GENERIC_WRITE, 0, CREATE_NEW);
+    const SYSTEMTIME written{1999, 12, 0, 31, 23, 59, 58, 0};
+    FILETIME time{}, found{};
+    ASSERT_NE(SystemTimeToFileTime(&written, &time), FALSE);
+    EXPECT_NE(SetFileTime(file.Get(), nullptr, nullptr, &time), FALSE);
+    EXPECT_NE(GetFileTime(file.Get(), nullptr, nullptr, &found), FALSE);
+    EXPECT_EQ(std::memcmp(&found, &time, sizeof time), 0);
+    WIN32_FIND_DATAA data;
+    const FindHandle find(FindFirstFileA(In("f").c_str(), &data));
+    EXPECT_EQ(std::memcmp(&data.ftLastWriteTime, &time, sizeof time), 0);
+}
+
+TEST_F(Files, MovingNeverReplacesUnlessAsked) {
+    WriteBytes(In("f"), "f");
+    WriteBytes(In("g"), "g");
+    MakeFolder(In("d"));
+    const auto move = [](const char* from, const char* to, DWORD flags) {
+        return ErrorOf([&] { return MoveFileExA(In(from).c_str(), In(to).c_str(), flags); });
+    };
+    EXPECT_EQ(move("f", "g", 0), DWORD(ERROR_ALREADY_EXISTS));
+    EXPECT_EQ(move("f", "d", MOVEFILE_REPLACE_EXISTING), DWORD(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(move("missing", "g", MOVEFILE_REPLACE_EXISTING), DWORD(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(move("f", "none\\f", 0), DWORD(ERROR_PATH_NOT_FOUND));
+    EXPECT_EQ(move("f", "g", MOVEFILE_REPLACE_EXISTING), 0u);
+    EXPECT_EQ(ReadBytes(In("g")), "f");
+    EXPECT_EQ(move("g", "d\\g", 0), 0u);
+    EXPECT_EQ(move("d", "e", 0), 0u) << "a directory moves with what is in it";
+    EXPECT_EQ(ReadBytes(In("e\\g")), "f");
+}
+
+TEST_F(Files, CopyTakesContentAndAttributes) {
+    WriteBytes(In("f"), std::string(200000, 'f'));
+    ASSERT_NE(SetFileAttributesA(In("f").c_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_ARCHIVE), FALSE);
+    const auto copy = [](const char* from, const char* to, BOOL failIfExists) {
+        return ErrorOf([&] { return CopyFileA(In(from).c_str(), In(to).c_str(), failIfExists); });
+    };
+    EXPECT_EQ(copy("f", "g", TRUE), 0u);
+    EXPECT_EQ(ReadBytes(In("g")), std::string(200000, 'f'));
+    EXPECT_EQ(Attributes("g"), DWORD(FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_ARCHIVE));
+    EXPECT_EQ(copy("f", "g", TRUE), DWORD(ERROR_FILE_EXISTS));
+    EXPECT_EQ(copy("missing", "h", FALSE), DWORD(ERROR_FILE_NOT_FOUND));
+    SKIP_UNDER_WINE("replaces a read-only copy when it runs as root");
+    EXPECT_EQ(copy("f", "g", FALSE), DWORD(ERROR_ACCESS_DENIED)) << "the copy is read-only";
+}
+
+// --- Directories
+// ------------------------------------------------------------------------------------------------------------
+
+TEST_F(Files, DirectoryGoesOnlyWhenEmpty) {
+    WriteBytes(In("d\\f"), "x");
+    const auto remove = [](const char* name) { return ErrorOf([&] { return RemoveDirectoryA(In(name).c_str()); }); };
+    EXPECT_EQ(remove("d"), DWORD(ERROR_DIR_NOT_EMPTY));
+    EXPECT_EQ(remove("d\\f"), DWORD(ERROR_DIRECTORY));
+    EXPECT_EQ(remove("missing"), DWORD(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(remove("missing\\d"), DWORD(ERROR_PATH_NOT_FOUND));
+    EXPECT_EQ(_rmdir(In("d").c_str()), -1);
+    EXPECT_EQ(errno, ENOTEMPTY);
+    ASSERT_NE(DeleteFileA(In("d\\f").c_str()), FALSE);
+    EXPECT_EQ(_rmdir(In("d").c_str()), 0);
+    EXPECT_EQ(_mkdir(In("d").c_str()), 0);
+    EXPECT_EQ(_mkdir(In("d").c_str()), -1);
+    EXPECT_EQ(errno, EEXIST);
+}
+
+TEST_F(Files, CurrentDirectoryIsWhereRelativeNamesStart) {
+    WriteBytes(In("d\\f"), "x");
+    char path[MAX_PATH] = "";
+    ASSERT_EQ(_chdir((In("d") + "\\").c_str()), 0);
+    EXPECT_EQ(GetCurrentDirectoryA(MAX_PATH, path), In("d").size());
+    EXPECT_STREQ(path, In("d").c_str());
+    EXPECT_EQ(GetCurrentDirectoryA(3, path), In("d").size() + 1) << "the size needed";
+    EXPECT_EQ(_access("f", 0), 0);
+    EXPECT_EQ(_access("C:f", 0), 0);
+    EXPECT_EQ(_access("..\\d\\f", 0), 0);
+    EXPECT_EQ(ErrorOf([] { return SetCurrentDirectoryA("none"); }), DWORD(ERROR_FILE_NOT_FOUND));
+    EXPECT_EQ(ErrorOf([] { return SetCurrentDirectoryA("none\\d"); }), DWORD(ERROR_PATH_NOT_FOUND));
+    EXPECT_EQ(ErrorOf([] { return SetCurrentDirectoryA("f"); }), DWORD(ERROR_DIRECTORY));
+    EXPECT_EQ(_chdir("none"), -1);
+    EXPECT_EQ(errno, ENOENT);
+    ASSERT_NE(SetCurrentDirectoryA("\\"), FALSE);
+    EXPECT_EQ(GetCurrentDirectoryA(MAX_PATH, path), 3u);
+    EXPECT_STREQ(path, "C:\\");
+}
+
+// --- Finding
+// ----------------------------------------------------------------------------------------------------------------
+
+struct PatternCase {
+    const char* name;
+    const char* pattern;
+    const char* found;
+    const char* wine = nullptr;
+};
+
+class FilesFind : public Files, public testing::WithParamInterface<PatternCase> {};
+
+TEST_P(FilesFind, MatchesByWindowsRules) {
+    const PatternCase& row = GetParam();
+    if (row.wine != nullptr) SKIP_UNDER_WINE(row.wine);
+    for (const char* const name : {"d\\b.txt", "d\\A.TXT", "d\\ab.txt", "d\\a.b.txt", "d\\noext", "d\\a.tx"})
+        WriteBytes(In(name), "x");
+    EXPECT_EQ(Found(row.pattern), row.found);
+}
+
+const PatternCase kPatternCases[] = {
+    {"Everything", "d\\*", ". .. a.b.txt a.tx A.TXT ab.txt b.txt noext "},
+    {"EverythingWithDot", "d\\*.*", ". .. a.b.txt a.tx A.TXT ab.txt b.txt noext "},
+    {"ByExtension", "d\\*.txt", "a.b.txt A.TXT ab.txt b.txt "},
+    {"IgnoresCase", "d\\A*.TXT", "a.b.txt A.TXT ab.txt "},
+    {"OneCharacterOrNone", "d\\a?.txt", "A.TXT ab.txt ", "takes ? for exactly one character"},
+    {"ExactlyOne", "d\\?.txt", "A.TXT b.txt "},
+    {"ExtensionOfUpToThree", "d\\a.t??", "a.tx A.TXT ", "takes ? for exactly one character"},
+    {"WithoutExtension", "d\\no*.", "noext "},
+    {"TrailingDot", "d\\noext.", "noext "},
+    {"OneName", "d\\a.txt", "A.TXT "},
+    {"StarInTheMiddle", "d\\a*t", "a.b.txt A.TXT ab.txt "},
+    {"NoMatch", "d\\z*", "error 2"},
+    {"NoSuchName", "d\\z", "error 2"},
+    {"NoSuchDirectory", "z\\*", "error 3"},
+    {"BelowAFile", "d\\noext\\*", "error 267", "calls the name invalid"},
+    {"FinalSeparator", "d\\", "error 2"},
+};
+INSTANTIATE_TEST_SUITE_P(Cases, FilesFind, testing::ValuesIn(kPatternCases), kCaseName);
+
+TEST_F(Files, FindTellsSizeAndAttributes) {
+    WriteBytes(In("d\\f"), "12345");
+    WIN32_FIND_DATAA data;
+    FindHandle find(FindFirstFileA(In("D\\F").c_str(), &data));
+    ASSERT_TRUE(find);
+    EXPECT_STREQ(data.cFileName, "f");
+    EXPECT_EQ(data.nFileSizeLow, 5u);
+    EXPECT_EQ(data.dwFileAttributes, DWORD(FILE_ATTRIBUTE_ARCHIVE));
+    find = FindHandle(FindFirstFileA(In("d").c_str(), &data));
+    EXPECT_EQ(data.dwFileAttributes, DWORD(FILE_ATTRIBUTE_DIRECTORY));
+    find = FindHandle(FindFirstFileA("C:\\*", &data));
+    do EXPECT_STRNE(data.cFileName, ".") << "a root has no entry for itself";
+    while (FindNextFileA(find.Get(), &data));
+    EXPECT_EQ(ErrorOf([&] { return FindNextFileA(FileHandle().Get(), &data); }), DWORD(ERROR_INVALID_HANDLE));
+}
+
+// --- Paths and drives
+// -------------------------------------------------------------------------------------------------------
+
+struct PathCase {
+    const char* name;
+    const char* path;
+    const char* full;  // in C:\TEST
+};
+
+class FilesPath : public Files, public testing::WithParamInterface<PathCase> {};
+
+TEST_P(FilesPath, BecomesAbsolute) {
+    ASSERT_NE(SetCurrentDirectoryA(Folder().c_str()), FALSE);
+    char full[MAX_PATH] = "", runtime[MAX_PATH] = "";
+    char* part = nullptr;
+    const std::string expected = GetParam().full;
+    EXPECT_EQ(GetFullPathNameA(GetParam().path, MAX_PATH, full, &part), expected.size());
+    EXPECT_EQ(full, expected);
+    EXPECT_EQ(part == nullptr ? "" : std::string(part), expected.substr(expected.rfind('\\') + 1));
+    EXPECT_EQ(_fullpath(runtime, GetParam().path, sizeof runtime), runtime);
+    EXPECT_EQ(runtime, expected);
+}
+
+const PathCase kPathCases[] = {
+    {"Relative", "x", "C:\\TEST\\x"},
+    {"Dots", "a\\.\\b\\..\\c", "C:\\TEST\\a\\c"},
+    {"NotAboveTheRoot", "..\\..\\..\\x", "C:\\x"},
+    {"FinalSeparator", "a/b/", "C:\\TEST\\a\\b\\"},
+    {"RootRelative", "\\x", "C:\\x"},
+    {"DriveRelative", "C:x", "C:\\TEST\\x"},
+    {"TrailingDotsAndBlanks", "x. .", "C:\\TEST\\x"},
+    {"DoubleSeparators", "a\\\\b", "C:\\TEST\\a\\b"},
+    {"ShareIsTheRoot", "\\\\m\\s\\..\\x", "\\\\m\\s\\x"},
+};
+INSTANTIATE_TEST_SUITE_P(Cases, FilesPath, testing::ValuesIn(kPathCases), kCaseName);
+
+TEST_F(Files, PathIsSplitAndMade) {
+    struct Case {
+        const char *path, *drive, *directory, *name, *extension, *made;
+    };
+    const Case cases[] = {
+        {"C:\\a\\b.c\\n.x.e", "C:", "\\a\\b.c\\", "n.x", ".e", "C:\\a\\b.c\\n.x.e"},
+        {"C:n", "C:", "", "n", "", "C:n"},
+        {"a/b", "", "a/", "b", "", "a/b"},
+        {"\\\\h\\s\\f", "", "\\\\h\\s\\", "f", "", "\\\\h\\s\\f"},
+        {".e", "", "", "", ".e", ".e"},
+        {"C:\\", "C:", "\\", "", "", "C:\\"},
+        {"", "", "", "", "", ""},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.path);
+        char drive[_MAX_DRIVE], directory[_MAX_DIR], name[_MAX_FNAME], extension[_MAX_EXT], made[_MAX_PATH];
+        _splitpath(row.path, drive, directory, name, extension);
+        EXPECT_STREQ(drive, row.drive);
+        EXPECT_STREQ(directory, row.directory);
+        EXPECT_STREQ(name, row.name);
+        EXPECT_STREQ(extension, row.extension);
+        _makepath(made, drive, directory, name, extension);
+        EXPECT_STREQ(made, row.made);
+    }
+    char made[_MAX_PATH];
+    _makepath(made, "D", "a", "n", "e");
+    EXPECT_STREQ(made, "D:a\\n.e");
+}
+
+TEST_F(Files, FullPathThatDoesNotFitIsNone) {
+    char small[4] = "";
+    EXPECT_EQ(_fullpath(small, "C:\\abc", sizeof small), nullptr);
+    EXPECT_EQ(GetFullPathNameA("C:\\abc", sizeof small, small, nullptr), 7u);
+}
+
+TEST_F(Files, TextsCompareWithoutCase) {
+    EXPECT_EQ(_stricmp("aBc", "AbC"), 0);
+    EXPECT_LT(_stricmp("a_", "AB"), 0) << "compared in lower case";
+    EXPECT_GT(_stricmp("abc", "AB"), 0);
+    EXPECT_EQ(_strnicmp("abX", "ABy", 2), 0);
+    EXPECT_NE(_strnicmp("abX", "ABy", 3), 0);
+}
+
+TEST_F(Files, DateAndTimeAreNineBytes) {
+    SYSTEMTIME now;
+    GetLocalTime(&now);
+    char date[9], time[9], expected[32];
+    EXPECT_STREQ(_strdate(date), date);
+    std::snprintf(expected, sizeof expected, "%02u/%02u/%02u", unsigned(now.wMonth), unsigned(now.wDay),
+                  now.wYear % 100u);
+    EXPECT_STREQ(date, expected);
+    EXPECT_STREQ(_strtime(time), time);
+    EXPECT_EQ(time[2], ':');
+    EXPECT_EQ(std::strlen(time), 8u);
+}
+
+TEST_F(Files, DriveOfTheSystemIsFixed) {
+    EXPECT_EQ(GetDriveTypeA("C:\\"), DWORD(DRIVE_FIXED));
+    EXPECT_EQ(GetDriveTypeA("Q:\\"), DWORD(DRIVE_NO_ROOT_DIR));
+    EXPECT_NE(GetLogicalDrives() & 4, 0u);
+    DWORD sectors = 0, bytes = 0, free = 0, total = 0;
+    ASSERT_NE(GetDiskFreeSpaceA("C:\\", &sectors, &bytes, &free, &total), FALSE);
+    EXPECT_GT(sectors * bytes, 0u);
+    EXPECT_LE(free, total);
+    EXPECT_EQ(ErrorOf([&] { return GetDiskFreeSpaceA("Q:\\", &sectors, &bytes, &free, &total); }),
+              DWORD(ERROR_PATH_NOT_FOUND));
+}
+
+}  // namespace
