@@ -86,7 +86,6 @@ DWORD FollowLink(Place& place) {
 
 // One name further. The place exists afterwards or not; an error is one that ends the way.
 DWORD Step(Place& place, const std::u16string& name) {
-    if (!place.IsDirectory()) return ERROR_PATH_NOT_FOUND;
     if (!paths::IsValidName(name)) return ERROR_INVALID_NAME;
     const fs::path directory = place.host;
     fs::path entry = *paths::ToHost(name);
@@ -111,10 +110,12 @@ DWORD Step(Place& place, const std::u16string& name) {
 void Walk(Place& place, const std::vector<std::u16string>& names) {
     for (const std::u16string& name : names) {
         const std::optional<fs::path> entry = paths::ToHost(name);
-        if (place.error == 0)
+        if (place.error == 0 && !place.IsDirectory()) place.error = ERROR_PATH_NOT_FOUND;
+        if (place.error == 0) {
             place.error = entry ? Step(place, name) : ERROR_INVALID_NAME;
-        else if (entry && !place.host.empty())
+        } else if (entry && !place.host.empty()) {
             place.host /= *entry;
+        }
         if (place.error == 0) continue;
         place.exists = false;
         if (!entry || place.error == ERROR_ACCESS_DENIED) place.host.clear();

@@ -113,7 +113,8 @@ DWORD CopyList(const std::vector<std::string>& texts, LPSTR buffer, DWORD size) 
     const std::size_t room = size < 2 ? 0 : size - 2;
     const std::size_t count = fits ? list.size() : WholeCharacters(list, room);
     std::memcpy(buffer, list.data(), count);
-    std::fill(buffer + count, buffer + std::min<std::size_t>(count + 2, size), '\0');
+    const std::size_t terminators = fits && count != 0 ? 1 : 2;
+    std::fill(buffer + count, buffer + std::min<std::size_t>(count + terminators, size), '\0');
     SetLastError(fits ? NO_ERROR : ERROR_MORE_DATA);
     return DWORD(count);
 }

@@ -50,6 +50,12 @@ class Files : public FreshMachine {
     static DWORD Attributes(const std::string& name) { return GetFileAttributesA(In(name).c_str()); }
 };
 
+// Takes a file's attributes off again, so that the next test's machine can be cleared.
+struct ClearedAttributes {
+    std::string path;
+    ~ClearedAttributes() { SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL); }
+};
+
 // Answers 0 when a call succeeded, else its last error.
 template <class Call>
 DWORD ErrorOf(Call call) {
@@ -74,12 +80,13 @@ TEST_P(FilesOpen, FollowsTheDisposition) {
     const OpenCase& row = GetParam();
     WriteBytes(In("there"), "old");
     EXPECT_EQ(OpenError(In("missing"), GENERIC_READ | GENERIC_WRITE, 0, row.disposition), row.errorOfMissing);
-    if (row.errorOfMissing == 0) {
+    const bool tellsWhetherItExisted = row.disposition == CREATE_ALWAYS || row.disposition == OPEN_ALWAYS;
+    if (tellsWhetherItExisted) {
         EXPECT_EQ(GetLastError(), row.lastErrorOfNew);
     }
     EXPECT_EQ(FileExists(In("missing")), row.errorOfMissing == 0);
     EXPECT_EQ(OpenError(In("there"), GENERIC_READ | GENERIC_WRITE, 0, row.disposition), row.errorOfExisting);
-    if (row.errorOfExisting == 0 && row.disposition != OPEN_EXISTING && row.disposition != TRUNCATE_EXISTING) {
+    if (tellsWhetherItExisted) {
         EXPECT_EQ(GetLastError(), row.lastErrorOfOpened);
     }
     EXPECT_EQ(ReadBytes(In("there")), row.content);
@@ -129,7 +136,7 @@ const NameCase kNameCases[] = {
     {"BelowAMissingDirectory", "missing\\x", 3, 3, 3, 3},
     {"BelowAFile", "file\\x", 3, 3, 3, 3},
     {"Wildcard", "a*b", 123, 123, 123, 123},
-    {"Colon", "a:b:c", 123, 123, 123, 123, "takes more names for a drive's"},
+    {"Colon", "ab:c:d", 123, 123, 123, 123},
     {"ControlCharacter", "a\001b", 123, 123, 123, 123},
     {"Empty", "", 3, 3, 3, 3},
     {"MissingDrive", "Q:\\x", 3, 3, 3, 3, "takes the drive for a missing file"},
@@ -294,6 +301,7 @@ TEST_F(Files, AttributesAreKeptWithTheFile) {
 }
 
 TEST_F(Files, ReadOnlyFileIsNeitherWrittenNorDeleted) {
+    const ClearedAttributes cleared{In("f")};
     WriteBytes(In("f"), "x");
     ASSERT_NE(SetFileAttributesA(In("f").c_str(), FILE_ATTRIBUTE_READONLY), FALSE);
     EXPECT_EQ(ErrorOf([] { return DeleteFileA(In("f").c_str()); }), DWORD(ERROR_ACCESS_DENIED));
@@ -350,6 +358,7 @@ TEST_F(Files, MovingNeverReplacesUnlessAsked) {
 }
 
 TEST_F(Files, CopyTakesContentAndAttributes) {
+    const ClearedAttributes origin{In("f")}, copied{In("g")};
     WriteBytes(In("f"), std::string(200000, 'f'));
     ASSERT_NE(SetFileAttributesA(In("f").c_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_ARCHIVE), FALSE);
     const auto copy = [](const char* from, const char* to, BOOL failIfExists) {
