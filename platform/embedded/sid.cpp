@@ -113,6 +113,8 @@ Bytes MakeSid(BYTE authority, std::initializer_list<DWORD> subAuthorities) {
 }
 
 std::string SidText(ByteView sid) {
+    // What is no identifier has no text.
+    if (sid.size() < kHeader || sid.size() < kHeader + sid[1] * sizeof(DWORD)) return {};
     if (sid.size() < kHeader) return {};
     std::uint64_t authority = 0;
     for (std::size_t i = 2; i < kHeader; ++i) authority = authority << 8 | sid[i];

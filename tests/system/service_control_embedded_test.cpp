@@ -95,17 +95,20 @@ TEST_F(ServiceControl, StopWaitsAtMostItsHintInSecondsAndOneMore) {
         std::uint64_t slept;
     } cases[] = {{0, 2000}, {999, 2000}, {3999, 4000}};
     for (const auto& expected : cases) {
-        SCOPED_TRACE(expected.hint);
-        ScriptStop(Pending({{1, expected.hint, 1}}, true));
-        ASSERT_NE(CService::StartServiceA("Main", 1), 0);
+        // A service that hangs never goes away again, so each case has its own.
+        const std::string name = "Hanging" + std::to_string(expected.hint);
+        SCOPED_TRACE(name);
+        Install(name.c_str(), nullptr);
+        control::ServiceScript script;
+        script.stop = Pending({{1, expected.hint, 1}}, true);
+        control::ScriptService(name, script);
+        ASSERT_NE(CService::StartServiceA(name.c_str(), 1), 0);
         const std::uint64_t before = Slept();
-        EXPECT_EQ(CService::StopService("Main", 1, 0), 0);
+        EXPECT_EQ(CService::StopService(name.c_str(), 1, 0), 0);
         EXPECT_EQ(GetLastError(), DWORD(ERROR_SERVICE_REQUEST_TIMEOUT));
         EXPECT_EQ(Slept() - before, expected.slept);
-        EXPECT_NE(CService::StopService("Main", 1, 0), 0) << "one that is stopping already is success at once";
+        EXPECT_NE(CService::StopService(name.c_str(), 1, 0), 0) << "one that is stopping already is success at once";
         EXPECT_EQ(Slept() - before, expected.slept);
-        ASSERT_NE(CService::RemoveService("Main"), 0);
-        Install("Main", nullptr);
     }
 }
 
@@ -118,8 +121,9 @@ TEST_F(ServiceControl, StopWaitsUntilTheServiceHasStopped) {
 }
 
 TEST_F(ServiceControl, StopWithoutWaitNeedsTheControlsAnswerToSayStopped) {
-    ASSERT_NE(CService::StartServiceA("Main", 1), 0);
-    EXPECT_NE(CService::StopService("Main", 0, 0), 0) << "it stopped at once";
+    Install("Prompt", nullptr);
+    ASSERT_NE(CService::StartServiceA("Prompt", 1), 0);
+    EXPECT_NE(CService::StopService("Prompt", 0, 0), 0) << "it stopped at once";
     ScriptStop(Pending({{1, 9000, 2500}}));
     ASSERT_NE(CService::StartServiceA("Main", 1), 0);
     EXPECT_EQ(CService::StopService("Main", 0, 0), 0);
