@@ -1,0 +1,2 @@
+// A library that exports nothing.
+static_assert(true);
