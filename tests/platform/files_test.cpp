@@ -136,7 +136,7 @@ const NameCase kNameCases[] = {
     {"BelowAMissingDirectory", "missing\\x", 3, 3, 3, 3},
     {"BelowAFile", "file\\x", 3, 3, 3, 3},
     {"Wildcard", "a*b", 123, 123, 123, 123},
-    {"Colon", "ab:c:d", 123, 123, 123, 123},
+    {"Colon", "ab:c:d", 123, 123, 123, 123, "takes a colon for part of a name"},
     {"ControlCharacter", "a\001b", 123, 123, 123, 123},
     {"Empty", "", 3, 3, 3, 3},
     {"MissingDrive", "Q:\\x", 3, 3, 3, 3, "takes the drive for a missing file"},
