@@ -66,8 +66,9 @@ BOOL SetList(PSECURITY_DESCRIPTOR descriptor, PACL SECURITY_DESCRIPTOR::*field, 
     SECURITY_DESCRIPTOR* const known = KnownAbsolute(descriptor);
     if (known == nullptr) return FALSE;
     PutBit(known->Control, presentBit, present);
-    PutBit(known->Control, defaultedBit, present != FALSE ? defaulted : FALSE);
-    known->*field = present != FALSE ? list : nullptr;
+    if (present == FALSE) return TRUE;  // the other two arguments count for nothing
+    PutBit(known->Control, defaultedBit, defaulted);
+    known->*field = list;
     return TRUE;
 }
 

@@ -68,7 +68,7 @@ TEST_F(SecurityDescriptors, NullListIsPresentAndAbsentListIsNot) {
     EXPECT_TRUE(defaulted);
     EXPECT_EQ(list, nullptr);
     ASSERT_TRUE(SetSecurityDescriptorDacl(&m_empty, FALSE, nullptr, FALSE));
-    EXPECT_EQ(m_empty.Control, 0);
+    EXPECT_EQ(m_empty.Control & SE_DACL_PRESENT, 0);
 }
 
 TEST_F(SecurityDescriptors, ControlTakesInheritanceBitsOnly) {
