@@ -28,7 +28,8 @@ struct ServiceScript {
     DWORD controlsAccepted = 0x1;  // SERVICE_ACCEPT_STOP; 0: a running service refuses to stop (1052)
 };
 
-// The service need not exist yet. A script with default values takes the script away.
+// The service need not exist yet. A script with default values takes the script away. A
+// transition that is pending goes on by the new script; one that has ended stays as it ended.
 MACHINE_CONTROL void ScriptService(const std::string& name, const ServiceScript& script);
 // The state of a service now: SERVICE_RUNNING, ..., 0 when there is none.
 MACHINE_CONTROL DWORD ServiceState(const std::string& name);

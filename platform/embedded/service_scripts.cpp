@@ -87,12 +87,14 @@ ServiceScript ScriptOf(Machine& machine, std::string_view name) {
 namespace control {
 
 void ScriptService(const std::string& name, const ServiceScript& script) {
+    const auto machine = world::Local();
+    services::Settle(*machine, name);
     services::Writer writer;
     writer.Put(script.start);
     writer.Put(script.stop);
     writer.Put(script.interrogateError);
     writer.Put(script.controlsAccepted);
-    world::Local()->Storage().Write(services::ScriptKey(name), "Script", 3 /* REG_BINARY */, writer.Get());
+    machine->Storage().Write(services::ScriptKey(name), "Script", 3 /* REG_BINARY */, writer.Get());
 }
 
 DWORD ServiceState(const std::string& name) {

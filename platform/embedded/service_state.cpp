@@ -78,7 +78,7 @@ SERVICE_STATUS StatusOf(Machine& machine, std::string_view name) {
     if (transition == kNone) {
         status.dwCurrentState = store.ReadNumber(key, "State", SERVICE_STOPPED);
         const bool stopped = status.dwCurrentState == SERVICE_STOPPED;
-        if (stopped) status.dwWin32ExitCode = ERROR_SERVICE_NEVER_STARTED;
+        if (stopped) status.dwWin32ExitCode = store.ReadNumber(key, "ExitCode", ERROR_SERVICE_NEVER_STARTED);
         if (!stopped) status.dwControlsAccepted = script.controlsAccepted;
         return status;
     }
@@ -111,10 +111,20 @@ void SetRunning(Machine& machine, std::string_view name, DWORD state) {
     store.WriteNumber(StateKey(name), "Transition", kNone);
 }
 
+void Settle(Machine& machine, std::string_view name) {
+    Store& store = machine.Storage();
+    const Store::Lock lock(store);
+    const SERVICE_STATUS status = StatusOf(machine, name);
+    const bool pending = status.dwCurrentState == SERVICE_START_PENDING || status.dwCurrentState == SERVICE_STOP_PENDING;
+    if (pending || store.ReadNumber(StateKey(name), "Transition") == kNone) return;
+    store.WriteNumber(StateKey(name), "ExitCode", status.dwWin32ExitCode);
+    SetRunning(machine, name, status.dwCurrentState);
+}
+
 void Forget(Machine& machine, std::string_view name) {
     Store& store = machine.Storage();
     const Store::Lock lock(store);
-    for (const char* const value : {"State", "Transition", "Since", "LogonHash"}) store.Erase(StateKey(name), value);
+    for (const char* const value : {"State", "Transition", "Since", "ExitCode", "LogonHash"}) store.Erase(StateKey(name), value);
 }
 
 }  // namespace embedded::services

@@ -20,6 +20,8 @@ DWORD BeginStart(Machine& machine, std::string_view name);
 DWORD BeginStop(Machine& machine, std::string_view name);
 // Pause and continue happen at once.
 void SetRunning(Machine& machine, std::string_view name, DWORD state);
+// Writes down how a transition has ended, so that a new script tells of the next one only.
+void Settle(Machine& machine, std::string_view name);
 void Forget(Machine& machine, std::string_view name);
 
 control::ServiceScript ScriptOf(Machine& machine, std::string_view name);
