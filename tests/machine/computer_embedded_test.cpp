@@ -1,0 +1,103 @@
+// What needs a second machine, a domain or a fault.
+#include <string>
+#include <vector>
+
+#include "instalib/computer.h"
+#include "platform/embedded/control_accounts.h"
+#include "tests/support/fresh_machine.h"
+
+namespace control = embedded::control;
+
+namespace {
+
+class ListedLines : public CComboBox {
+  public:
+    int AddString(const char* text) override {
+        lines.emplace_back(text);
+        return int(lines.size()) - 1;
+    }
+    std::vector<std::string> lines;
+};
+
+using Names = std::vector<std::string>;
+
+class ComputerOfWorldTest : public FreshMachine {
+  protected:
+    static Names TrustedDomains(const WCHAR* machine) {
+        ListedLines list;
+        EXPECT_EQ(CComputer().DisplayTrustedDomains(machine, &list), 0);
+        return list.lines;
+    }
+};
+
+TEST_F(ComputerOfWorldTest, RemoteMachineIsAskedForItsOwnFacts) {
+    AddMachine("OTHER");
+    ASSERT_TRUE(control::AddDomain("SALES", "OTHER"));
+    const CComputer computer("OTHER");
+    EXPECT_STREQ(computer.Name(), "OTHER");
+    EXPECT_STREQ(computer.Domain(), "SALES");
+    EXPECT_EQ(computer.IsLocal(), 0);
+    EXPECT_NE(computer.PrimaryDomainController(), 0);
+    EXPECT_EQ(computer.BackupDomainController(), 0);
+    EXPECT_NE(computer.DomainController(), 0);
+    EXPECT_NE(computer.Server(), 0);
+    EXPECT_EQ(CComputer().Server(), 0);
+}
+
+TEST_F(ComputerOfWorldTest, WorkgroupMachineListsItselfAlone) {
+    EXPECT_EQ(TrustedDomains(nullptr), Names{"TESTPC"});
+    EXPECT_EQ(TrustedDomains(u""), Names{"TESTPC"});
+}
+
+TEST_F(ComputerOfWorldTest, MemberListsItsDomainAndWhatThatTrusts) {
+    AddMachine("DC");
+    AddMachine("FAR");
+    ASSERT_TRUE(control::AddDomain("SALES", "DC"));
+    ASSERT_TRUE(control::AddDomain("ABROAD", "FAR"));
+    ASSERT_TRUE(control::AddTrust("DC", "ABROAD"));
+    ASSERT_TRUE(control::JoinDomain("TESTPC", "SALES"));
+    EXPECT_EQ(TrustedDomains(nullptr), (Names{"TESTPC", "SALES", "ABROAD"}));
+    EXPECT_EQ(TrustedDomains(u"DC"), (Names{"SALES", "ABROAD"}));
+}
+
+TEST_F(ComputerOfWorldTest, ListKeepsTheFirst64Names) {
+    AddMachine("DC");
+    ASSERT_TRUE(control::AddDomain("SALES", "DC"));
+    for (int i = 0; i < 80; ++i) ASSERT_TRUE(control::AddTrust("DC", "TRUST" + std::to_string(i)));
+    const Names names = TrustedDomains(u"DC");
+    ASSERT_EQ(names.size(), 64u);
+    EXPECT_EQ(names.front(), "SALES");
+    EXPECT_EQ(names.back(), "TRUST62");
+}
+
+TEST_F(ComputerOfWorldTest, FailedListIsReportedOnStandardErrorAndEmpty) {
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(TrustedDomains(u"NOSUCHPC").empty());
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find("BuildTrustList error! (rc="), 0u);
+}
+
+TEST_F(ComputerOfWorldTest, EveryFailedCallLeavesNothingOpenAndOnlyMissingMemoryIsAnError) {
+    AddMachine("DC");
+    ASSERT_TRUE(control::AddDomain("SALES", "DC"));
+    ASSERT_TRUE(control::AddTrust("DC", "ABROAD"));
+    ASSERT_TRUE(control::JoinDomain("TESTPC", "SALES"));
+    CComputer computer;
+    bool fired = true;
+    for (unsigned n = 1; fired && n < 200; ++n) {
+        ListedLines list;
+        testing::internal::CaptureStderr();
+        testing::internal::CaptureStdout();
+        control::FailCall(control::CallKind::Any, n, ERROR_ACCESS_DENIED);
+        const int result = computer.DisplayTrustedDomains(nullptr, &list);
+        fired = control::FaultFired();
+        const std::string call = control::FaultedCall();
+        control::ClearFault();
+        const std::string output = testing::internal::GetCapturedStdout();
+        testing::internal::GetCapturedStderr();
+        EXPECT_EQ(result, output == "HeapAlloc error!\n" ? 13 : 0) << call;
+        EXPECT_EQ(control::OpenReport(), "") << call;
+    }
+    EXPECT_FALSE(fired);
+}
+
+}  // namespace
