@@ -134,17 +134,18 @@ TEST_F(ProbesTest, OlderWindowsNeedsItsInstallersFileVersion) {
 
 TEST_F(ProbesTest, WithoutAVersionResourceTheInstallerAndThenTheLibraryItselfAreAsked) {
     UseWindows2000();
-    PlaceLibrary("VERLIB.DLL", kInstaller);
+    WriteBytes(kInstaller, BuildModule({.hasVersion = false}));
+    EXPECT_EQ(IsMsiVersionOK(nullptr), 0);
+    control::SetInstallerFileVersion(kInstaller, "2.0.1");
+    EXPECT_EQ(IsMsiVersionOK(nullptr), 1);
+    control::SetInstallerFileVersion(kInstaller, "1.9");
+    EXPECT_EQ(IsMsiVersionOK(nullptr), 0);
+    PlaceLibrary("VERLIB.DLL", kInstaller);  // which the Installer's own query is no part of
     SetEnvironmentVariableA("TEST_DLL_STATUS", "0");
     for (const auto& [major, enough] : {std::pair{"1", 0}, {"2", 1}}) {
         SetEnvironmentVariableA("TEST_DLL_MAJOR", major);
         EXPECT_EQ(IsMsiVersionOK(nullptr), enough) << major;
     }
-    control::SetInstallerFileVersion(kInstaller, "1.9");
-    EXPECT_EQ(IsMsiVersionOK(nullptr), 0) << "the Installer's answer comes first";
-    control::SetInstallerFileVersion(kInstaller, "2.0.1");
-    SetEnvironmentVariableA("TEST_DLL_MAJOR", "1");
-    EXPECT_EQ(IsMsiVersionOK(nullptr), 1);
 }
 
 TEST_F(ProbesTest, RemoteMachineIsAskedThroughItsShareAndItsRegistry) {
