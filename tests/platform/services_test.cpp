@@ -132,10 +132,15 @@ TEST_F(ServicesTest, ServiceIsKeptInTheRegistry) {
     EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kServiceKey, "Start"), SERVICE_DEMAND_START);
     EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kServiceKey, "ErrorControl"), SERVICE_ERROR_NORMAL);
     EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "ImagePath"), ProgramPath());
-    EXPECT_EQ(GetRaw(HKEY_LOCAL_MACHINE, kServiceKey, "ImagePath")->type, REG_EXPAND_SZ);
     EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "DisplayName"), "Instalib test");
     EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "Group"), "Group");
     EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "ObjectName"), "LocalSystem");
+}
+
+TEST_F(ServicesTest, PathMayNameVariables) {
+    SKIP_UNDER_WINE("ImagePath is written as REG_SZ");
+    ASSERT_TRUE(Create(kName));
+    EXPECT_EQ(GetRaw(HKEY_LOCAL_MACHINE, kServiceKey, "ImagePath")->type, DWORD(REG_EXPAND_SZ));
 }
 
 TEST_F(ServicesTest, ConfigurationTellsTheSizeItNeeds) {
@@ -147,7 +152,8 @@ TEST_F(ServicesTest, ConfigurationTellsTheSizeItNeeds) {
     ASSERT_GT(needed, sizeof(QUERY_SERVICE_CONFIGA));
     std::vector<std::max_align_t> buffer(needed / sizeof(std::max_align_t) + 1);
     auto* const config = reinterpret_cast<LPQUERY_SERVICE_CONFIGA>(buffer.data());
-    EXPECT_FALSE(QueryServiceConfigA(service.Get(), config, needed - 1, &needed));
+    EXPECT_FALSE(QueryServiceConfigA(service.Get(), config, sizeof *config, &needed));
+    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
     ASSERT_TRUE(QueryServiceConfigA(service.Get(), config, needed, &needed)) << GetLastError();
     EXPECT_EQ(config->dwServiceType, SERVICE_WIN32_OWN_PROCESS);
     EXPECT_EQ(config->dwStartType, SERVICE_DEMAND_START);
