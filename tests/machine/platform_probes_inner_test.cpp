@@ -135,6 +135,7 @@ TEST_F(ProbesTest, OlderWindowsNeedsItsInstallersFileVersion) {
 TEST_F(ProbesTest, WithoutAVersionResourceTheInstallerAndThenTheLibraryItselfAreAsked) {
     UseWindows2000();
     WriteBytes(kInstaller, BuildModule({.hasVersion = false}));
+    control::HideEntryPoint("msi.dll", "DllGetVersion");
     EXPECT_EQ(IsMsiVersionOK(nullptr), 0);
     control::SetInstallerFileVersion(kInstaller, "2.0.1");
     EXPECT_EQ(IsMsiVersionOK(nullptr), 1);
