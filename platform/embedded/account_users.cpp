@@ -53,13 +53,6 @@ void Take(User& user, DWORD level, const BYTE* buffer) {
     }
 }
 
-// Who changes accounts, and on which machine; the error otherwise.
-DWORD Prepare(LPCWSTR server, std::shared_ptr<Machine>& machine) {
-    machine = domain::Authority(world::Find(server));
-    if (machine == nullptr) return ERROR_BAD_NETPATH;
-    return network::IsAdministrator() ? 0 : ERROR_ACCESS_DENIED;
-}
-
 std::optional<User> FindUser(Machine& machine, LPCWSTR name) {
     const auto rid = RidByName(machine, NarrowOf(name));
     return rid ? LoadUser(machine, *rid) : std::nullopt;
@@ -129,7 +122,7 @@ std::shared_ptr<Machine> AccountsOf(LPCWSTR domainOrMachine) {
 NET_API_STATUS NetUserAdd(LPCWSTR server, DWORD level, LPBYTE buffer, LPDWORD wrongParameter) {
     if (const DWORD error = gate::Enter(CallKind::Account, "NetUserAdd")) return error;
     std::shared_ptr<Machine> machine;
-    if (const DWORD error = Prepare(server, machine)) return error;
+    if (const DWORD error = network::AuthorityForChange(server, machine)) return error;
     if (level != 1 && level != 2) return ERROR_INVALID_LEVEL;
     if (buffer == nullptr) return WrongParameter(wrongParameter, 0);
     const auto& info = *reinterpret_cast<const USER_INFO_1*>(buffer);
@@ -169,7 +162,7 @@ NET_API_STATUS NetUserGetInfo(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE*
 NET_API_STATUS NetUserSetInfo(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE buffer, LPDWORD wrongParameter) {
     if (const DWORD error = gate::Enter(CallKind::Account, "NetUserSetInfo")) return error;
     std::shared_ptr<Machine> machine;
-    if (const DWORD error = Prepare(server, machine)) return error;
+    if (const DWORD error = network::AuthorityForChange(server, machine)) return error;
     if (level != 1 && level != 2) return ERROR_INVALID_LEVEL;
     if (buffer == nullptr) return WrongParameter(wrongParameter, 0);
     const Store::Lock lock(machine->Storage());
@@ -186,7 +179,7 @@ NET_API_STATUS NetUserSetInfo(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE 
 NET_API_STATUS NetUserDel(LPCWSTR server, LPCWSTR name) {
     if (const DWORD error = gate::Enter(CallKind::Account, "NetUserDel")) return error;
     std::shared_ptr<Machine> machine;
-    if (const DWORD error = Prepare(server, machine)) return error;
+    if (const DWORD error = network::AuthorityForChange(server, machine)) return error;
     const Store::Lock lock(machine->Storage());
     const auto user = FindUser(*machine, name);
     if (!user) return NERR_UserNotFound;

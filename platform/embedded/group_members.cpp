@@ -18,12 +18,6 @@ namespace {
 
 constexpr std::size_t kLongestGroupName = 256;  // GNLEN
 
-DWORD Prepare(LPCWSTR server, std::shared_ptr<Machine>& machine) {
-    machine = domain::Authority(world::Find(server));
-    if (machine == nullptr) return ERROR_BAD_NETPATH;
-    return network::IsAdministrator() ? 0 : ERROR_ACCESS_DENIED;
-}
-
 // By its name alone, built-in groups in the machine's language.
 std::optional<LocalGroup> FindGroup(Machine& machine, LPCWSTR name) {
     const std::string narrow = NarrowOf(name);
@@ -65,7 +59,7 @@ DWORD Remove(std::vector<std::string>& list, const std::string& member) {
 
 DWORD ChangeMembers(LPCWSTR server, LPCWSTR name, DWORD level, const BYTE* buffer, DWORD count, ChangeMember change) {
     std::shared_ptr<Machine> machine;
-    if (const DWORD error = Prepare(server, machine)) return error;
+    if (const DWORD error = network::AuthorityForChange(server, machine)) return error;
     const Store::Lock lock(machine->Storage());
     auto group = FindGroup(*machine, name);
     if (!group) return NERR_GroupNotFound;
@@ -106,27 +100,11 @@ Account MemberOf(Machine& machine, const std::string& text) {
     return BySid(machine, sid).value_or(Account{text, "", sid, Use(SidTypeDeletedAccount)});
 }
 
-struct Range {
-    DWORD preferredBytes;
-    LPDWORD read;
-    LPDWORD total;
-    DWORD_PTR* resume;
-};
-
 template <class Record>
-DWORD List(Machine& machine, const LocalGroup& group, LPBYTE* buffer, const Range& range) {
-    const std::size_t first = range.resume == nullptr ? 0 : std::min(std::size_t(*range.resume), group.members.size());
-    RecordBlock<Record> block;
-    for (std::size_t i = first; i < group.members.size(); ++i) {
-        Put(block, MemberOf(machine, group.members[i]));
-        if (block.Overflows(range.preferredBytes)) break;
-    }
-    *range.read = DWORD(block.Count());
-    *range.total = DWORD(group.members.size() - first);
-    const bool complete = first + block.Count() == group.members.size();
-    if (range.resume != nullptr) *range.resume = complete ? 0 : first + block.Count();
-    const DWORD error = block.HandOut(buffer);
-    return error != 0 ? error : complete ? NERR_Success : ERROR_MORE_DATA;
+DWORD List(Machine& machine, const LocalGroup& group, LPBYTE* buffer, const network::Range<DWORD_PTR>& range) {
+    return network::Enumerate<Record>(group.members, buffer, range, [&](auto& block, const std::string& member) {
+        Put(block, MemberOf(machine, member));
+    });
 }
 
 }  // namespace
@@ -134,7 +112,7 @@ DWORD List(Machine& machine, const LocalGroup& group, LPBYTE* buffer, const Rang
 NET_API_STATUS NetLocalGroupAdd(LPCWSTR server, DWORD level, LPBYTE buffer, LPDWORD) {
     if (const DWORD error = gate::Enter(CallKind::Account, "NetLocalGroupAdd")) return error;
     std::shared_ptr<Machine> machine;
-    if (const DWORD error = Prepare(server, machine)) return error;
+    if (const DWORD error = network::AuthorityForChange(server, machine)) return error;
     if (level > 1) return ERROR_INVALID_LEVEL;
     if (buffer == nullptr) return ERROR_INVALID_PARAMETER;
     LocalGroup group;
@@ -154,7 +132,7 @@ NET_API_STATUS NetLocalGroupAdd(LPCWSTR server, DWORD level, LPBYTE buffer, LPDW
 NET_API_STATUS NetLocalGroupDel(LPCWSTR server, LPCWSTR name) {
     if (const DWORD error = gate::Enter(CallKind::Account, "NetLocalGroupDel")) return error;
     std::shared_ptr<Machine> machine;
-    if (const DWORD error = Prepare(server, machine)) return error;
+    if (const DWORD error = network::AuthorityForChange(server, machine)) return error;
     const Store::Lock lock(machine->Storage());
     const auto group = FindGroup(*machine, name);
     if (!group) return NERR_GroupNotFound;
@@ -180,7 +158,7 @@ NET_API_STATUS NetLocalGroupGetMembers(LPCWSTR server, LPCWSTR name, DWORD level
     if (buffer == nullptr || read == nullptr || total == nullptr) return ERROR_INVALID_PARAMETER;
     const auto group = FindGroup(*machine, name);
     if (!group) return NERR_GroupNotFound;
-    const Range range{preferredBytes, read, total, resume};
+    const network::Range<DWORD_PTR> range{preferredBytes, read, total, resume};
     switch (level) {
         case 0: return List<LOCALGROUP_MEMBERS_INFO_0>(*machine, *group, buffer, range);
         case 1: return List<LOCALGROUP_MEMBERS_INFO_1>(*machine, *group, buffer, range);

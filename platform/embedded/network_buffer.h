@@ -3,6 +3,7 @@
 #ifndef INSTALIB_EMBEDDED_NETWORK_BUFFER_H
 #define INSTALIB_EMBEDDED_NETWORK_BUFFER_H
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <string_view>
@@ -10,8 +11,8 @@
 
 #include "platform/embedded/api/accounts.h"
 #include "platform/embedded/handles_table.h"
-#include "platform/embedded/store.h"
 #include "platform/embedded/text.h"
+#include "platform/embedded/world.h"
 
 namespace embedded::network {
 
@@ -93,11 +94,40 @@ class RecordBlock {
     std::vector<Piece> m_pieces;
 };
 
+// What an enumeration is told and tells. `Resume` is DWORD or DWORD_PTR.
+template <class Resume>
+struct Range {
+    DWORD preferredBytes;
+    LPDWORD read;
+    LPDWORD total;   // of what was left when the call began
+    Resume* resume;  // may be null: from the start
+};
+
+// Hands out as many of the items as the preferred size holds, at least one, each put into the block by `put`. 0, or
+// ERROR_MORE_DATA while some remain.
+template <class Record, class Item, class Resume, class Put>
+DWORD Enumerate(const std::vector<Item>& items, LPBYTE* buffer, const Range<Resume>& range, Put put) {
+    const std::size_t first = range.resume == nullptr ? 0 : std::min(std::size_t(*range.resume), items.size());
+    RecordBlock<Record> block;
+    for (std::size_t i = first; i < items.size(); ++i) {
+        put(block, items[i]);
+        if (block.Overflows(range.preferredBytes)) break;
+    }
+    *range.read = DWORD(block.Count());
+    *range.total = DWORD(items.size() - first);
+    const std::size_t next = first + block.Count();
+    if (range.resume != nullptr) *range.resume = next == items.size() ? 0 : Resume(next);
+    const DWORD error = block.HandOut(buffer);
+    return error != 0 ? error : next == items.size() ? NERR_Success : ERROR_MORE_DATA;
+}
+
 // A caller's text in the machine's code page; null is empty.
 inline std::string NarrowOf(LPCWSTR wide) { return wide == nullptr ? "" : text::Narrow(wide); }
 
 // Whether the caller is an administrator, as changes to accounts and shares demand.
 bool IsAdministrator();
+// The machine that keeps the server's accounts, for a caller who changes them: 0, ERROR_BAD_NETPATH or ERROR_ACCESS_DENIED.
+DWORD AuthorityForChange(LPCWSTR server, std::shared_ptr<Machine>& machine);
 
 }  // namespace embedded::network
 

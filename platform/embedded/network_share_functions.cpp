@@ -94,28 +94,10 @@ DWORD Tell(Machine& machine, const Share& share, LPBYTE* buffer) {
     return block.HandOut(buffer);
 }
 
-struct Range {
-    DWORD preferredBytes;
-    LPDWORD read;
-    LPDWORD total;
-    LPDWORD resume;
-};
-
 template <class Record>
-DWORD List(Machine& machine, LPBYTE* buffer, const Range& range) {
-    const std::vector<Share> shares = AllShares(machine);
-    const std::size_t first = range.resume == nullptr ? 0 : std::min(std::size_t(*range.resume), shares.size());
-    RecordBlock<Record> block;
-    for (std::size_t i = first; i < shares.size(); ++i) {
-        Put(block, machine, shares[i]);
-        if (block.Overflows(range.preferredBytes)) break;
-    }
-    *range.read = DWORD(block.Count());
-    *range.total = DWORD(shares.size() - first);
-    const std::size_t next = first + block.Count();
-    if (range.resume != nullptr) *range.resume = next == shares.size() ? 0 : DWORD(next);
-    const DWORD error = block.HandOut(buffer);
-    return error != 0 ? error : next == shares.size() ? NERR_Success : ERROR_MORE_DATA;
+DWORD List(Machine& machine, LPBYTE* buffer, const Range<DWORD>& range) {
+    return Enumerate<Record>(AllShares(machine), buffer, range,
+                             [&](auto& block, const Share& share) { Put(block, machine, share); });
 }
 
 constexpr bool IsLevel(DWORD level) { return level <= 2 || level == 502; }
@@ -207,7 +189,7 @@ NET_API_STATUS NetShareEnum(LMSTR server, DWORD level, LPBYTE* buffer, DWORD pre
     if (const DWORD error = Prepare(server, IsForAdministrators(level), machine)) return error;
     if (!IsLevel(level)) return ERROR_INVALID_LEVEL;
     if (buffer == nullptr || read == nullptr || total == nullptr) return ERROR_INVALID_PARAMETER;
-    const Range range{preferredBytes, read, total, resume};
+    const Range<DWORD> range{preferredBytes, read, total, resume};
     switch (level) {
         case 0: return List<SHARE_INFO_0>(*machine, buffer, range);
         case 1: return List<SHARE_INFO_1>(*machine, buffer, range);
