@@ -152,15 +152,12 @@ bool EnterInstalledPrograms(StageContext& context, std::string&) {
 bool InstallServices(StageContext& context, std::string& note) {
     CSettings& settings = context.session.settings;
     const DWORD startType = settings.AutoStartServices() ? kAutomatic : kOnDemand;
-    // A service can log on as the account only when its password is known.
-    const bool asAccount = context.session.HasAccount() && *settings.SystemAccountPassword() != '\0';
-    const std::string account = asAccount ? std::string(settings.SystemAccountDomain()) + "\\" + settings.SystemAccountName() : "";
     std::size_t installed = 0;
     for (const CService& service : ChosenServices(settings)) {
         const bool isAlert = std::string(service.Name()) == CService(CService::AlertServer).Name();
         const char* const directory = isAlert ? settings.AlertPath() : settings.KorvaultPath();
-        if (!service.InstallService(directory, startType, asAccount ? account.c_str() : nullptr,
-                                    asAccount ? settings.SystemAccountPassword() : nullptr)) {
+        // The family's services may show windows, and Windows lets such services log on as the local system only.
+        if (!service.InstallService(directory, startType, nullptr, nullptr)) {
             note = service.Name();
             return false;
         }

@@ -10,7 +10,7 @@ namespace embedded::control {
 struct DriveFacts {
     DWORD type = 3;  // DRIVE_REMOVABLE 2, DRIVE_FIXED 3, DRIVE_REMOTE 4, DRIVE_CDROM 5; DRIVE_NO_ROOT_DIR 1: not there
     std::uint64_t totalBytes = std::uint64_t(64) << 30;
-    std::uint64_t freeBytes = std::uint64_t(32) << 30;
+    std::uint64_t freeBytes = std::uint64_t(31) << 30;  // no multiple of 4 GiB, which a 32-bit figure shows as nothing
     DWORD bytesPerSector = 512;
     DWORD sectorsPerCluster = 8;
     // A drive without its medium: it has a type, and everything else on it fails with ERROR_NOT_READY.
