@@ -1,0 +1,43 @@
+// Runs the front end as a user does, against the demo medium, on the test's own machine.
+#ifndef INSTALIB_TESTS_KVSETUP_RUN_H
+#define INSTALIB_TESTS_KVSETUP_RUN_H
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "tests/support/fresh_machine.h"
+
+struct RunResult {
+    int exitCode = -1;
+    std::string output;
+    std::string errors;
+
+    // The error stream is one line that starts with the program's name and holds `text`.
+    bool SaysInOneLine(const std::string& text) const;
+};
+
+class KvsetupRun : public FreshMachine {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // The command line behind the program's name and, on the embedded machine, --machine. Arguments with blanks are
+    // quoted by the caller; the input is empty.
+    RunResult Run(const std::string& arguments);
+    // The same, and the output read as JSON; a failure of either fails the test.
+    nlohmann::json RunJson(const std::string& arguments);
+    // "--source MEDIUM", of the demo's medium or of a copy of it that the test may spoil (CopyMedium).
+    std::string Source() const { return "--source \"" + m_medium.string() + "\""; }
+    // The demo's answers, without the system account where the system cannot look new users up.
+    std::string Answers() const;
+    std::string BatchInstall() const { return "install " + Source() + " --answers \"" + Answers() + "\""; }
+    void CopyMedium();
+    std::filesystem::path Medium() const { return m_medium; }
+    std::filesystem::path Scratch() const { return m_scratch; }
+
+  private:
+    std::filesystem::path m_medium;
+    std::filesystem::path m_scratch;  // a folder of the host, removed with the test
+};
+
+#endif
