@@ -1,7 +1,7 @@
 #include <conio.h>
-#include <io.h>
 #include <process.h>
-#include <stdio.h>
+
+#include <cstdio>
 
 #include "kvsetup/host.h"
 
@@ -64,7 +64,11 @@ bool DriveRemotely(const std::string& hostName, const std::vector<std::string>& 
     return true;
 }
 
-bool IsTerminal(Stream stream) { return _isatty(_fileno(stream == Stream::Input ? stdin : stdout)) != 0; }
+// A console has a mode; the null device, which the C runtime takes for a terminal too, has none.
+bool IsTerminal(Stream stream) {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(stream == Stream::Input ? STD_INPUT_HANDLE : STD_OUTPUT_HANDLE), &mode) != 0;
+}
 
 std::string ReadHiddenLine() {
     std::string line;

@@ -185,8 +185,12 @@ bool PublishHome(StageContext& context, std::string& note) {
     const std::string account =
         context.session.HasAccount() ? std::string(settings.SystemAccountDomain()) + "\\" + settings.SystemAccountName() : "";
     note = std::string(CHalvRegistry::GetZephraniteProdName()) + "$";
-    if (CComputer::CreateKorvaultHomeShare(settings.KorvaultPath(), "", account.c_str())) return true;
-    note += "; if the share is there now, it still has the default list that lets nobody in";
+    host::SetLastError(0);
+    const int created = CComputer::CreateKorvaultHomeShare(settings.KorvaultPath(), "", account.c_str());
+    // A share that could not be given its list in the end is there, with an error left behind.
+    if (created && host::LastError() == 0) return true;
+    note += created ? " was left with the default list, which lets nobody in"
+                    : "; if it is there now, it has the default list, which lets nobody in";
     return false;
 }
 

@@ -32,7 +32,8 @@ void AddInstall(CLI::App& app, Options& options, Run& run) {
     AddSource(*command, options, true);
     command->add_option("--answers", options.answers, "response file of an unattended setup; nothing is asked then");
     command->add_flag("--express", options.express, "the standard set of components");
-    command->add_option("--host,-r", options.drivingHost, "computer that drives this setup remotely");
+    command->add_option("--host,-r", options.drivingHost, "computer that drives this setup remotely (also -r:NAME)")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     command->callback([&run] { run = InstallCommand; });
 }
 

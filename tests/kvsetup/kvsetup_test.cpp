@@ -75,7 +75,7 @@ TEST_F(KvsetupRun, BatchInstallationWritesWhatTheAnswersSay) {
     const RunResult result = Run(BatchInstall());
 #ifdef _WIN32
     // The home share is the last stage; Wine offers no shares.
-    EXPECT_THAT(result.output, HasSubstr("Protect the product's registry ................. done"));
+    EXPECT_THAT(result.output, testing::ContainsRegex("Protect the product's registry \\.+ done"));
 #else
     EXPECT_EQ(result.exitCode, 0) << result.errors;
     EXPECT_EQ(result.errors, "");
