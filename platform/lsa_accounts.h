@@ -1,6 +1,6 @@
 // Account objects of the local security authority: exported by Windows' advapi32.dll, absent from its public headers.
-// Elsewhere the embedded machine declares them. Access bits of Get/SetSystemAccessAccount: interactive logon 1, network 2,
-// batch 4, service 16.
+// Elsewhere the embedded machine declares them. Access bits of Get/SetSystemAccessAccount: interactive logon 1, network
+// 2, batch 4, service 16.
 #ifndef INSTALIB_PLATFORM_LSA_ACCOUNTS_H
 #define INSTALIB_PLATFORM_LSA_ACCOUNTS_H
 

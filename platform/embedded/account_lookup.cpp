@@ -19,7 +19,8 @@ BOOL Fail(DWORD error) {
     return FALSE;
 }
 
-// A text that a caller receives with its size in characters: what is needed with the terminator, what was stored without.
+// A text that a caller receives with its size in characters: what is needed with the terminator, what was stored
+// without.
 struct TextOut {
     LPSTR buffer;
     LPDWORD size;
@@ -57,8 +58,8 @@ BOOL GetUserNameA(LPSTR buffer, LPDWORD size) {
     return TRUE;
 }
 
-BOOL LookupAccountNameA(LPCSTR system, LPCSTR account, PSID sid, LPDWORD sidBytes, LPSTR domainBuffer, LPDWORD domainSize,
-                        PSID_NAME_USE use) {
+BOOL LookupAccountNameA(LPCSTR system, LPCSTR account, PSID sid, LPDWORD sidBytes, LPSTR domainBuffer,
+                        LPDWORD domainSize, PSID_NAME_USE use) {
     if (gate::Refuses(CallKind::Account, "LookupAccountNameA")) return FALSE;
     if (sidBytes == nullptr || domainSize == nullptr || use == nullptr) return Fail(ERROR_INVALID_PARAMETER);
     const auto machine = LookUpOn(system);

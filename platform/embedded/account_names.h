@@ -1,5 +1,5 @@
-// Names that Windows itself gives: well-known identifiers, built-in groups and the users and groups of every account domain,
-// in the language of the machine.
+// Names that Windows itself gives: well-known identifiers, built-in groups and the users and groups of every account
+// domain, in the language of the machine.
 #ifndef INSTALIB_EMBEDDED_ACCOUNT_NAMES_H
 #define INSTALIB_EMBEDDED_ACCOUNT_NAMES_H
 
@@ -17,8 +17,8 @@ std::optional<Account> WellKnownByName(Language language, std::string_view name)
 std::optional<Account> WellKnownBySid(Language language, const Bytes& sid);
 // The relative identifiers of the built-in groups.
 std::vector<DWORD> BuiltinGroups();
-// What Windows calls the user or group with this relative identifier in every account domain; empty for any other. A machine
-// that is no controller has the group 513 under the name "None".
+// What Windows calls the user or group with this relative identifier in every account domain; empty for any other. A
+// machine that is no controller has the group 513 under the name "None".
 std::string StandardName(Language language, DWORD rid, bool controller);
 
 }  // namespace embedded::accounts

@@ -69,7 +69,9 @@ bool SetPassword(Machine& machine, DWORD rid, const char16_t* password) {
     return !hash.empty() && machine.Storage().WriteText(VerifierKey(rid), "Verifier", hash);
 }
 
-std::string PasswordHash(Machine& machine, DWORD rid) { return machine.Storage().ReadText(VerifierKey(rid), "Verifier"); }
+std::string PasswordHash(Machine& machine, DWORD rid) {
+    return machine.Storage().ReadText(VerifierKey(rid), "Verifier");
+}
 
 std::string HashLike(Machine& machine, DWORD rid, const char16_t* password) {
     const std::string present = PasswordHash(machine, rid);

@@ -121,7 +121,8 @@ bool DeleteGroup(Machine& machine, const LocalGroup& group) {
 std::vector<LocalGroup> AllGroups(Machine& machine) {
     std::vector<LocalGroup> groups;
     for (const std::string& name : machine.Storage().Subkeys(kRoot + "\\Groups")) {
-        if (std::optional<LocalGroup> group = LoadGroup(machine, SidFromText(name))) groups.push_back(*std::move(group));
+        if (std::optional<LocalGroup> group = LoadGroup(machine, SidFromText(name)))
+            groups.push_back(*std::move(group));
     }
     return groups;
 }
@@ -134,7 +135,8 @@ Bytes NewSid(Machine& machine) {
 bool IsAccountName(std::string_view name) {
     const auto isFiller = [](char character) { return character == '.' || character == ' '; };
     const auto isForbidden = [](char character) {
-        return BYTE(character) < 0x20 || std::string_view("\"/\\[]:;|=,+*?<>").find(character) != std::string_view::npos;
+        return BYTE(character) < 0x20 ||
+               std::string_view("\"/\\[]:;|=,+*?<>").find(character) != std::string_view::npos;
     };
     return std::any_of(name.begin(), name.end(), std::not_fn(isFiller)) &&
            std::none_of(name.begin(), name.end(), isForbidden);

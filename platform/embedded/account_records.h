@@ -62,12 +62,13 @@ std::vector<std::string> NamesOf(const Rights& rights);
 // Characters that no user's or group's name may have; a name of dots and blanks is none either.
 bool IsAccountName(std::string_view name);
 
-// --- Passwords (account_passwords.cpp) --------------------------------------------------------------------------------------
-// Null stands for the empty password.
+// --- Passwords (account_passwords.cpp)
+// -------------------------------------------------------------------------------------- Null stands for the empty
+// password.
 bool SetPassword(Machine& machine, DWORD rid, const char16_t* password);
 bool PasswordMatches(Machine& machine, DWORD rid, const char16_t* password);
-// The hash of `password` with the salt of the user's present one: equal to PasswordHash while the user has this password. So
-// a service's password is kept without keeping it.
+// The hash of `password` with the salt of the user's present one: equal to PasswordHash while the user has this
+// password. So a service's password is kept without keeping it.
 std::string HashLike(Machine& machine, DWORD rid, const char16_t* password);
 std::string PasswordHash(Machine& machine, DWORD rid);
 

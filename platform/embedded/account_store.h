@@ -1,5 +1,5 @@
-// Accounts as the machine keeps them in its store: who has which identifier, who belongs to which group, who holds which
-// right. The security and network families look here.
+// Accounts as the machine keeps them in its store: who has which identifier, who belongs to which group, who holds
+// which right. The security and network families look here.
 #ifndef INSTALIB_EMBEDDED_ACCOUNT_STORE_H
 #define INSTALIB_EMBEDDED_ACCOUNT_STORE_H
 
@@ -20,7 +20,8 @@ struct Account {
     Use use = Use::User;
 };
 
-// "name", "DOMAIN\\name" or "MACHINE\\name", without regard to case. Domains of the world are searched after the machine.
+// "name", "DOMAIN\\name" or "MACHINE\\name", without regard to case. Domains of the world are searched after the
+// machine.
 std::optional<Account> ByName(Machine& machine, std::string_view name);
 std::optional<Account> BySid(Machine& machine, const Bytes& sid);
 // S-1-5-21-a-b-c of the machine's own accounts; a user's identifier is this and its relative identifier.

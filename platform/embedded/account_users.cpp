@@ -69,8 +69,8 @@ DWORD PrivilegeOf(Machine& machine, const User& user) {
 }
 
 template <class Info>
-void PutCommon(RecordBlock<Info>& block, const User& user, LPWSTR Info::* name, LPWSTR Info::* home, LPWSTR Info::* comment,
-               LPWSTR Info::* script) {
+void PutCommon(RecordBlock<Info>& block, const User& user, LPWSTR Info::*name, LPWSTR Info::*home,
+               LPWSTR Info::*comment, LPWSTR Info::*script) {
     block.Text(name, user.name);
     block.Text(home, user.homeDirectory);
     block.Text(comment, user.comment);

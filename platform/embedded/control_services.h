@@ -1,4 +1,5 @@
-// How services of the local machine behave when they are started and stopped. Kept with the machine, for all its processes.
+// How services of the local machine behave when they are started and stopped. Kept with the machine, for all its
+// processes.
 #ifndef INSTALIB_EMBEDDED_CONTROL_SERVICES_H
 #define INSTALIB_EMBEDDED_CONTROL_SERVICES_H
 

@@ -40,7 +40,8 @@ Role RoleOf(Machine& machine) {
     Store& store = machine.Storage();
     const std::string type = store.ReadText(kProductOptions, "ProductType");
     for (const RoleName& row : kRoleNames) {
-        if (text::EqualNoCase(type, row.productType) && row.isBackup == store.ReadNumber(kKey, "IsBackup")) return row.role;
+        if (text::EqualNoCase(type, row.productType) && row.isBackup == store.ReadNumber(kKey, "IsBackup"))
+            return row.role;
     }
     return Role::Workstation;
 }

@@ -13,7 +13,8 @@ namespace {
 
 // What anybody may ask for; everything else is an administrator's.
 constexpr DWORD kForEveryone = POLICY_VIEW_LOCAL_INFORMATION | POLICY_LOOKUP_NAMES | READ_CONTROL;
-constexpr DWORD kPolicyGenericRead = STANDARD_RIGHTS_READ | POLICY_VIEW_AUDIT_INFORMATION | POLICY_GET_PRIVATE_INFORMATION;
+constexpr DWORD kPolicyGenericRead =
+    STANDARD_RIGHTS_READ | POLICY_VIEW_AUDIT_INFORMATION | POLICY_GET_PRIVATE_INFORMATION;
 constexpr DWORD kPolicyGenericExecute = STANDARD_RIGHTS_EXECUTE | POLICY_VIEW_LOCAL_INFORMATION | POLICY_LOOKUP_NAMES;
 
 constexpr struct {
@@ -54,7 +55,8 @@ NTSTATUS AccountDomain(Machine& machine, PVOID* buffer) {
     RecordBlock<POLICY_ACCOUNT_DOMAIN_INFO> block;
     block.Add({});
     block.Text(&POLICY_ACCOUNT_DOMAIN_INFO::DomainName, domain::AccountDomainName(machine));
-    block.Raw(&POLICY_ACCOUNT_DOMAIN_INFO::DomainSid, accounts::MachineSid(authority == nullptr ? machine : *authority));
+    block.Raw(&POLICY_ACCOUNT_DOMAIN_INFO::DomainSid,
+              accounts::MachineSid(authority == nullptr ? machine : *authority));
     return HandOut(block.HandOut(ResourceKind::LsaMemory), buffer);
 }
 

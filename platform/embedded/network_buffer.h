@@ -1,5 +1,5 @@
-// One buffer of records, as the network and security authority functions hand them out: the records first, behind them the
-// texts and bytes that their fields point to.
+// One buffer of records, as the network and security authority functions hand them out: the records first, behind them
+// the texts and bytes that their fields point to.
 #ifndef INSTALIB_EMBEDDED_NETWORK_BUFFER_H
 #define INSTALIB_EMBEDDED_NETWORK_BUFFER_H
 
@@ -80,7 +80,9 @@ class RecordBlock {
         std::function<void(Record&, void*)> attach;
     };
 
-    static std::size_t Aligned(std::size_t size) { return (size + alignof(Record) - 1) / alignof(Record) * alignof(Record); }
+    static std::size_t Aligned(std::size_t size) {
+        return (size + alignof(Record) - 1) / alignof(Record) * alignof(Record);
+    }
     static Bytes Terminated(std::string_view narrow) {
         const std::u16string wide = text::Widen(narrow);
         const auto* const bytes = reinterpret_cast<const BYTE*>(wide.c_str());
@@ -126,7 +128,8 @@ inline std::string NarrowOf(LPCWSTR wide) { return wide == nullptr ? "" : text::
 
 // Whether the caller is an administrator, as changes to accounts and shares demand.
 bool IsAdministrator();
-// The machine that keeps the server's accounts, for a caller who changes them: 0, ERROR_BAD_NETPATH or ERROR_ACCESS_DENIED.
+// The machine that keeps the server's accounts, for a caller who changes them: 0, ERROR_BAD_NETPATH or
+// ERROR_ACCESS_DENIED.
 DWORD AuthorityForChange(LPCWSTR server, std::shared_ptr<Machine>& machine);
 
 }  // namespace embedded::network

@@ -1,5 +1,5 @@
-// Connections to other machines: who logged on where. They belong to the machine's user, not to a process, and stand below
-// META\Connections: a value per remote name, its text the user.
+// Connections to other machines: who logged on where. They belong to the machine's user, not to a process, and stand
+// below META\Connections: a value per remote name, its text the user.
 #include <string.h>
 
 #include <algorithm>
@@ -60,7 +60,8 @@ std::shared_ptr<Machine> KeeperOf(const std::shared_ptr<Machine>& remote, const 
 }
 
 // Without a user's name the logon of this machine's user counts, without a password as well.
-DWORD LogOn(const std::shared_ptr<Machine>& remote, const accounts::Account& user, LPCSTR password, bool asCurrentUser) {
+DWORD LogOn(const std::shared_ptr<Machine>& remote, const accounts::Account& user, LPCSTR password,
+            bool asCurrentUser) {
     const auto keeper = KeeperOf(remote, user);
     const DWORD rid = accounts::RidOf(user.sid).value_or(0);
     const auto record = keeper == nullptr ? std::nullopt : accounts::LoadUser(*keeper, rid);

@@ -182,8 +182,8 @@ NET_API_STATUS NetShareDel(LMSTR server, LMSTR name, DWORD) {
     return DeleteShare(*machine, *share) ? NERR_Success : ERROR_ACCESS_DENIED;
 }
 
-NET_API_STATUS NetShareEnum(LMSTR server, DWORD level, LPBYTE* buffer, DWORD preferredBytes, LPDWORD read, LPDWORD total,
-                            LPDWORD resume) {
+NET_API_STATUS NetShareEnum(LMSTR server, DWORD level, LPBYTE* buffer, DWORD preferredBytes, LPDWORD read,
+                            LPDWORD total, LPDWORD resume) {
     if (const DWORD error = gate::Enter(CallKind::Network, "NetShareEnum")) return error;
     std::shared_ptr<Machine> machine;
     if (const DWORD error = Prepare(server, IsForAdministrators(level), machine)) return error;

@@ -1,6 +1,6 @@
 // A machine's shares. Those that somebody made stand where Windows keeps them, below the registry key of the service
-// LanmanServer: Shares, with their descriptors in its key Security. The administrative ones (C$, ADMIN$, IPC$) are there by
-// themselves.
+// LanmanServer: Shares, with their descriptors in its key Security. The administrative ones (C$, ADMIN$, IPC$) are
+// there by themselves.
 #ifndef INSTALIB_EMBEDDED_NETWORK_SHARES_H
 #define INSTALIB_EMBEDDED_NETWORK_SHARES_H
 

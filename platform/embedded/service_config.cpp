@@ -68,7 +68,8 @@ BOOL ChangeServiceConfigA(SC_HANDLE service, DWORD type, DWORD startType, DWORD 
     if (IsMarkedForDeletion(machine, object->name)) return Answer(ERROR_SERVICE_MARKED_FOR_DELETE);
     auto config = Load(machine, object->name);
     if (!config) return Answer(ERROR_SERVICE_DOES_NOT_EXIST);
-    const Settings settings{type, startType, errorControl, path, group, tag, dependencies, account, password, displayName};
+    const Settings settings{type, startType,    errorControl, path,     group,
+                            tag,  dependencies, account,      password, displayName};
     if (const DWORD error = Apply(machine, object->name, settings, *config)) return Answer(error);
     if (!Save(machine, object->name, *config)) return Answer(ERROR_ACCESS_DENIED);
     KeepLogon(machine, object->name, *config, settings);

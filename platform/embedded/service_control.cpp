@@ -36,7 +36,9 @@ DWORD RightFor(DWORD control) {
 
 bool Accepts(const SERVICE_STATUS& status, DWORD control) {
     const bool pauses = control == SERVICE_CONTROL_PAUSE || control == SERVICE_CONTROL_CONTINUE;
-    const DWORD needed = control == SERVICE_CONTROL_STOP ? SERVICE_ACCEPT_STOP : pauses ? SERVICE_ACCEPT_PAUSE_CONTINUE : 0;
+    const DWORD needed = control == SERVICE_CONTROL_STOP ? SERVICE_ACCEPT_STOP
+                         : pauses                        ? SERVICE_ACCEPT_PAUSE_CONTINUE
+                                                         : 0;
     return (status.dwControlsAccepted & needed) == needed;
 }
 
@@ -92,7 +94,8 @@ DWORD Start(Machine& machine, const std::string& name, std::vector<std::string>&
     if (config->startType == SERVICE_DISABLED) return ERROR_SERVICE_DISABLED;
     if (IsActive(machine, name)) return ERROR_SERVICE_ALREADY_RUNNING;
     // The registry may hold a circle that no call would have let in.
-    if (std::find(starting.begin(), starting.end(), text::Upper(name)) != starting.end()) return ERROR_CIRCULAR_DEPENDENCY;
+    if (std::find(starting.begin(), starting.end(), text::Upper(name)) != starting.end())
+        return ERROR_CIRCULAR_DEPENDENCY;
     starting.push_back(text::Upper(name));
     if (const DWORD error = StartNeeded(machine, *config, starting)) return error;
     if (const DWORD error = CheckLogon(machine, name, *config)) return error;
@@ -128,8 +131,8 @@ char* PutBefore(char*& end, const std::string& text) {
     return end;
 }
 
-// Records from the front, their texts from the back; as many of the entries from `first` on as fit. ERROR_MORE_DATA with the
-// bytes that the rest needs when some do not.
+// Records from the front, their texts from the back; as many of the entries from `first` on as fit. ERROR_MORE_DATA
+// with the bytes that the rest needs when some do not.
 DWORD Deliver(const std::vector<Entry>& entries, std::size_t first, LPENUM_SERVICE_STATUSA records, DWORD bytes,
               LPDWORD needed, LPDWORD returned) {
     char* end = reinterpret_cast<char*>(records) + (records == nullptr ? 0 : bytes);

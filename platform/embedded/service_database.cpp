@@ -17,7 +17,8 @@ constexpr std::uint64_t kClockStepsPerSecond = 10'000'000;
 
 class LockObject : public HandleObject {
   public:
-    explicit LockObject(std::unique_ptr<Hold> hold) : HandleObject(ResourceKind::ServiceLock), m_hold(std::move(hold)) {}
+    explicit LockObject(std::unique_ptr<Hold> hold)
+        : HandleObject(ResourceKind::ServiceLock), m_hold(std::move(hold)) {}
 
   private:
     std::unique_ptr<Hold> m_hold;

@@ -1,5 +1,5 @@
-// Holds on services and on the service database that vanish with the process that has them: locks on single bytes of a file of
-// the machine, one open file each.
+// Holds on services and on the service database that vanish with the process that has them: locks on single bytes of a
+// file of the machine, one open file each.
 #ifndef INSTALIB_EMBEDDED_SERVICE_LOCKS_H
 #define INSTALIB_EMBEDDED_SERVICE_LOCKS_H
 

@@ -79,7 +79,8 @@ bool Save(Machine& machine, std::string_view name, const Config& config) {
 
 std::vector<std::string> Names(Machine& machine) {
     std::vector<std::string> names = machine.Storage().Subkeys(kServicesKey);
-    std::erase_if(names, [&](const std::string& name) { return machine.Storage().ReadNumber(KeyOf(name), "Type") == 0; });
+    std::erase_if(names,
+                  [&](const std::string& name) { return machine.Storage().ReadNumber(KeyOf(name), "Type") == 0; });
     return names;
 }
 

@@ -1,5 +1,5 @@
-// Services as the registry keeps them, below HKLM\SYSTEM\CurrentControlSet\Services: the service control manager's functions
-// are views over these keys, so that what a registry call changes is what the next query answers.
+// Services as the registry keeps them, below HKLM\SYSTEM\CurrentControlSet\Services: the service control manager's
+// functions are views over these keys, so that what a registry call changes is what the next query answers.
 #ifndef INSTALIB_EMBEDDED_SERVICE_RECORDS_H
 #define INSTALIB_EMBEDDED_SERVICE_RECORDS_H
 

@@ -151,7 +151,8 @@ DWORD Apply(Machine& machine, std::string_view name, const Settings& settings, C
         std::vector<std::string> seen;
         if (Leads(machine, config.dependencies, name, seen)) return ERROR_CIRCULAR_DEPENDENCY;
     }
-    if (const DWORD error = settings.displayName ? CheckDisplayName(machine, name, config.displayName) : 0) return error;
+    if (const DWORD error = settings.displayName ? CheckDisplayName(machine, name, config.displayName) : 0)
+        return error;
     if (const DWORD error = CheckAccount(machine, config)) return error;
     return AssignTag(machine, config, settings.tag);
 }

@@ -18,12 +18,13 @@ struct Settings {
     const char* displayName;
 };
 
-// Puts the settings into `config`, the service's configuration so far (empty for a new one): 0, or the error of the first rule
-// that they break.
+// Puts the settings into `config`, the service's configuration so far (empty for a new one): 0, or the error of the
+// first rule that they break.
 DWORD Apply(Machine& machine, std::string_view name, const Settings& settings, Config& config);
 // Keeps what a later start needs to log the service on, when the settings bring an account or a password.
 void KeepLogon(Machine& machine, std::string_view name, const Config& config, const Settings& settings);
-// 0, or ERROR_SERVICE_LOGON_FAILED when the account lacks the right to log on as a service or has another password by now.
+// 0, or ERROR_SERVICE_LOGON_FAILED when the account lacks the right to log on as a service or has another password by
+// now.
 DWORD CheckLogon(Machine& machine, std::string_view name, const Config& config);
 
 // The services that need `name`, directly or through others; one that needs another of them stands before it.

@@ -115,7 +115,8 @@ void Settle(Machine& machine, std::string_view name) {
     Store& store = machine.Storage();
     const Store::Lock lock(store);
     const SERVICE_STATUS status = StatusOf(machine, name);
-    const bool pending = status.dwCurrentState == SERVICE_START_PENDING || status.dwCurrentState == SERVICE_STOP_PENDING;
+    const bool pending =
+        status.dwCurrentState == SERVICE_START_PENDING || status.dwCurrentState == SERVICE_STOP_PENDING;
     if (pending || store.ReadNumber(StateKey(name), "Transition") == kNone) return;
     store.WriteNumber(StateKey(name), "ExitCode", status.dwWin32ExitCode);
     SetRunning(machine, name, status.dwCurrentState);
@@ -124,7 +125,8 @@ void Settle(Machine& machine, std::string_view name) {
 void Forget(Machine& machine, std::string_view name) {
     Store& store = machine.Storage();
     const Store::Lock lock(store);
-    for (const char* const value : {"State", "Transition", "Since", "ExitCode", "LogonHash"}) store.Erase(StateKey(name), value);
+    for (const char* const value : {"State", "Transition", "Since", "ExitCode", "LogonHash"})
+        store.Erase(StateKey(name), value);
 }
 
 }  // namespace embedded::services

@@ -1,4 +1,5 @@
-// What services are doing: volatile in Windows, kept below META\Services here so that all processes of a machine see it.
+// What services are doing: volatile in Windows, kept below META\Services here so that all processes of a machine see
+// it.
 #ifndef INSTALIB_EMBEDDED_SERVICE_STATE_H
 #define INSTALIB_EMBEDDED_SERVICE_STATE_H
 

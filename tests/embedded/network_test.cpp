@@ -59,8 +59,8 @@ class NetworkTest : public FreshMachine {
         NetBuffer buffer;
         if (NetShareGetInfo(nullptr, Wide(share).Get(), 502, Into(buffer)) != 0) return "<no share>";
         LocalBuffer text;
-        ConvertSecurityDescriptorToStringSecurityDescriptorA(As<SHARE_INFO_502>(buffer).shi502_security_descriptor, 1, 4,
-                                                             reinterpret_cast<LPSTR*>(text.Receive()), nullptr);
+        ConvertSecurityDescriptorToStringSecurityDescriptorA(As<SHARE_INFO_502>(buffer).shi502_security_descriptor, 1,
+                                                             4, reinterpret_cast<LPSTR*>(text.Receive()), nullptr);
         return static_cast<char*>(text.Get());
     }
 };
@@ -144,7 +144,8 @@ TEST_F(NetworkTest, UnknownServerIsABadPath) {
     DWORD number = 0;
     EXPECT_EQ(NetWkstaGetInfo(server.Get(), 100, Into(buffer)), DWORD(ERROR_BAD_NETPATH));
     EXPECT_EQ(NetServerGetInfo(server.Get(), 101, Into(buffer)), DWORD(ERROR_BAD_NETPATH));
-    EXPECT_EQ(NetShareEnum(server.Get(), 1, Into(buffer), MAX_PREFERRED_LENGTH, &number, &number, nullptr), DWORD(ERROR_BAD_NETPATH));
+    EXPECT_EQ(NetShareEnum(server.Get(), 1, Into(buffer), MAX_PREFERRED_LENGTH, &number, &number, nullptr),
+              DWORD(ERROR_BAD_NETPATH));
     EXPECT_EQ(NetUserGetInfo(server.Get(), Wide("Guest").Get(), 1, Into(buffer)), DWORD(ERROR_BAD_NETPATH));
     EXPECT_EQ(NetServerGetInfo(nullptr, 77, Into(buffer)), DWORD(ERROR_INVALID_LEVEL));
 }
@@ -165,7 +166,8 @@ TEST_F(NetworkTest, RoleShowsInTheServersTypeAndInTheRegistry) {
         ASSERT_EQ(NetServerGetInfo(nullptr, 101, Into(buffer)), 0u);
         const DWORD mask = SV_TYPE_SERVER_NT | SV_TYPE_DOMAIN_CTRL | SV_TYPE_DOMAIN_BAKCTRL;
         EXPECT_EQ(As<SERVER_INFO_101>(buffer).sv101_type & mask, one.bits);
-        EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Control\\ProductOptions", "ProductType"), one.productType);
+        EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Control\\ProductOptions", "ProductType"),
+                  one.productType);
     }
 }
 
@@ -186,7 +188,8 @@ class DomainTest : public NetworkTest {
         char domain[64] = "";
         DWORD sidBytes = sizeof sid, domainSize = sizeof domain;
         SID_NAME_USE use{};
-        if (!LookupAccountNameA(nullptr, name, sid, &sidBytes, domain, &domainSize, &use)) return std::to_string(GetLastError());
+        if (!LookupAccountNameA(nullptr, name, sid, &sidBytes, domain, &domainSize, &use))
+            return std::to_string(GetLastError());
         return std::string(domain) + ' ' + std::to_string(use);
     }
 };
@@ -215,9 +218,11 @@ TEST_F(DomainTest, UsersOfTheControllerAreUsersOfTheDomain) {
     // The machine's own user of that name comes first.
     ASSERT_EQ(AddUser("", "worker", "other"), 0u);
     EXPECT_EQ(LookUp("worker"), "TESTPC 1");
-    EXPECT_EQ(NetUserChangePassword(Wide("CORP").Get(), Wide("worker").Get(), Wide("secret").Get(), Wide("new").Get()), 0u);
-    EXPECT_EQ(NetUserChangePassword(Wide("\\\\TESTPC").Get(), Wide("worker").Get(), Wide("secret").Get(), Wide("x").Get()),
-              DWORD(ERROR_INVALID_PASSWORD));
+    EXPECT_EQ(NetUserChangePassword(Wide("CORP").Get(), Wide("worker").Get(), Wide("secret").Get(), Wide("new").Get()),
+              0u);
+    EXPECT_EQ(
+        NetUserChangePassword(Wide("\\\\TESTPC").Get(), Wide("worker").Get(), Wide("secret").Get(), Wide("x").Get()),
+        DWORD(ERROR_INVALID_PASSWORD));
 }
 
 TEST_F(DomainTest, BackupControllerAsksThePrimaryOneForAccounts) {
@@ -264,9 +269,12 @@ TEST_F(NetworkTest, MachineOfAnotherLanguageNamesItsGroupsSo) {
     EXPECT_STREQ(domain, "VORDEFINIERT");
     NetBuffer buffer;
     DWORD read = 0, total = 0;
-    EXPECT_EQ(NetLocalGroupGetMembers(nullptr, Wide("Administrators").Get(), 0, Into(buffer), 4096, &read, &total, nullptr),
-              DWORD(NERR_GroupNotFound));
-    EXPECT_EQ(NetLocalGroupGetMembers(nullptr, Wide("Administratoren").Get(), 0, Into(buffer), 4096, &read, &total, nullptr), 0u);
+    EXPECT_EQ(
+        NetLocalGroupGetMembers(nullptr, Wide("Administrators").Get(), 0, Into(buffer), 4096, &read, &total, nullptr),
+        DWORD(NERR_GroupNotFound));
+    EXPECT_EQ(
+        NetLocalGroupGetMembers(nullptr, Wide("Administratoren").Get(), 0, Into(buffer), 4096, &read, &total, nullptr),
+        0u);
     EXPECT_EQ(read, 1u);
     EXPECT_EQ(NetUserGetInfo(nullptr, Wide("Guest").Get(), 0, Into(buffer)), DWORD(NERR_UserNotFound));
     EXPECT_EQ(NetUserGetInfo(nullptr, Wide("Gast").Get(), 0, Into(buffer)), 0u);

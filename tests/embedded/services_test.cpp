@@ -29,12 +29,15 @@ class ServiceMachineTest : public FreshMachine {
         FreshMachine::TearDown();
     }
     SC_HANDLE Manager() const { return m_manager.Get(); }
-    ServiceHandle Create(const char* name = kName, const char* account = nullptr, const char* password = nullptr) const {
+    ServiceHandle Create(const char* name = kName, const char* account = nullptr,
+                         const char* password = nullptr) const {
         return ServiceHandle(CreateServiceA(Manager(), name, nullptr, SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS,
-                                            SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, "C:\\ENGINE.EXE", nullptr, nullptr,
-                                            nullptr, account, password));
+                                            SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, "C:\\ENGINE.EXE", nullptr,
+                                            nullptr, nullptr, account, password));
     }
-    bool Exists(const char* name = kName) const { return bool(ServiceHandle(OpenServiceA(Manager(), name, SERVICE_QUERY_STATUS))); }
+    bool Exists(const char* name = kName) const {
+        return bool(ServiceHandle(OpenServiceA(Manager(), name, SERVICE_QUERY_STATUS)));
+    }
     static SERVICE_STATUS StatusOf(const ServiceHandle& service) {
         SERVICE_STATUS status{};
         EXPECT_TRUE(QueryServiceStatus(service.Get(), &status));
@@ -46,7 +49,9 @@ class ServiceMachineTest : public FreshMachine {
         return std::to_string(status.dwCurrentState) + '/' + std::to_string(status.dwCheckPoint) + '/' +
                std::to_string(status.dwWaitHint);
     }
-    static DWORD Start(const ServiceHandle& service) { return StartServiceA(service.Get(), 0, nullptr) ? 0 : GetLastError(); }
+    static DWORD Start(const ServiceHandle& service) {
+        return StartServiceA(service.Get(), 0, nullptr) ? 0 : GetLastError();
+    }
     static DWORD Send(const ServiceHandle& service, DWORD control) {
         SERVICE_STATUS status{};
         return ControlService(service.Get(), control, &status) ? 0 : GetLastError();
@@ -213,8 +218,8 @@ TEST_F(ServiceMachineTest, ServiceLogsOnWithItsAccountsPasswordOfToday) {
     std::u16string changed = u"changed";
     ASSERT_EQ(NetUserChangePassword(nullptr, name.data(), password.data(), changed.data()), 0u);
     EXPECT_EQ(Start(service), DWORD(ERROR_SERVICE_LOGON_FAILED));
-    ASSERT_TRUE(ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, nullptr, nullptr,
-                                     nullptr, nullptr, ".\\engine", "changed", nullptr));
+    ASSERT_TRUE(ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, nullptr,
+                                     nullptr, nullptr, nullptr, ".\\engine", "changed", nullptr));
     EXPECT_EQ(Start(service), 0u);
 }
 
@@ -249,8 +254,8 @@ TEST_F(ServiceMachineTest, OtherMachinesHaveServicesOfTheirOwn) {
     const ServiceHandle far(OpenSCManagerA("\\\\farpc", nullptr, SC_MANAGER_ALL_ACCESS));
     ASSERT_TRUE(far);
     ASSERT_TRUE(ServiceHandle(CreateServiceA(far.Get(), kName, nullptr, SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS,
-                                             SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, "C:\\X.EXE", nullptr, nullptr, nullptr,
-                                             nullptr, nullptr)));
+                                             SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, "C:\\X.EXE", nullptr, nullptr,
+                                             nullptr, nullptr, nullptr)));
     EXPECT_FALSE(Exists());
     EXPECT_FALSE(ServiceHandle(OpenSCManagerA("NOPC", nullptr, SC_MANAGER_CONNECT)));
     EXPECT_EQ(GetLastError(), RPC_S_SERVER_UNAVAILABLE);
@@ -258,20 +263,24 @@ TEST_F(ServiceMachineTest, OtherMachinesHaveServicesOfTheirOwn) {
 
 TEST_F(ServiceMachineTest, EnumerationDeliversInPartsWhatDoesNotFit) {
     DWORD needed = 0, returned = 0, resume = 0;
-    EXPECT_FALSE(EnumServicesStatusA(Manager(), SERVICE_WIN32, SERVICE_STATE_ALL, nullptr, 0, &needed, &returned, &resume));
+    EXPECT_FALSE(
+        EnumServicesStatusA(Manager(), SERVICE_WIN32, SERVICE_STATE_ALL, nullptr, 0, &needed, &returned, &resume));
     EXPECT_EQ(GetLastError(), ERROR_MORE_DATA);
     std::vector<std::string> names;
     alignas(ENUM_SERVICE_STATUSA) BYTE buffer[256];
     for (bool more = true; more;) {
-        more = !EnumServicesStatusA(Manager(), SERVICE_WIN32, SERVICE_STATE_ALL, reinterpret_cast<LPENUM_SERVICE_STATUSA>(buffer),
-                                    sizeof buffer, &needed, &returned, &resume);
+        more = !EnumServicesStatusA(Manager(), SERVICE_WIN32, SERVICE_STATE_ALL,
+                                    reinterpret_cast<LPENUM_SERVICE_STATUSA>(buffer), sizeof buffer, &needed, &returned,
+                                    &resume);
         ASSERT_TRUE(!more || GetLastError() == ERROR_MORE_DATA);
         ASSERT_TRUE(!more || returned != 0);
-        for (DWORD i = 0; i < returned; ++i) names.emplace_back(reinterpret_cast<LPENUM_SERVICE_STATUSA>(buffer)[i].lpServiceName);
+        for (DWORD i = 0; i < returned; ++i)
+            names.emplace_back(reinterpret_cast<LPENUM_SERVICE_STATUSA>(buffer)[i].lpServiceName);
     }
     EXPECT_THAT(names, testing::IsSupersetOf({"EventLog", "LanmanServer", "RpcSs", "Spooler"}));
-    EXPECT_TRUE(std::is_sorted(names.begin(), names.end(),
-                               [](const auto& left, const auto& right) { return strcasecmp(left.c_str(), right.c_str()) < 0; }));
+    EXPECT_TRUE(std::is_sorted(names.begin(), names.end(), [](const auto& left, const auto& right) {
+        return strcasecmp(left.c_str(), right.c_str()) < 0;
+    }));
     EXPECT_THAT(names, testing::Not(testing::Contains("Tcpip"))) << "a driver";
 }
 
@@ -281,7 +290,8 @@ TEST_F(ServiceMachineTest, DependentsAreToldBeforeWhatTheyNeed) {
                                             SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, "C:\\X.EXE", nullptr, nullptr,
                                             dependencies, nullptr, nullptr));
     };
-    const ServiceHandle base = create("Base", nullptr), middle = create("Middle", "Base\0"), top = create("Top", "Middle\0");
+    const ServiceHandle base = create("Base", nullptr), middle = create("Middle", "Base\0"),
+                        top = create("Top", "Middle\0");
     ASSERT_EQ(Start(top), 0u);
     alignas(ENUM_SERVICE_STATUSA) BYTE buffer[1024];
     const auto* const records = reinterpret_cast<LPENUM_SERVICE_STATUSA>(buffer);

@@ -147,12 +147,14 @@ TEST_F(AccountsTest, StatusesBecomeWindowsErrors) {
         DWORD error;
     } cases[] = {{0, 0},           {0xC0000022, 5},    {0xC0000034, 2},   {0x105, 234},
                  {0x8000001A, 259}, {0xC0020017, 1722}, {0xC0000060, 1313}, {0xC0000008, 6}};
-    for (const auto& one : cases) EXPECT_EQ(LsaNtStatusToWinError(NTSTATUS(one.status)), one.error) << std::hex << one.status;
+    for (const auto& one : cases)
+        EXPECT_EQ(LsaNtStatusToWinError(NTSTATUS(one.status)), one.error) << std::hex << one.status;
 }
 
 TEST_F(AccountsTest, UnknownDomainHasNoController) {
     NetBuffer name;
-    EXPECT_EQ(NetGetDCName(nullptr, Wide("NODOMAIN").Get(), reinterpret_cast<LPBYTE*>(name.Receive())), DWORD(NERR_DCNotFound));
+    EXPECT_EQ(NetGetDCName(nullptr, Wide("NODOMAIN").Get(), reinterpret_cast<LPBYTE*>(name.Receive())),
+              DWORD(NERR_DCNotFound));
 }
 
 class UsersTest : public AccountsTest {
@@ -233,16 +235,20 @@ TEST_F(UsersTest, MembersJoinAndLeaveAGroupOnce) {
     SKIP_UNDER_WINE("local groups have no members");
     ASSERT_EQ(Add(kUser, "secret"), 0u);
     Looked user = ByName(kUser);
-    EXPECT_EQ(ChangeMember(&NetLocalGroupDelMembers, "Backup Operators", user.sid.data()), DWORD(ERROR_MEMBER_NOT_IN_ALIAS));
+    EXPECT_EQ(ChangeMember(&NetLocalGroupDelMembers, "Backup Operators", user.sid.data()),
+              DWORD(ERROR_MEMBER_NOT_IN_ALIAS));
     EXPECT_EQ(ChangeMember(&NetLocalGroupAddMembers, "backup operators", user.sid.data()), 0u);
-    EXPECT_EQ(ChangeMember(&NetLocalGroupAddMembers, "Backup Operators", user.sid.data()), DWORD(ERROR_MEMBER_IN_ALIAS));
+    EXPECT_EQ(ChangeMember(&NetLocalGroupAddMembers, "Backup Operators", user.sid.data()),
+              DWORD(ERROR_MEMBER_IN_ALIAS));
     NetBuffer buffer;
     DWORD read = 0, total = 0;
-    ASSERT_EQ(NetLocalGroupGetMembers(nullptr, Wide("Backup Operators").Get(), 3, reinterpret_cast<LPBYTE*>(buffer.Receive()),
-                                      MAX_PREFERRED_LENGTH, &read, &total, nullptr),
-              0u);
+    ASSERT_EQ(
+        NetLocalGroupGetMembers(nullptr, Wide("Backup Operators").Get(), 3, reinterpret_cast<LPBYTE*>(buffer.Receive()),
+                                MAX_PREFERRED_LENGTH, &read, &total, nullptr),
+        0u);
     ASSERT_EQ(read, 1u);
-    EXPECT_EQ(Plain(static_cast<LOCALGROUP_MEMBERS_INFO_3*>(buffer.Get())->lgrmi3_domainandname), ComputerName() + '\\' + kUser);
+    EXPECT_EQ(Plain(static_cast<LOCALGROUP_MEMBERS_INFO_3*>(buffer.Get())->lgrmi3_domainandname),
+              ComputerName() + '\\' + kUser);
     EXPECT_EQ(ChangeMember(&NetLocalGroupDelMembers, "Backup Operators", user.sid.data()), 0u);
 
     EXPECT_EQ(ChangeMember(&NetLocalGroupAddMembers, "InstalibNoGroup", user.sid.data()), DWORD(NERR_GroupNotFound));
@@ -294,7 +300,8 @@ TEST_F(AccountRightsTest, PrivilegesAreAddedAndTakenOneByOne) {
     ASSERT_EQ(LsaEnumeratePrivilegesOfAccount(account.Get(), &held), 0);
     const LsaBuffer owner(held);
     DWORD found = 0;
-    for (DWORD i = 0; i < held->PrivilegeCount; ++i) found += held->Privilege[i].Luid.LowPart == set.Privilege[0].Luid.LowPart;
+    for (DWORD i = 0; i < held->PrivilegeCount; ++i)
+        found += held->Privilege[i].Luid.LowPart == set.Privilege[0].Luid.LowPart;
     EXPECT_EQ(found, 1u);
     EXPECT_EQ(RightsOf(policy.Get(), 551).count("SeTcbPrivilege"), 1u);
     EXPECT_EQ(LsaRemovePrivilegesFromAccount(account.Get(), 0, &set), 0);
@@ -311,7 +318,8 @@ TEST_F(AccountRightsTest, AccountWithoutRightsIsCreatedBeforeItOpens) {
     EXPECT_EQ(DWORD(LsaOpenAccount(policy.Get(), Builtin(547).Get(), MAXIMUM_ALLOWED, account.Receive())), 0xC0000034u);
     EXPECT_EQ(LsaCreateAccount(policy.Get(), Builtin(547).Get(), MAXIMUM_ALLOWED, account.Receive()), 0);
     EXPECT_EQ(LsaOpenAccount(policy.Get(), Builtin(547).Get(), MAXIMUM_ALLOWED, account.Receive()), 0);
-    EXPECT_EQ(DWORD(LsaCreateAccount(policy.Get(), Builtin(547).Get(), MAXIMUM_ALLOWED, account.Receive())), 0xC0000035u);
+    EXPECT_EQ(DWORD(LsaCreateAccount(policy.Get(), Builtin(547).Get(), MAXIMUM_ALLOWED, account.Receive())),
+              0xC0000035u);
     EXPECT_EQ(RightsOf(policy.Get(), 547), std::set<std::string>{"<none>"});
 }
 

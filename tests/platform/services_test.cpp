@@ -67,8 +67,8 @@ class ServicesTest : public FreshMachine {
         return StartServiceA(service.Get(), 0, nullptr) ? 0 : GetLastError();
     }
     static DWORD Rename(const ServiceHandle& service, const char* displayName) {
-        return ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, nullptr, nullptr,
-                                    nullptr, nullptr, nullptr, nullptr, displayName)
+        return ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, nullptr,
+                                    nullptr, nullptr, nullptr, nullptr, nullptr, displayName)
                    ? 0
                    : GetLastError();
     }
@@ -116,9 +116,9 @@ TEST_F(ServicesTest, CreationRefusesSettingsThatNoServiceHas) {
                  {"no path", SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, nullptr, ERROR_INVALID_ADDRESS}};
     for (const auto& one : cases) {
         SCOPED_TRACE(one.what);
-        const ServiceHandle service(CreateServiceA(Manager(), kName, nullptr, SERVICE_ALL_ACCESS, one.type, one.startType,
-                                                   SERVICE_ERROR_NORMAL, one.path, nullptr, nullptr, nullptr, nullptr,
-                                                   nullptr));
+        const ServiceHandle service(CreateServiceA(Manager(), kName, nullptr, SERVICE_ALL_ACCESS, one.type,
+                                                   one.startType, SERVICE_ERROR_NORMAL, one.path, nullptr, nullptr,
+                                                   nullptr, nullptr, nullptr));
         EXPECT_FALSE(service);
         EXPECT_EQ(GetLastError(), one.error);
     }
@@ -203,8 +203,8 @@ TEST_F(ServicesTest, RefusedControlTellsTheStatusAllTheSame) {
 
 TEST_F(ServicesTest, DisabledServiceDoesNotStart) {
     const ServiceHandle service = Create(kName);
-    ASSERT_TRUE(ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, SERVICE_DISABLED, SERVICE_NO_CHANGE, nullptr, nullptr,
-                                     nullptr, nullptr, nullptr, nullptr, nullptr));
+    ASSERT_TRUE(ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, SERVICE_DISABLED, SERVICE_NO_CHANGE, nullptr,
+                                     nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
     EXPECT_EQ(Start(service), DWORD(ERROR_SERVICE_DISABLED));
 }
 
@@ -215,8 +215,8 @@ TEST_F(ServicesTest, ChangeLeavesWhatIsNotGiven) {
     EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "ImagePath"), ProgramPath());
     EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "Group"), "Group");
     EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kServiceKey, "Start"), SERVICE_DEMAND_START);
-    EXPECT_FALSE(ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, 77, SERVICE_NO_CHANGE, nullptr, nullptr, nullptr,
-                                      nullptr, nullptr, nullptr, nullptr));
+    EXPECT_FALSE(ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, 77, SERVICE_NO_CHANGE, nullptr, nullptr,
+                                      nullptr, nullptr, nullptr, nullptr, nullptr));
     EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
 }
 
@@ -278,9 +278,9 @@ TEST_F(ServicesTest, HandleAllowsOnlyWhatItWasOpenedFor) {
     EXPECT_FALSE(DeleteService(service.Get()));
     EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
     const ServiceHandle manager(OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT));
-    EXPECT_FALSE(ServiceHandle(CreateServiceA(manager.Get(), kOther, nullptr, SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS,
-                                              SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, "x", nullptr, nullptr, nullptr,
-                                              nullptr, nullptr)));
+    EXPECT_FALSE(ServiceHandle(CreateServiceA(manager.Get(), kOther, nullptr, SERVICE_ALL_ACCESS,
+                                              SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
+                                              "x", nullptr, nullptr, nullptr, nullptr, nullptr)));
     EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
     SERVICE_STATUS status{};
     EXPECT_FALSE(QueryServiceStatus(manager.Get(), &status));
@@ -305,8 +305,8 @@ TEST_F(ServicesTest, MissingOrFailingDependencyKeepsAServiceFromStarting) {
     const ServiceHandle orphan = Create(kOther, nullptr, "InstalibTest\0");
     EXPECT_EQ(Start(orphan), DWORD(ERROR_SERVICE_DEPENDENCY_DELETED));
     const ServiceHandle needed = Create(kName);
-    ASSERT_TRUE(ChangeServiceConfigA(needed.Get(), SERVICE_NO_CHANGE, SERVICE_DISABLED, SERVICE_NO_CHANGE, nullptr, nullptr,
-                                     nullptr, nullptr, nullptr, nullptr, nullptr));
+    ASSERT_TRUE(ChangeServiceConfigA(needed.Get(), SERVICE_NO_CHANGE, SERVICE_DISABLED, SERVICE_NO_CHANGE, nullptr,
+                                     nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
     EXPECT_EQ(Start(orphan), DWORD(ERROR_SERVICE_DEPENDENCY_FAIL));
     // A circle is refused when it would come about.
     EXPECT_FALSE(ChangeServiceConfigA(needed.Get(), SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, nullptr,

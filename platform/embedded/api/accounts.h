@@ -1,5 +1,5 @@
-// Account names and identifiers (winbase.h), users, local groups and domain controllers (lmaccess.h), and the local security
-// authority (ntsecapi.h). Server names and Net buffers: see network.h.
+// Account names and identifiers (winbase.h), users, local groups and domain controllers (lmaccess.h), and the local
+// security authority (ntsecapi.h). Server names and Net buffers: see network.h.
 #ifndef INSTALIB_EMBEDDED_API_ACCOUNTS_H
 #define INSTALIB_EMBEDDED_API_ACCOUNTS_H
 
@@ -17,7 +17,8 @@ struct _PRIVILEGE_SET;  // security.h
 #define ERROR_SPECIAL_ACCOUNT 1371
 #define ERROR_NO_SUCH_DOMAIN 1355
 
-// --- Names and identifiers --------------------------------------------------------------------------------------------------
+// --- Names and identifiers
+// --------------------------------------------------------------------------------------------------
 typedef enum _SID_NAME_USE {
     SidTypeUser = 1,
     SidTypeGroup,
@@ -33,15 +34,16 @@ typedef enum _SID_NAME_USE {
 // `size` holds the buffer's characters with the terminator and receives the name's length without it;
 // ERROR_INSUFFICIENT_BUFFER (122) and the needed size with the terminator when it does not fit.
 MACHINE_API BOOL GetUserNameA(LPSTR buffer, LPDWORD size);
-// ERROR_INSUFFICIENT_BUFFER when either buffer is too small: both sizes then receive what is needed (characters with the
-// terminator, bytes of the identifier). On success the domain's size receives its length without the terminator.
+// ERROR_INSUFFICIENT_BUFFER when either buffer is too small: both sizes then receive what is needed (characters with
+// the terminator, bytes of the identifier). On success the domain's size receives its length without the terminator.
 // ERROR_NONE_MAPPED (1332) for a name that nobody bears, RPC_S_SERVER_UNAVAILABLE (1722) for an unknown system.
 MACHINE_API BOOL LookupAccountNameA(LPCSTR system, LPCSTR account, PSID sid, LPDWORD sidBytes, LPSTR domain,
                                     LPDWORD domainSize, PSID_NAME_USE use);
-MACHINE_API BOOL LookupAccountSidA(LPCSTR system, PSID sid, LPSTR name, LPDWORD nameSize, LPSTR domain, LPDWORD domainSize,
-                                   PSID_NAME_USE use);
+MACHINE_API BOOL LookupAccountSidA(LPCSTR system, PSID sid, LPSTR name, LPDWORD nameSize, LPSTR domain,
+                                   LPDWORD domainSize, PSID_NAME_USE use);
 
-// --- Users ------------------------------------------------------------------------------------------------------------------
+// --- Users
+// ------------------------------------------------------------------------------------------------------------------
 #define USER_PRIV_GUEST 0
 #define USER_PRIV_USER 1
 #define USER_PRIV_ADMIN 2
@@ -100,13 +102,16 @@ typedef struct _USER_INFO_2 {
 MACHINE_API NET_API_STATUS NetUserAdd(LPCWSTR server, DWORD level, LPBYTE buffer, LPDWORD wrongParameter);
 // Levels 0, 1 and 2; the password is always null. NERR_UserNotFound (2221).
 MACHINE_API NET_API_STATUS NetUserGetInfo(LPCWSTR server, LPCWSTR user, DWORD level, LPBYTE* buffer);
-MACHINE_API NET_API_STATUS NetUserSetInfo(LPCWSTR server, LPCWSTR user, DWORD level, LPBYTE buffer, LPDWORD wrongParameter);
+MACHINE_API NET_API_STATUS NetUserSetInfo(LPCWSTR server, LPCWSTR user, DWORD level, LPBYTE buffer,
+                                          LPDWORD wrongParameter);
 MACHINE_API NET_API_STATUS NetUserDel(LPCWSTR server, LPCWSTR user);
 // `domain` is a domain, a machine with leading backslashes or by its name, or null for the local machine.
 // ERROR_INVALID_PASSWORD (86) when the old password is wrong.
-MACHINE_API NET_API_STATUS NetUserChangePassword(LPCWSTR domain, LPCWSTR user, LPCWSTR oldPassword, LPCWSTR newPassword);
+MACHINE_API NET_API_STATUS NetUserChangePassword(LPCWSTR domain, LPCWSTR user, LPCWSTR oldPassword,
+                                                 LPCWSTR newPassword);
 
-// --- Local groups -----------------------------------------------------------------------------------------------------------
+// --- Local groups
+// -----------------------------------------------------------------------------------------------------------
 typedef struct _LOCALGROUP_INFO_0 {
     LPWSTR lgrpi0_name;
 } LOCALGROUP_INFO_0, *PLOCALGROUP_INFO_0, *LPLOCALGROUP_INFO_0;
@@ -139,19 +144,24 @@ typedef struct _LOCALGROUP_MEMBERS_INFO_3 {
 // Levels 0 and 1. ERROR_ALIAS_EXISTS (1379).
 MACHINE_API NET_API_STATUS NetLocalGroupAdd(LPCWSTR server, DWORD level, LPBYTE buffer, LPDWORD wrongParameter);
 MACHINE_API NET_API_STATUS NetLocalGroupDel(LPCWSTR server, LPCWSTR group);
-// Levels 0 (identifiers) and 3 (names). NERR_GroupNotFound (2220), ERROR_NO_SUCH_MEMBER (1387), ERROR_MEMBER_IN_ALIAS (1378).
-// Nothing is added when one entry fails.
-MACHINE_API NET_API_STATUS NetLocalGroupAddMembers(LPCWSTR server, LPCWSTR group, DWORD level, LPBYTE buffer, DWORD count);
+// Levels 0 (identifiers) and 3 (names). NERR_GroupNotFound (2220), ERROR_NO_SUCH_MEMBER (1387), ERROR_MEMBER_IN_ALIAS
+// (1378). Nothing is added when one entry fails.
+MACHINE_API NET_API_STATUS NetLocalGroupAddMembers(LPCWSTR server, LPCWSTR group, DWORD level, LPBYTE buffer,
+                                                   DWORD count);
 // As above; ERROR_MEMBER_NOT_IN_ALIAS (1377).
-MACHINE_API NET_API_STATUS NetLocalGroupDelMembers(LPCWSTR server, LPCWSTR group, DWORD level, LPBYTE buffer, DWORD count);
+MACHINE_API NET_API_STATUS NetLocalGroupDelMembers(LPCWSTR server, LPCWSTR group, DWORD level, LPBYTE buffer,
+                                                   DWORD count);
 // Levels 0 to 3.
 MACHINE_API NET_API_STATUS NetLocalGroupGetMembers(LPCWSTR server, LPCWSTR group, DWORD level, LPBYTE* buffer,
-                                                   DWORD preferredBytes, LPDWORD read, LPDWORD total, DWORD_PTR* resume);
+                                                   DWORD preferredBytes, LPDWORD read, LPDWORD total,
+                                                   DWORD_PTR* resume);
 
-// The primary domain controller of a domain (null: the server's own), with two leading backslashes. NERR_DCNotFound (2453).
+// The primary domain controller of a domain (null: the server's own), with two leading backslashes. NERR_DCNotFound
+// (2453).
 MACHINE_API NET_API_STATUS NetGetDCName(LPCWSTR server, LPCWSTR domain, LPBYTE* buffer);
 
-// --- Local security authority -----------------------------------------------------------------------------------------------
+// --- Local security authority
+// -----------------------------------------------------------------------------------------------
 #define STATUS_SUCCESS ((NTSTATUS)0)
 #define STATUS_MORE_ENTRIES ((NTSTATUS)0x00000105)
 #define STATUS_NO_MORE_ENTRIES ((NTSTATUS)0x8000001A)
@@ -232,11 +242,13 @@ MACHINE_API NTSTATUS LsaQueryInformationPolicy(LSA_HANDLE policy, POLICY_INFORMA
 // The buffer holds LSA_TRUST_INFORMATION records. STATUS_NO_MORE_ENTRIES after the last, with a null buffer.
 MACHINE_API NTSTATUS LsaEnumerateTrustedDomains(LSA_HANDLE policy, PLSA_ENUMERATION_HANDLE context, PVOID* buffer,
                                                 ULONG preferredBytes, PULONG count);
-// Rights and privileges by name, terminated texts in one buffer. STATUS_OBJECT_NAME_NOT_FOUND for an account without any.
-MACHINE_API NTSTATUS LsaEnumerateAccountRights(LSA_HANDLE policy, PSID account, PLSA_UNICODE_STRING* rights, PULONG count);
+// Rights and privileges by name, terminated texts in one buffer. STATUS_OBJECT_NAME_NOT_FOUND for an account without
+// any.
+MACHINE_API NTSTATUS LsaEnumerateAccountRights(LSA_HANDLE policy, PSID account, PLSA_UNICODE_STRING* rights,
+                                               PULONG count);
 
-// The account functions below are exported by Windows' advapi32.dll and absent from its public headers; for Windows they are
-// declared in platform/lsa_accounts.h.
+// The account functions below are exported by Windows' advapi32.dll and absent from its public headers; for Windows
+// they are declared in platform/lsa_accounts.h.
 MACHINE_API NTSTATUS LsaOpenAccount(LSA_HANDLE policy, PSID account, ACCESS_MASK desired, PLSA_HANDLE handle);
 MACHINE_API NTSTATUS LsaCreateAccount(LSA_HANDLE policy, PSID account, ACCESS_MASK desired, PLSA_HANDLE handle);
 // Bits: interactive 1, network 2, batch 4, service 16 logon, and the denials 64, 128, 256, 512.

@@ -1,9 +1,9 @@
-// Network management of workstation, server and shares (lmcons.h, lmerr.h, lmapibuf.h, lmwksta.h, lmserver.h, lmshare.h) and
-// network connections (winnetwk.h).
+// Network management of workstation, server and shares (lmcons.h, lmerr.h, lmapibuf.h, lmwksta.h, lmserver.h,
+// lmshare.h) and network connections (winnetwk.h).
 //
 // A server name may be null or empty (the local machine) or any machine of the world, with or without its two leading
-// backslashes; ERROR_BAD_NETPATH (53) when there is none. Net functions answer their error and leave the last error alone.
-// Buffers that they hand out are freed with NetApiBufferFree.
+// backslashes; ERROR_BAD_NETPATH (53) when there is none. Net functions answer their error and leave the last error
+// alone. Buffers that they hand out are freed with NetApiBufferFree.
 #ifndef INSTALIB_EMBEDDED_API_NETWORK_H
 #define INSTALIB_EMBEDDED_API_NETWORK_H
 
@@ -42,7 +42,8 @@ typedef LPCWSTR LMCSTR;
 MACHINE_API NET_API_STATUS NetApiBufferAllocate(DWORD bytes, LPVOID* buffer);
 MACHINE_API NET_API_STATUS NetApiBufferFree(LPVOID buffer);
 
-// --- Workstation and server -------------------------------------------------------------------------------------------------
+// --- Workstation and server
+// -------------------------------------------------------------------------------------------------
 #define PLATFORM_ID_NT 500
 
 typedef struct _WKSTA_INFO_100 {
@@ -74,7 +75,8 @@ typedef struct _SERVER_INFO_101 {
 MACHINE_API NET_API_STATUS NetWkstaGetInfo(LMSTR server, DWORD level, LPBYTE* buffer);
 MACHINE_API NET_API_STATUS NetServerGetInfo(LMSTR server, DWORD level, LPBYTE* buffer);
 
-// --- Shares -----------------------------------------------------------------------------------------------------------------
+// --- Shares
+// -----------------------------------------------------------------------------------------------------------------
 #define STYPE_DISKTREE 0u
 #define STYPE_PRINTQ 1u
 #define STYPE_DEVICE 2u
@@ -127,18 +129,22 @@ typedef struct _SHARE_INFO_1501 {
     PSECURITY_DESCRIPTOR shi1501_security_descriptor;
 } SHARE_INFO_1501, *PSHARE_INFO_1501, *LPSHARE_INFO_1501;
 
-// Levels 2 and 502. NERR_DuplicateShare (2118) when the name is taken; NERR_UnknownDevDir (2116) when the path is no directory.
+// Levels 2 and 502. NERR_DuplicateShare (2118) when the name is taken; NERR_UnknownDevDir (2116) when the path is no
+// directory.
 MACHINE_API NET_API_STATUS NetShareAdd(LMSTR server, DWORD level, LPBYTE buffer, LPDWORD wrongParameter);
 // Levels 0, 1, 2, 502. NERR_NetNameNotFound (2310) without such a share.
 MACHINE_API NET_API_STATUS NetShareGetInfo(LMSTR server, LMSTR share, DWORD level, LPBYTE* buffer);
 // Levels 2, 502 and 1501 (the security descriptor alone).
-MACHINE_API NET_API_STATUS NetShareSetInfo(LMSTR server, LMSTR share, DWORD level, LPBYTE buffer, LPDWORD wrongParameter);
+MACHINE_API NET_API_STATUS NetShareSetInfo(LMSTR server, LMSTR share, DWORD level, LPBYTE buffer,
+                                           LPDWORD wrongParameter);
 MACHINE_API NET_API_STATUS NetShareDel(LMSTR server, LMSTR share, DWORD reserved);
-// Levels 0, 1, 2, 502. As many entries as fit the preferred length, at least one; ERROR_MORE_DATA (234) while some remain.
+// Levels 0, 1, 2, 502. As many entries as fit the preferred length, at least one; ERROR_MORE_DATA (234) while some
+// remain.
 MACHINE_API NET_API_STATUS NetShareEnum(LMSTR server, DWORD level, LPBYTE* buffer, DWORD preferredBytes, LPDWORD read,
                                         LPDWORD total, LPDWORD resume);
 
-// --- Connections ------------------------------------------------------------------------------------------------------------
+// --- Connections
+// ------------------------------------------------------------------------------------------------------------
 #define RESOURCE_CONNECTED 1
 #define RESOURCE_GLOBALNET 2
 #define RESOURCETYPE_ANY 0
@@ -168,9 +174,9 @@ typedef struct _NETRESOURCEA {
     LPSTR lpProvider;
 } NETRESOURCEA, *LPNETRESOURCEA;
 
-// Logs on to a machine of the world, as a user of that machine or of a domain that it knows. Answers its error and sets the
-// last error: 53 no such machine, 67 no such share, 1326 unknown user or wrong password, 1331 disabled account, 1219 already
-// connected to that machine as another user. Null user and password stand for the current user.
+// Logs on to a machine of the world, as a user of that machine or of a domain that it knows. Answers its error and sets
+// the last error: 53 no such machine, 67 no such share, 1326 unknown user or wrong password, 1331 disabled account,
+// 1219 already connected to that machine as another user. Null user and password stand for the current user.
 MACHINE_API DWORD WNetAddConnection2A(LPNETRESOURCEA resource, LPCSTR password, LPCSTR user, DWORD flags);
 // 2250 when there is no such connection.
 MACHINE_API DWORD WNetCancelConnection2A(LPCSTR name, DWORD flags, BOOL force);

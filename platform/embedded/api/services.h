@@ -131,8 +131,8 @@ typedef struct _QUERY_SERVICE_LOCK_STATUSA {
     DWORD dwLockDuration;  // seconds
 } QUERY_SERVICE_LOCK_STATUSA, *LPQUERY_SERVICE_LOCK_STATUSA;
 
-// The machine may be null, empty or one of the world, with or without leading backslashes (1722 when unknown); the database
-// null or "ServicesActive" (123 for a name that is none, 1065 for "ServicesFailed").
+// The machine may be null, empty or one of the world, with or without leading backslashes (1722 when unknown); the
+// database null or "ServicesActive" (123 for a name that is none, 1065 for "ServicesFailed").
 MACHINE_API SC_HANDLE OpenSCManagerA(LPCSTR machine, LPCSTR database, DWORD desired);
 MACHINE_API SC_HANDLE CreateServiceA(SC_HANDLE manager, LPCSTR name, LPCSTR displayName, DWORD desired, DWORD type,
                                      DWORD startType, DWORD errorControl, LPCSTR path, LPCSTR group, LPDWORD tag,
