@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "platform/embedded/api/files.h"
 #include "platform/embedded/file_security.h"
@@ -23,13 +25,20 @@ DWORD ToldAttributes(const Place& place) {
     return FILE_ATTRIBUTE_ARCHIVE | (isReadOnly ? FILE_ATTRIBUTE_READONLY : 0);
 }
 
-// A key that holds nothing any more is not kept.
+// Keys that hold nothing any more are not kept, this one and those above it.
+void Prune(Store& store, std::string key) {
+    const Store::Lock lock(store);
+    while (std::count(key.begin(), key.end(), '\\') > 0) {
+        if (!store.KeyExists(key)) return;
+        if (!store.Values(key).empty() || !store.Security(key).empty() || !store.Subkeys(key).empty()) return;
+        store.DeleteTree(key);
+        key.resize(key.rfind('\\'));
+    }
+}
+
 void EraseValue(const Place& place, const char* name) {
     Store& store = place.machine->Storage();
-    const std::string key = place.Key();
-    if (!store.Erase(key, name) || place.IsRoot()) return;
-    const Store::Lock lock(store);
-    if (store.Values(key).empty() && store.Security(key).empty() && store.Subkeys(key).empty()) store.DeleteTree(key);
+    if (store.Erase(place.Key(), name)) Prune(store, place.Key());
 }
 
 Bytes FromAncestor(const Place& place) {
@@ -118,7 +127,11 @@ DWORD CheckDeletion(const Place& place) {
 
 void ForgetRecord(const Place& place) {
     Store& store = place.machine->Storage();
-    if (store.KeyExists(place.Key())) store.DeleteTree(place.Key());
+    const std::string key = place.Key();
+    if (!store.KeyExists(key)) return;
+    const Store::Lock lock(store);
+    store.DeleteTree(key);
+    Prune(store, key.substr(0, key.rfind('\\')));
 }
 
 void MoveRecord(const Place& from, const Place& to) {

@@ -1,5 +1,11 @@
 #include "tests/kvsetup/kvsetup_run.h"
 
+#ifndef _WIN32
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -103,6 +109,32 @@ nlohmann::json KvsetupRun::RunJson(const std::string& arguments) {
     EXPECT_FALSE(data.is_discarded()) << result.output;
     return data;
 }
+
+#ifndef _WIN32
+namespace {
+
+std::string QuietCommand(const fs::path& machine, const std::string& arguments) {
+    return "'" + (ProgramFolderOnHost() / "kvsetup").string() + "' --machine '" + machine.string() + "' " + arguments +
+           " >/dev/null 2>&1 </dev/null";
+}
+
+}  // namespace
+
+int KvsetupRun::RunQuietly(const std::string& arguments) {
+    return ExitCode(std::system(QuietCommand(MachineFolder(), arguments).c_str()));
+}
+
+void KvsetupRun::RunAndKill(const std::string& arguments, int milliseconds) {
+    const pid_t child = fork();
+    if (child == 0) {
+        execl("/bin/sh", "sh", "-c", ("exec " + QuietCommand(MachineFolder(), arguments)).c_str(), nullptr);
+        _exit(127);
+    }
+    usleep(static_cast<useconds_t>(milliseconds) * 1000);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+}
+#endif
 
 void KvsetupRun::CopyMedium() {
     fs::copy(m_medium, m_scratch / "medium", fs::copy_options::recursive);

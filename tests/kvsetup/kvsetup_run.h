@@ -26,6 +26,11 @@ class KvsetupRun : public FreshMachine {
     RunResult Run(const std::string& arguments);
     // The same, and the output read as JSON; a failure of either fails the test.
     nlohmann::json RunJson(const std::string& arguments);
+#ifndef _WIN32
+    // The exit code alone, without the output's files, so that several may run at once; and a run that is killed.
+    int RunQuietly(const std::string& arguments);
+    void RunAndKill(const std::string& arguments, int milliseconds);
+#endif
     // "--source MEDIUM", of the demo's medium or of a copy of it that the test may spoil (CopyMedium).
     std::string Source() const { return "--source \"" + m_medium.string() + "\""; }
     // The demo's answers, without the system account where the system cannot look new users up.
