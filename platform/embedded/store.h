@@ -29,7 +29,8 @@ struct StoredValue {
 
 class StoreTree;
 
-class Store : public std::enable_shared_from_this<Store> {
+// Exported, as the control functions are, for tests and tools that plant and look up what no Windows call shows.
+class __attribute__((visibility("default"))) Store : public std::enable_shared_from_this<Store> {
   public:
     // Opens, or creates, the store in a folder of the host. One object per folder and process: the same folder gives the same
     // object. Throws std::runtime_error with a reason when the folder cannot be used.

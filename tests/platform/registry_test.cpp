@@ -83,16 +83,25 @@ TEST_F(Registry, CreateMakesTheWholePathAndSaysWhetherItDid) {
     EXPECT_EQ(OpenResult(m_key.Get(), "A\\B\\"), 0) << "a backslash at the end counts for nothing";
 }
 
-TEST_F(Registry, SubkeysComeSortedAndValuesInOrderOfCreation) {
-    for (const char* name : {"b", "_", "C", "a", "B1", "1"}) {
-        Create(m_key.Get(), name);
-        Set(name, {1});
-    }
-    EXPECT_THAT(Subkeys(m_key.Get()), ElementsAre("1", "a", "b", "B1", "C", "_"));
-    Set("C", {2});  // a value set again keeps its place
+TEST_F(Registry, SubkeysComeSortedWithoutRegardToCase) {
+    for (const char* name : {"b", "C", "a", "B1", "1"}) Create(m_key.Get(), name);
+    EXPECT_THAT(Subkeys(m_key.Get()), ElementsAre("1", "a", "b", "B1", "C"));
+}
+
+TEST_F(Registry, SubkeysAreSortedByTheirUpperCaseForm) {
+    SKIP_UNDER_WINE("RegEnumKeyExA puts an underscore before the letters");
+    for (const char* name : {"_", "a", "Z"}) Create(m_key.Get(), name);
+    EXPECT_THAT(Subkeys(m_key.Get()), ElementsAre("a", "Z", "_"));
+}
+
+TEST_F(Registry, ValuesComeInOrderOfCreation) {
+    SKIP_UNDER_WINE("RegEnumValueA sorts values by name");
+    for (const char* name : {"b", "C", "a"}) Set(name, {1});
+    Set("b", {2});  // a value set again keeps its place
+    EXPECT_THAT(ValueNames(m_key.Get()), ElementsAre("b", "C", "a"));
     RegDeleteValueA(m_key.Get(), "b");
     Set("b", {3});  // a new one goes to the end
-    EXPECT_THAT(ValueNames(m_key.Get()), ElementsAre("_", "C", "a", "B1", "1", "b"));
+    EXPECT_THAT(ValueNames(m_key.Get()), ElementsAre("C", "a", "b"));
 }
 
 TEST_F(Registry, DeletingAtIndexZeroVisitsEverySubkey) {
@@ -338,7 +347,8 @@ TEST_F(Registry, SecurityIsStoredAndGoesDownToNewKeys) {
     ASSERT_TRUE(SetSecurityDescriptorDacl(&descriptor, TRUE, &list.header, FALSE));
     ASSERT_EQ(RegSetKeySecurity(m_key.Get(), DACL_SECURITY_INFORMATION, &descriptor), 0);
     EXPECT_EQ(EntriesOf(m_key.Get()), 1u);
-    EXPECT_EQ(EntriesOf(Create(m_key.Get(), "Below").Get()), 1u);
+    const DWORD inherited = EntriesOf(Create(m_key.Get(), "Below").Get());
+    EXPECT_TRUE(inherited == 1 || inherited == 2) << "the entry, by itself or beside the one that only goes down";
 }
 
 }  // namespace
