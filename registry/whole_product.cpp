@@ -82,6 +82,13 @@ void DeleteBaseSubkeys() {
     for (const char* name : kBaseSubkeys) Report(RegDeleteKeyA(base.Get(), name));
 }
 
+// What other products still use stays.
+void DeleteEmptyRoots(CHalvRegistry& object) {
+    CHalvRegistry::DeleteKorvaultBranch(0);
+    CHalvRegistry::DeleteHalvenorBranch(0);
+    object.DeleteHalvenorUserBranches(0);
+}
+
 }  // namespace
 
 int CHalvRegistry::Write() {
@@ -109,9 +116,7 @@ int CHalvRegistry::Delete() {
         DeleteEnvironmentVariable("CATPATH");
         DeleteEnvironmentVariable("LNNAME");
     }
-    DeleteKorvaultBranch(0);
-    DeleteHalvenorBranch(0);
-    DeleteHalvenorUserBranches(0);
+    DeleteEmptyRoots(*this);
     return 1;
 }
 
@@ -130,8 +135,6 @@ int CHalvRegistry::DeleteDynamicKey() {
         DeleteOVITProductBranch();
         DeleteKorvaultKey("ProductsConfigInfo");
     }
-    DeleteKorvaultBranch(0);
-    DeleteHalvenorBranch(0);
-    DeleteHalvenorUserBranches(0);
+    DeleteEmptyRoots(*this);
     return 1;
 }

@@ -4,6 +4,7 @@
 
 #include "instalib/setup_inf.h"
 #include "platform/embedded/control_services.h"
+#include "platform/embedded/control_system.h"
 #include "platform/handles.h"
 #include "tests/registry/registry_fixture.h"
 
@@ -328,6 +329,13 @@ TEST_F(RegistryOnMachine, SnmpServiceIsStartedAfterItsListHasChangedAndOnlyThen)
     EXPECT_EQ(CHalvRegistry::DeleteSNMPRegistry("A"), 1) << "a service that does not stop keeps nothing alive";
     EXPECT_THAT(control::StopCounting(), testing::Not(Contains(Pair("StartServiceA", testing::_))));
     EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kSnmpAgents, "1"), "<none>");
+}
+
+TEST_F(RegistryOnMachine, SponsorFeatureMayBeKnownToTheWindowsInstallerOnly) {
+    control::SetProductState("{6EC61024-C69A-40C4-BFC9-FA5DB78C88AD}", 5);
+    EXPECT_EQ(CHalvRegistry::IsKorvaultFeatureSponsorInstalled(HKEY_LOCAL_MACHINE), 1);
+    EXPECT_EQ(CHalvRegistry::IsKorvaultFeatureSponsorInstalled(HKEY_CURRENT_USER), 0)
+        << "asked of the local machine only";
 }
 
 }  // namespace
