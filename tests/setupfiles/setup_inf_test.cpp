@@ -110,7 +110,8 @@ TEST_F(SetupInf, OverlongNameIsNoFile) {
 }
 
 TEST_F(SetupInf, RubbishIsReadAsNothing) {
-    std::string rubbish("[Setup]\0\xff\xfe=ProductType\r\n[[[\r\n=\r\n", 34);
+    const char head[] = "[Setup]\0\xff\xfe=ProductType\r\n[[[\r\n=\r\n";
+    std::string rubbish(head, sizeof head);
     for (int i = 0; i < 70000; ++i) rubbish += char((i * 7919 + i / 256) & 0xff);
     CSetupInf inf = Open(rubbish);
     EXPECT_EQ(inf.GetProductType(), -1);
