@@ -42,6 +42,16 @@ int WithKey(const std::string& path, const std::function<int(HKEY)>& use) {
     return result;
 }
 
+SetupLock::SetupLock(unsigned seconds) : m_mutex(CreateMutexA(nullptr, FALSE, "Global\\KvsetupRunning")) {
+    const DWORD outcome = m_mutex == nullptr ? WAIT_FAILED : WaitForSingleObject(m_mutex, seconds * 1000);
+    m_held = outcome == WAIT_OBJECT_0 || outcome == WAIT_ABANDONED;
+}
+
+SetupLock::~SetupLock() {
+    if (m_held) ReleaseMutex(m_mutex);
+    if (m_mutex != nullptr) CloseHandle(m_mutex);
+}
+
 void Wipe(std::string& text) {
     // Through volatile, so that the stores are not left out as dead.
     volatile char* const bytes = text.data();

@@ -40,6 +40,21 @@ std::string ErrorText(DWORD error);
 // Calls `use` with the key of the local machine open for its access rights; 0 with a last error when it does not open.
 int WithKey(const std::string& path, const std::function<int(HKEY)>& use);
 
+// One setup at a time works on a machine: the second waits for the first, at most `seconds`. Held() is false when that was not
+// enough; a setup that died lets go by itself.
+class SetupLock {
+  public:
+    explicit SetupLock(unsigned seconds);
+    ~SetupLock();
+    SetupLock(const SetupLock&) = delete;
+    SetupLock& operator=(const SetupLock&) = delete;
+    bool Held() const { return m_held; }
+
+  private:
+    HANDLE m_mutex;
+    bool m_held;
+};
+
 // Overwrites the text's memory.
 void Wipe(std::string& text);
 

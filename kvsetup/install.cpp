@@ -25,6 +25,12 @@ void RequireNoDowngrade(Session& session, CHalvRegistry& registry) {
                                     std::to_string(session.build) + "; remove it first"};
 }
 
+constexpr unsigned kPatience = 120;  // seconds to wait for another setup
+
+void RequireHeld(const host::SetupLock& lock) {
+    if (!lock.Held()) throw Failure{kFailed, "another setup is still working on this machine; run this one when it has ended"};
+}
+
 std::string Require(const std::optional<std::string>& answer) {
     if (!answer) throw Failure{kCancelled, "cancelled: the input has ended; run with --yes or --answers to be asked nothing"};
     return *answer;
@@ -128,6 +134,8 @@ int InstallCommand(const Options& options) {
     if (asks && !host::IsTerminal(host::Stream::Input)) {
         throw Failure{kCancelled, "there is no terminal to ask on; run with --yes or --answers"};
     }
+    const host::SetupLock lock(kPatience);
+    RequireHeld(lock);
     const std::unique_ptr<Session> session = OpenSession(options, false);
     RequireAdministrator();
     if (asks) AskSettings(*session);
@@ -148,6 +156,8 @@ int UninstallCommand(const Options& options) {
     if (asks && (options.json || !host::IsTerminal(host::Stream::Input))) {
         throw Failure{kCancelled, "there is nobody to ask; run with --yes or --answers"};
     }
+    const host::SetupLock lock(kPatience);
+    RequireHeld(lock);
     const std::unique_ptr<Session> session = OpenSession(options, true);
     RequireAdministrator();
     CHalvRegistry registry(session->settings, 0, nullptr);

@@ -50,6 +50,21 @@ bool KeepOldRecord(StageContext& context, std::string& note) {
                                                         session.version & 0xFF) != 0;
 }
 
+// The mark comes first: a setup that is killed in between leaves an account that a removal still knows as ours.
+bool CreateAccount(CSystemAccount& account, const char* name, std::string& note) {
+    if (!marks::Set(marks::kCreatedAccount, name)) return false;
+    if (account.Create()) {
+        note = "created";
+        return true;
+    }
+    // An account without its groups and rights is worth nothing, and the next attempt would take it for the user's own.
+    const DWORD error = host::LastError();
+    if (account.Exists()) note = account.Delete() ? "the account was taken back" : "the account stays, without its groups";
+    if (!account.Exists()) marks::Set(marks::kCreatedAccount, "");
+    host::SetLastError(error);
+    return false;
+}
+
 bool PrepareAccount(StageContext& context, std::string& note) {
     CSettings& settings = context.session.settings;
     const bool hasPassword = *settings.SystemAccountPassword() != '\0';
@@ -67,15 +82,7 @@ bool PrepareAccount(StageContext& context, std::string& note) {
         host::SetLastError(kInvalidPassword);
         return false;
     }
-    if (account.Create()) {
-        note = "created";
-        return marks::Set(marks::kCreatedAccount, settings.SystemAccountName());
-    }
-    // An account without its groups and rights is worth nothing, and the next attempt would take it for the user's own.
-    const DWORD error = host::LastError();
-    if (account.Exists()) note = account.Delete() ? "the account was taken back" : "the account stays, without its groups";
-    host::SetLastError(error);
-    return false;
+    return CreateAccount(account, settings.SystemAccountName(), note);
 }
 
 // The steps of CHalvRegistry::Write, which tells only that one of them failed: asked again, each by itself.
