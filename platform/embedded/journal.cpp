@@ -173,6 +173,11 @@ bool Journal::Append(std::span<const BYTE> operations, std::uint64_t time) {
     return end != 0;
 }
 
+void Journal::Reread() {
+    StartOver();
+    if (!ReadTo(m_file->Published())) throw DamagedStore("the registry's file was damaged meanwhile");
+}
+
 bool Journal::WantsFolding() const {
     const std::uint64_t snapshot = m_file->SnapshotEnd();
     return m_position - snapshot > kSmallestFold + snapshot;

@@ -55,6 +55,8 @@ class Journal {
 
     // With the lock: appends one frame and publishes it. The caller applies it itself. False when the disk does not take it.
     bool Append(std::span<const BYTE> operations, std::uint64_t time);
+    // With the lock: reads the file anew, for a reader that has more than the disk took.
+    void Reread();
     bool WantsFolding() const;
     using Sink = std::function<void(std::span<const BYTE> operations)>;
     // With the lock: replaces the file by a snapshot, which `produce` hands to its sink piece by piece. A fold that the disk

@@ -79,8 +79,8 @@ std::shared_ptr<Store> Store::Open(const fs::path& folder) {
 Store::Store(std::unique_ptr<StoreTree> tree) : m_tree(std::move(tree)) {}
 Store::~Store() = default;
 
-Store::Lock::Lock(Store& store) : m_store(store) { m_store.Tree().Lock(); }
-Store::Lock::~Lock() { m_store.Tree().Unlock(); }
+Store::Lock::Lock(Store& store) : m_store(store) { m_store.Tree().BeginStep(); }
+Store::Lock::~Lock() { m_store.Tree().EndStep(); }
 
 bool Store::KeyExists(std::string_view path) {
     const StoreTree::Reading reading(*m_tree);

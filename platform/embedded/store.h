@@ -64,7 +64,8 @@ class __attribute__((visibility("default"))) Store : public std::enable_shared_f
     bool WriteList(std::string_view path, std::string_view name, const std::vector<std::string>& texts);
 
     // Holds the machine's store for this thread against every other process and thread, so that a view can read, decide and
-    // write in one step. Calls above may be made meanwhile; locks nest.
+    // write in one step: all that is written until the outermost lock goes is there afterwards, or, when the process dies or
+    // the disk is full, nothing of it. Calls above may be made meanwhile; locks nest.
     class Lock {
       public:
         explicit Lock(Store& store);

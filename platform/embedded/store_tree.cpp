@@ -49,15 +49,39 @@ void StoreTree::Unlock() {
     m_mutex.unlock();
 }
 
+void StoreTree::BeginStep() {
+    Lock();
+    ++m_steps;
+}
+
+void StoreTree::EndStep() {
+    if (--m_steps == 0 && !m_pending.empty()) {
+        if (m_journal.Append(m_pending, Now())) FoldIfWanted();
+        else m_journal.Reread();
+        m_pending.clear();
+    }
+    Unlock();
+}
+
 bool StoreTree::Commit(const StoreChange& change) {
     if (change.IsEmpty()) return true;
     const std::uint64_t time = Now();
-    if (!m_journal.Append(change.Operations(), time)) return false;
-    Apply(change.Operations(), time);
-    if (m_journal.WantsFolding()) {
-        m_journal.Fold(m_keys.NextId(), [this](const Journal::Sink& sink) { m_keys.Snapshot(sink); });
+    const std::span<const BYTE> operations = change.Operations();
+    if (m_steps != 0) {
+        m_pending.insert(m_pending.end(), operations.begin(), operations.end());
+        Apply(operations, time);
+        return true;
     }
+    if (!m_journal.Append(operations, time)) return false;
+    Apply(operations, time);
+    FoldIfWanted();
     return true;
+}
+
+// With the tree as the file has it.
+void StoreTree::FoldIfWanted() {
+    if (!m_journal.WantsFolding()) return;
+    m_journal.Fold(m_keys.NextId(), [this](const Journal::Sink& sink) { m_keys.Snapshot(sink); });
 }
 
 bool StoreTree::Flush() {

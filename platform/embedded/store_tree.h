@@ -43,6 +43,10 @@ class StoreTree : private JournalReader {
 
     void Lock();
     void Unlock();
+    // A step locks too, and what is committed until its end becomes one frame: a process that dies in between has changed
+    // nothing. They nest; the outermost counts. A step that the disk does not take is undone as a whole.
+    void BeginStep();
+    void EndStep();
     bool Flush();
 
   private:
@@ -50,8 +54,11 @@ class StoreTree : private JournalReader {
     void Apply(std::span<const BYTE> operations, std::uint64_t time) override;
     void CatchUp();
     bool Commit(const StoreChange& change);
+    void FoldIfWanted();
 
     std::recursive_mutex m_mutex;
+    unsigned m_steps = 0;
+    Bytes m_pending;       // the operations of the step so far; the tree has them already
     unsigned m_locks = 0;  // how often this thread, which has the mutex, holds the lock against other processes
     StoreKeys m_keys;
     Journal m_journal;  // last: it fills the tree when it is made

@@ -144,6 +144,27 @@ TEST_F(StoreTest, TornEndIsDroppedAndWritingGoesOn) {
     }
 }
 
+// What is written under one lock is there as a whole or, when the process dies in between, not at all.
+TEST_F(StoreTest, AStepThatDiesHalfWayHasChangedNothing) {
+    const std::shared_ptr<embedded::Store> store = embedded::Store::Open(MachineFolder() / "registry");
+    const pid_t child = fork();
+    if (child == 0) {
+        const embedded::Store::Lock lock(*store);
+        store->WriteNumber("META\\Step", "First", 1);
+        store->WriteNumber("META\\Step", "Second", 2);
+        kill(getpid(), SIGKILL);
+    }
+    waitpid(child, nullptr, 0);
+    EXPECT_FALSE(store->KeyExists("META\\Step"));
+    {
+        const embedded::Store::Lock lock(*store);
+        store->WriteNumber("META\\Step", "First", 1);
+        EXPECT_EQ(store->ReadNumber("META\\Step", "First"), 1u);
+    }
+    Reopen();
+    EXPECT_EQ(embedded::Store::Open(MachineFolder() / "registry")->ReadNumber("META\\Step", "First"), 1u);
+}
+
 struct Damage {
     const char* what;
     void (*spoil)(const fs::path& file);
@@ -159,6 +180,8 @@ void Overwrite(const fs::path& path, std::streamoff position, const std::string&
 TEST_P(DamagedStoreTest, IsRefusedWithAReason) {
     const fs::path folder = World() / "DAMAGED" / "registry";
     fs::create_directories(folder);
+    // A fresh machine is one frame, and a spoilt last frame counts as torn: a second one stands behind it.
+    SetNumber(HKEY_LOCAL_MACHINE, kKey, "Behind", 1);
     fs::copy_file(File(), folder / "store");
     GetParam().spoil(folder / "store");
     try {
