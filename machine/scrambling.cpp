@@ -6,6 +6,7 @@
 #include <memory>
 #include <new>
 
+#include "foundation/wipe.h"
 #include "platform/product_libraries.h"
 
 namespace {
@@ -13,18 +14,12 @@ namespace {
 // What the caller of the text form sees in the length after a failure.
 constexpr DWORD kLengthOfFailure = 150;
 
-void Wipe(void* memory, std::size_t size) {
-    // Through a volatile pointer the compiler may not leave the writes out.
-    volatile BYTE* const bytes = static_cast<volatile BYTE*>(memory);
-    for (std::size_t i = 0; i < size; ++i) bytes[i] = 0;
-}
-
 // Zeroed memory that passwords pass through: wiped when it goes.
 class Scratch {
   public:
     explicit Scratch(std::size_t size) : m_size(size), m_bytes(new (std::nothrow) BYTE[size == 0 ? 1 : size]()) {}
     ~Scratch() {
-        if (m_bytes != nullptr) Wipe(m_bytes.get(), m_size);
+        if (m_bytes != nullptr) WipeMemory(m_bytes.get(), m_size);
     }
     Scratch(const Scratch&) = delete;
     Scratch& operator=(const Scratch&) = delete;

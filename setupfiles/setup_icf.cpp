@@ -25,10 +25,10 @@ CSetupIcf::CSetupIcf(const CSetupIcf& other) = default;
 CSetupIcf& CSetupIcf::operator=(const CSetupIcf& other) = default;
 
 CSetupIcf::~CSetupIcf() {
-    WipeText(m_szSystemAccountPassword, sizeof m_szSystemAccountPassword);
-    WipeText(m_szKVDomainPassword, sizeof m_szKVDomainPassword);
-    WipeText(m_szMDBPassword, sizeof m_szMDBPassword);
-    WipeText(m_szeDLVPass, sizeof m_szeDLVPass);
+    WipeMemory(m_szSystemAccountPassword, sizeof m_szSystemAccountPassword);
+    WipeMemory(m_szKVDomainPassword, sizeof m_szKVDomainPassword);
+    WipeMemory(m_szMDBPassword, sizeof m_szMDBPassword);
+    WipeMemory(m_szeDLVPass, sizeof m_szeDLVPass);
 }
 
 int CSetupIcf::Init(const char* file) {

@@ -4,10 +4,7 @@
 
 #include <cstddef>
 
-// Through volatile, so that the compiler does not drop the stores before memory is given back.
-inline void WipeText(char* text, std::size_t size) noexcept {
-    for (volatile char* place = text; size != 0; ++place, --size) *place = 0;
-}
+#include "foundation/wipe.h"
 
 template <std::size_t Capacity>
 class WipedBuffer {
@@ -15,7 +12,7 @@ class WipedBuffer {
     WipedBuffer() = default;
     WipedBuffer(const WipedBuffer&) = delete;
     WipedBuffer& operator=(const WipedBuffer&) = delete;
-    ~WipedBuffer() { WipeText(m_text, Capacity); }
+    ~WipedBuffer() { WipeMemory(m_text, Capacity); }
     char* Text() noexcept { return m_text; }
     static constexpr std::size_t Size() noexcept { return Capacity; }
 
