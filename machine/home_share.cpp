@@ -1,9 +1,8 @@
 // The product's hidden home share.
-#include <cstring>
-
 #include "instalib/computer.h"
 #include "instalib/registry.h"
 #include "platform/handles.h"
+#include "system/directory_text.h"
 #include "system/security_object.h"
 #include "system/wide_text.h"
 
@@ -48,7 +47,7 @@ int GrantAccess(CShareSecurity& security, const char* system, const char* accoun
 int CComputer::CreateKorvaultHomeShare(const char* path, const char* accountSystem, const char* account) {
     if (path == nullptr || *path == '\0') return FailWith(ERROR_INVALID_PARAMETER);
     CString directory = path;
-    if (directory.GetAt(directory.GetLength() - 1) == '\\') directory = directory.Left(directory.GetLength() - 1);
+    if (EndsInBackSlash(directory)) directory = directory.Left(directory.GetLength() - 1);
     if (directory.GetLength() > kLongestPath) return FailWith(ERROR_FILENAME_EXCED_RANGE);
 
     WideText name(ShareName());

@@ -2,8 +2,14 @@
 
 namespace {
 
+// Entries with a condition behind the identifier (winnt.h, ACCESS_ALLOWED_CALLBACK_ACE_TYPE and its deny form).
+constexpr BYTE kConditionalAllow = 0x9;
+constexpr BYTE kConditionalDeny = 0xA;
+
+// The identifier stands right behind the mask.
 bool IsPlain(BYTE type) {
-    return type == ACCESS_ALLOWED_ACE_TYPE || type == ACCESS_DENIED_ACE_TYPE || type == SYSTEM_AUDIT_ACE_TYPE;
+    return type == ACCESS_ALLOWED_ACE_TYPE || type == ACCESS_DENIED_ACE_TYPE || type == SYSTEM_AUDIT_ACE_TYPE ||
+           type == kConditionalAllow || type == kConditionalDeny;
 }
 
 }  // namespace

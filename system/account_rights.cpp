@@ -34,11 +34,12 @@ void CopyCut(char* target, DWORD size, const char* text) {
 }
 
 int OpenPolicy(const WCHAR* server, PolicyHandle& policy) {
-    std::basic_string<WCHAR> name = server != nullptr ? server : std::basic_string<WCHAR>();
     LSA_UNICODE_STRING system{};
-    system.Length = static_cast<USHORT>(name.size() * sizeof(WCHAR));
-    system.MaximumLength = static_cast<USHORT>(system.Length + sizeof(WCHAR));
-    system.Buffer = name.data();
+    if (server != nullptr) {
+        system.Length = static_cast<USHORT>(TextLength(server) * sizeof(WCHAR));
+        system.MaximumLength = static_cast<USHORT>(system.Length + sizeof(WCHAR));
+        system.Buffer = const_cast<WCHAR*>(server);
+    }
     LSA_OBJECT_ATTRIBUTES attributes{};
     return Check(LsaOpenPolicy(server != nullptr ? &system : nullptr, &attributes, kPolicyAllAccess, policy.Receive()));
 }

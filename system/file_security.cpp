@@ -7,26 +7,18 @@
 
 namespace {
 
-// One line for the failed step; the last error stays that of the step.
-int Report(const char* step) {
+// Writes the failed step's line; the last error stays that of the step.
+int Report(const char* message) {
     const DWORD error = GetLastError();
-    std::printf("%s Error %d\n", step, static_cast<int>(error));
-    std::fflush(stdout);
-    return FailWith(error);
-}
-
-// Two of the messages have no blank before "Error".
-int ReportClosely(const char* step) {
-    const DWORD error = GetLastError();
-    std::printf("%sError %d\n", step, static_cast<int>(error));
+    std::printf(message, static_cast<int>(error));
     std::fflush(stdout);
     return FailWith(error);
 }
 
 int FindAccount(const char* system, const char* account, AccountIdentity& identity) {
     switch (LookupAccount(system, account, identity)) {
-        case LookupStep::Lookup: return Report("LookupAccountName() failed.");
-        case LookupStep::Allocate: return Report("HeapAlloc() failed.");
+        case LookupStep::Lookup: return Report("LookupAccountName() failed. Error %d\n");
+        case LookupStep::Allocate: return Report("HeapAlloc() failed. Error %d\n");
         case LookupStep::Done: break;
     }
     return 1;
@@ -36,13 +28,13 @@ int ReadDescriptor(const char* path, HeapBuffer& descriptor) {
     DWORD size = 0;
     if (GetFileSecurityA(path, DACL_SECURITY_INFORMATION, nullptr, 0, &size)) {
         SetLastError(ERROR_INVALID_SECURITY_DESCR);  // a descriptor without a size is none
-        return Report("GetFileSecurity() failed.");
+        return Report("GetFileSecurity() failed. Error %d\n");
     }
-    if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) return Report("GetFileSecurity() failed.");
+    if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) return Report("GetFileSecurity() failed. Error %d\n");
     descriptor = AllocateHeap(size);
-    if (!descriptor) return Report("HeapAlloc() failed.");
+    if (!descriptor) return Report("HeapAlloc() failed. Error %d\n");
     if (!GetFileSecurityA(path, DACL_SECURITY_INFORMATION, descriptor.Get(), size, &size)) {
-        return Report("GetFileSecurity() failed.");
+        return Report("GetFileSecurity() failed. Error %d\n");
     }
     return 1;
 }
@@ -58,13 +50,13 @@ int ReadList(PSECURITY_DESCRIPTOR descriptor, OldList& old) {
     BOOL present = FALSE;
     BOOL defaulted = FALSE;
     if (!GetSecurityDescriptorDacl(descriptor, &present, &old.list, &defaulted)) {
-        return Report("GetSecurityDescriptorDacl() failed.");
+        return Report("GetSecurityDescriptorDacl() failed. Error %d\n");
     }
     if (!present) old.list = nullptr;
     if (old.list == nullptr) return 1;
     ACL_SIZE_INFORMATION information{};
     if (!GetAclInformation(old.list, &information, sizeof information, AclSizeInformation)) {
-        return Report("GetAclInformation() failed.");
+        return Report("GetAclInformation() failed. Error %d\n");
     }
     old.count = information.AceCount;
     old.bytes = information.AclBytesInUse;
@@ -75,11 +67,11 @@ int ReadList(PSECURITY_DESCRIPTOR descriptor, OldList& old) {
 int CopyEntries(const OldList& old, PSID account, bool stopAtInherited, DWORD& index, PACL list) {
     for (; index < old.count; ++index) {
         void* entry = nullptr;
-        if (!GetAce(old.list, index, &entry)) return Report("GetAce() failed.");
+        if (!GetAce(old.list, index, &entry)) return Report("GetAce() failed. Error %d\n");
         const auto* const header = static_cast<const ACE_HEADER*>(entry);
         if (stopAtInherited && (header->AceFlags & INHERITED_ACE)) return 1;
         if (IsEntryOf(header, account)) continue;
-        if (!AddAce(list, ACL_REVISION, MAXDWORD, entry, header->AceSize)) return Report("AddAce() failed.");
+        if (!AddAce(list, ACL_REVISION, MAXDWORD, entry, header->AceSize)) return Report("AddAce() failed. Error %d\n");
     }
     return 1;
 }
@@ -87,12 +79,12 @@ int CopyEntries(const OldList& old, PSID account, bool stopAtInherited, DWORD& i
 int BuildList(const OldList& old, PSID account, DWORD mask, HeapBuffer& list) {
     const DWORD size = old.bytes + GetLengthSid(account) + kEntryOverhead;
     list = AllocateHeap(size);
-    if (!list) return Report("HeapAlloc() failed.");
+    if (!list) return Report("HeapAlloc() failed. Error %d\n");
     const PACL acl = static_cast<PACL>(list.Get());
-    if (!InitializeAcl(acl, size, ACL_REVISION)) return Report("InitializeAcl() failed.");
+    if (!InitializeAcl(acl, size, ACL_REVISION)) return Report("InitializeAcl() failed. Error %d\n");
     DWORD index = 0;
     if (!CopyEntries(old, account, true, index, acl)) return 0;
-    if (!AddAccessAllowedAce(acl, ACL_REVISION, mask, account)) return Report("AddAccessAllowedAce() failed.");
+    if (!AddAccessAllowedAce(acl, ACL_REVISION, mask, account)) return Report("AddAccessAllowedAce() failed. Error %d\n");
     return CopyEntries(old, account, false, index, acl);
 }
 
@@ -106,11 +98,11 @@ int KeepInheritance(PSECURITY_DESCRIPTOR old, PSECURITY_DESCRIPTOR fresh) {
     if (setControl == nullptr) return 1;
     SECURITY_DESCRIPTOR_CONTROL control = 0;
     DWORD revision = 0;
-    if (!GetSecurityDescriptorControl(old, &control, &revision)) return ReportClosely("GetSecurityDescriptorControl() failed.");
+    if (!GetSecurityDescriptorControl(old, &control, &revision)) return Report("GetSecurityDescriptorControl() failed.Error %d\n");
     constexpr SECURITY_DESCRIPTOR_CONTROL kInheriting = SE_DACL_AUTO_INHERIT_REQ | SE_DACL_AUTO_INHERITED;
     const SECURITY_DESCRIPTOR_CONTROL kept =
         (control & SE_DACL_AUTO_INHERITED) ? kInheriting : static_cast<SECURITY_DESCRIPTOR_CONTROL>(control & SE_DACL_PROTECTED);
-    if (kept != 0 && !setControl(fresh, kept, kept)) return ReportClosely("SetSecurityDescriptorControl() failed.");
+    if (kept != 0 && !setControl(fresh, kept, kept)) return Report("SetSecurityDescriptorControl() failed.Error %d\n");
     return 1;
 }
 
@@ -123,16 +115,16 @@ int AdjustAccessRights(const char* system, const char*, const char*, const char*
     if (!FindAccount(system, account, identity) || !ReadDescriptor(path, oldDescriptor)) return 0;
     SECURITY_DESCRIPTOR descriptor{};
     if (!InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION)) {
-        return ReportClosely("InitializeSecurityDescriptor() failed.");
+        return Report("InitializeSecurityDescriptor() failed.Error %d\n");
     }
     OldList old;
     HeapBuffer list;
     if (!ReadList(oldDescriptor.Get(), old) || !BuildList(old, identity.sid.Get(), mask, list)) return 0;
     if (!SetSecurityDescriptorDacl(&descriptor, TRUE, static_cast<PACL>(list.Get()), FALSE)) {
-        return Report("SetSecurityDescriptorDacl() failed.");
+        return Report("SetSecurityDescriptorDacl() failed. Error %d\n");
     }
     if (!KeepInheritance(oldDescriptor.Get(), &descriptor)) return 0;
-    if (!SetFileSecurityA(path, DACL_SECURITY_INFORMATION, &descriptor)) return Report("SetFileSecurity() failed.");
+    if (!SetFileSecurityA(path, DACL_SECURITY_INFORMATION, &descriptor)) return Report("SetFileSecurity() failed. Error %d\n");
     EnablePrivilege(SE_SECURITY_NAME, 0);
     return 1;
 }

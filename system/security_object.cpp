@@ -134,7 +134,7 @@ CPrivateObjectSecurity::CPrivateObjectSecurity() : m_mapping{0x1200A9, 0x1301BF,
         FailWithLastError();
         return;
     }
-    EnablePrivilege(SE_SECURITY_NAME, 1);
+    if (!EnablePrivilege(SE_SECURITY_NAME, 1)) FailWithLastError();
     if (!CreatePrivateObjectSecurity(nullptr, Descriptor(), m_private.Receive(), FALSE, m_hToken.Get(), &m_mapping)) {
         FailWithLastError();
     }

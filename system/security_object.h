@@ -86,7 +86,8 @@ class CShareSecurity : public CPrivateObjectSecurity {
     int ApplySecurity() override { return SetPrivateSecurity(); }
     int RefreshSecurity() override { return GetPrivateSecurity(); }
 
-    // Replaces the share by a disk share with the private descriptor. The machine is the local one unless `useServer`.
+    // Replaces the share by a disk share with the private descriptor. The machine is the local one unless `useServer`. The
+    // result is whether the machine reports the share afterwards, whatever the steps before said.
     int CreateShare(const WCHAR* name, const WCHAR* path, const WCHAR* remark, const WCHAR* server, int useServer);
     // Gives the share that CreateShare made the private descriptor.
     int ApplyToShare(const WCHAR* server, int useServer);

@@ -1,6 +1,7 @@
 #include "instalib/service.h"
 
 #include "platform/handles.h"
+#include "system/directory_text.h"
 #include "system/service_handles.h"
 
 const CString CService::m_sServicesKey = "SYSTEM\\CurrentControlSet\\Services";
@@ -70,8 +71,7 @@ int CService::RestoreServiceStatus(const char* keyPath) const {
 
 CString CService::CommandPath(const char* directory) const {
     const CString folder = directory;
-    const bool separated = folder.GetAt(folder.GetLength() - 1) == '\\';
-    return CString("\"") + folder + (separated ? "" : "\\") + m_sExecutable + "\"";
+    return CString("\"") + folder + (EndsInBackSlash(folder) ? "" : "\\") + m_sExecutable + "\"";
 }
 
 int CService::InstallService(const char* directory, DWORD startType, const char* account, const char* password) const {

@@ -33,8 +33,7 @@ int Describe(SC_HANDLE service, const char* text) {
     const auto change = reinterpret_cast<ChangeConfig2*>(
         reinterpret_cast<void (*)()>(GetProcAddress(library.Get(), "ChangeServiceConfig2A")));
     if (change == nullptr) return 1;
-    CString copy = text;
-    SERVICE_DESCRIPTIONA description{copy.GetBuffer(copy.GetLength())};
+    SERVICE_DESCRIPTIONA description{const_cast<char*>(text)};  // the record is read only
     return change(service, SERVICE_CONFIG_DESCRIPTION, &description);
 }
 

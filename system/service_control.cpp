@@ -17,19 +17,21 @@ void AwaitStart(SC_HANDLE service, SERVICE_STATUS& status) {
     }
 }
 
-// Waits while the service stops: one second at a time, at most the wait hint's seconds (at least 1) and one more.
-void AwaitStop(SC_HANDLE service, SERVICE_STATUS& status) {
+// Waits while the service stops: one second at a time, at most the wait hint's seconds (at least 1) and one more. False when
+// the service cannot be asked.
+bool AwaitStop(SC_HANDLE service, SERVICE_STATUS& status) {
     DWORD seconds = std::max<DWORD>(status.dwWaitHint / 1000, 1);
     while (status.dwCurrentState == SERVICE_STOP_PENDING) {
         Sleep(1000);
-        if (!QueryServiceStatus(service, &status) || seconds == 0) return;
-        --seconds;
+        if (!QueryServiceStatus(service, &status)) return false;
+        if (seconds-- == 0) break;
     }
+    return true;
 }
 
-// The string is listed in a REG_MULTI_SZ, in this letter case. The list may lack its terminators.
+// The string is listed in a REG_MULTI_SZ, in this letter case. An empty string ends the list, which may lack its terminators.
 bool Lists(std::string_view list, std::string_view wanted) {
-    while (!list.empty()) {
+    while (!list.empty() && list.front() != '\0') {
         const std::string_view entry = list.substr(0, list.find('\0'));
         if (entry == wanted) return true;
         list.remove_prefix(std::min(entry.size() + 1, list.size()));
@@ -114,7 +116,7 @@ int CService::StopService(const char* name, int wait, int stopDependents) {
         StopDependentServices(name, wait);
         if (!ControlService(service, SERVICE_CONTROL_STOP, &status)) return 0;
     }
-    if (wait) AwaitStop(service, status);
+    if (wait && !AwaitStop(service, status)) return 0;
     return status.dwCurrentState == SERVICE_STOPPED ? 1 : FailWith(ERROR_SERVICE_REQUEST_TIMEOUT);
 }
 

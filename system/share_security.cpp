@@ -1,8 +1,7 @@
-#include <algorithm>
-#include <string_view>
+#include <cstring>
 
-#include "instalib/object.h"
 #include "system/security_object.h"
+#include "system/wide_text.h"
 
 namespace {
 
@@ -11,11 +10,10 @@ constexpr DWORD kUnlimitedUses = MAXDWORD;   // SHI_USES_UNLIMITED
 constexpr DWORD kShareDescriptorLevel = 1501;
 
 WCHAR* CopyText(const WCHAR* text) {
-    const std::basic_string_view<WCHAR> view(text);
-    auto* const copy = static_cast<WCHAR*>(FrameworkAllocate((view.size() + 1) * sizeof(WCHAR)));
-    std::copy(view.begin(), view.end(), copy);
-    copy[view.size()] = 0;
-    return copy;
+    const std::size_t bytes = (TextLength(text) + 1) * sizeof(WCHAR);
+    void* const copy = FrameworkAllocate(bytes);
+    std::memcpy(copy, text, bytes);
+    return static_cast<WCHAR*>(copy);
 }
 
 void SetText(WCHAR*& field, const WCHAR* text) {
@@ -66,11 +64,11 @@ int CShareSecurity::CreateShare(const WCHAR* name, const WCHAR* path, const WCHA
     if (!RefreshSecurity()) return 0;
     // The level 502 record begins as the level 2 one does.
     const NET_API_STATUS added = NetShareAdd(machine, 2, reinterpret_cast<BYTE*>(&m_share), nullptr);
-    if (added != NERR_Success) return Fail(added);
     // What decides is that the share is there; one that kept the system's own list gets this one by ApplyToShare.
     SetShareSecurity(machine);
     const NET_API_STATUS status = AskForShare(machine, m_share.shi502_netname);
-    return status == NERR_Success ? 1 : Fail(status);
+    if (status == NERR_Success) return 1;
+    return Fail(added != NERR_Success ? added : status);
 }
 
 int CShareSecurity::ApplyToShare(const WCHAR* server, int useServer) {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "foundation/wipe.h"
+#include "instalib/exception.h"
 #include "platform/handles.h"
 #include "platform/lsa_accounts.h"
 #include "platform/product_libraries.h"
@@ -68,14 +69,14 @@ CSystemAccount::CSystemAccount(const char* computerName, const char* domain, con
 
 namespace {
 
-// A copy of the server's name in a network buffer of its own; null when there is none to copy or no memory for it.
+// A copy of the server's name in a network buffer of its own; null when there is none to copy.
 WCHAR* CopyServer(const WCHAR* server) {
     if (server == nullptr) return nullptr;
-    const std::basic_string<WCHAR> text(server);
-    const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR));
+    const auto bytes = static_cast<DWORD>((TextLength(server) + 1) * sizeof(WCHAR));
     void* copy = nullptr;
-    if (NetApiBufferAllocate(bytes, &copy) != NERR_Success) return nullptr;
-    std::memcpy(copy, text.c_str(), bytes);
+    // Without the name the copy would work on the local machine instead.
+    if (NetApiBufferAllocate(bytes, &copy) != NERR_Success) AfxThrowMemoryException();
+    std::memcpy(copy, server, bytes);
     return static_cast<WCHAR*>(copy);
 }
 
@@ -96,9 +97,10 @@ CSystemAccount& CSystemAccount::operator=(const CSystemAccount& other) {
     m_sUserName = other.m_sUserName;
     m_sPassword.Wipe();
     m_sPassword = other.m_sPassword;
-    const NetBuffer replaced(m_pServer);
-    m_pServer = CopyServer(other.m_pServer);
     m_bLocal = other.m_bLocal;
+    WCHAR* const copy = CopyServer(other.m_pServer);
+    const NetBuffer replaced(m_pServer);
+    m_pServer = copy;
     return *this;
 }
 
@@ -159,7 +161,9 @@ int CSystemAccount::Register(const char* computerName, const char* domain, const
     char module[MAX_PATH + 1] = "";
     char drive[_MAX_DRIVE] = "";
     char directory[_MAX_DIR] = "";
-    if (GetModuleFileNameA(nullptr, module, MAX_PATH) == 0) return 0;
+    const DWORD length = GetModuleFileNameA(nullptr, module, MAX_PATH);
+    if (length == 0) return 0;
+    if (length >= MAX_PATH) return FailWith(ERROR_FILENAME_EXCED_RANGE);  // cut: another directory's path
     _splitpath(module, drive, directory, nullptr, nullptr);
     const CString path = CString(drive) + directory + product::kToolLibrary;
     const LoadedLibrary library(LoadLibraryA(path));

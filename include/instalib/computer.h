@@ -87,8 +87,11 @@ class INSTALIB_API CComputer {
     // --- The product's hidden home share -------------------------------------------------------------------------------------
 
     // Publishes `path` under the product's name with "$", with full access for the account (empty: none; looked up on
-    // `accountSystem`, empty: the local machine) and the administrators, and change for the backup operators. Nonzero when
-    // the share stands with these rights; one whose rights could not be set stays, and 0 is returned.
+    // `accountSystem`, empty: the local machine) and the administrators, and change for the backup operators. One trailing
+    // backslash of the path is dropped; what is left has at most 255 bytes, a longer one changes nothing (206). A share that
+    // stands with this path in any letter case is left as it is: success. A share whose rights could not be put together
+    // stays without any, and 0 is returned. When only giving the share these rights fails, the result is nonzero all the
+    // same and the last error tells why; it is 0 when that succeeded too.
     static int CreateKorvaultHomeShare(const char* path, const char* accountSystem, const char* account);
     // Removes that share. Returns the network's status: 0 on success, otherwise a Windows error code.
     static int DeleteKorvaultHomeShare();
