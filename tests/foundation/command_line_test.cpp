@@ -56,8 +56,6 @@ INSTANTIATE_TEST_SUITE_P(
         Line{"SwitchCharacterIsAColon", ":a:b", ':', {{"a", "b"}}}),
     [](const auto& line) { return line.param.name; });
 
-TEST(CommandLineMapTest, NullLineGivesAnEmptyMap) { EXPECT_TRUE(CCommandLineMap(nullptr, '-').IsEmpty()); }
-
 TEST(CommandLineMapTest, QueriesAnswerSwitchesTextsAndDefaults) {
     const CCommandLineMap map("setup.exe -r:HOST -long:1 data", '-');
     EXPECT_NE(map.GetSwitch('r'), 0);
@@ -75,11 +73,9 @@ TEST(CommandLineMapTest, QueriesAnswerSwitchesTextsAndDefaults) {
     EXPECT_STREQ(value, "data");
     EXPECT_EQ(map.GetText(2, value), 0);
     EXPECT_STREQ(value, "data");
-}
-
-TEST(CommandLineMapTest, CopyKeepsItsEntries) {
-    const CCommandLineMap map("a -s", '-');
-    EXPECT_EQ(EntriesOf(CCommandLineMap(map)), (Entries{{"#0", "a"}, {"s", ""}}));
+    const CCommandLineMap copy(map);
+    EXPECT_EQ(EntriesOf(copy), (Entries{{"#0", "setup.exe"}, {"r", "HOST"}, {"long", "1"}, {"#1", "data"}}));
+    EXPECT_TRUE(CCommandLineMap(nullptr, '-').IsEmpty());
 }
 
 }  // namespace
