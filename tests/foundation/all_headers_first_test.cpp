@@ -1,4 +1,4 @@
-// A client that includes the library's headers before the system's own; all_headers_last_test.cpp does it the other way.
+// A client that includes the library's headers before the system's own; all_headers_last_test.cpp does the reverse.
 #include "instalib.h"
 
 #include "platform/platform.h"

@@ -1,4 +1,4 @@
-// What a source sees of the interface: the sizes of its classes, and functions whose names the system's macros could change.
+// What a source sees of the interface: sizes of classes, and functions whose names the system's macros could change.
 #include <array>
 #include <tuple>
 

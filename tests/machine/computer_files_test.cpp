@@ -31,7 +31,7 @@ class ComputerFilesTest : public FreshMachine {
     }
 };
 
-TEST_F(ComputerFilesTest, CreatesEveryMissingDirectoryUpToAFileInTheWay) {
+TEST_F(ComputerFilesTest, CreatesMissingDirectoriesUpToAFileInTheWayAndRemovesAndEntersThem) {
     MakeFolder(In("a"));
     EXPECT_EQ(CComputer::CreateDirectoryA("C:\\TEST\\a\\b\\c"), 1);
     EXPECT_EQ(CComputer::CreateDirectoryA("C:\\TEST\\a\\d\\\\", 1), 1);
@@ -44,12 +44,8 @@ TEST_F(ComputerFilesTest, CreatesEveryMissingDirectoryUpToAFileInTheWay) {
     EXPECT_EQ(CComputer::PathExists("C:\\TEST\\a\\file"), 1);
     EXPECT_EQ(CComputer::PathExists("C:\\TEST\\a\\none"), 0);
     EXPECT_EQ(CComputer::PathExists(nullptr), 0);
-}
-
-TEST_F(ComputerFilesTest, RemovesAndEntersDirectories) {
-    MakeFolder(In("a\\b"));
-    EXPECT_EQ(CComputer::RemoveDirectoryA("C:\\TEST\\a"), 0);
-    EXPECT_NE(CComputer::RemoveDirectoryA("C:\\TEST\\a\\b"), 0);
+    EXPECT_EQ(CComputer::RemoveDirectoryA("C:\\TEST\\a\\b"), 0);
+    EXPECT_NE(CComputer::RemoveDirectoryA("C:\\TEST\\a\\b\\c"), 0);
     EXPECT_NE(CComputer::ChangeDirectory("C:\\TEST\\a"), 0);
     EXPECT_EQ(CComputer::PathExists("..\\a"), 1);
     EXPECT_EQ(CComputer::ChangeDirectory("C:\\TEST\\none"), 0);
