@@ -3,9 +3,9 @@
 #include <cstring>
 #include <utility>
 
-#include "foundation/text.h"
-
 namespace {
+
+const char* OrEmpty(const char* text) { return text == nullptr ? "" : text; }
 
 // FNV-1a.
 unsigned HashOf(const char* key) {

@@ -5,8 +5,6 @@
 #include <cstring>
 #include <utility>
 
-#include "foundation/text.h"
-#include "foundation/wipe.h"
 #include "instalib/exception.h"
 #include "platform/platform.h"
 
@@ -25,6 +23,8 @@ int SumOf(int first, int second) {
     if (first > INT_MAX - 1 - second) AfxThrowMemoryException();
     return first + second;
 }
+
+const char* OrEmpty(const char* text) { return text == nullptr ? "" : text; }
 
 char ToLower(char character) {
     return character >= 'A' && character <= 'Z' ? char(character - 'A' + 'a') : character;
@@ -184,9 +184,10 @@ void CString::ReleaseBuffer(int length) {
 }
 
 void CString::Wipe() noexcept {
-    if (m_nCapacity == 0) return;
-    WipeMemory(m_pData, std::size_t(m_nCapacity) + 1);
-    m_nLength = 0;
+    // Through a volatile pointer the compiler may not leave the writes out.
+    volatile char* const bytes = m_pData;
+    for (int i = 0; i < m_nCapacity; ++i) bytes[i] = 0;
+    Empty();
 }
 
 void CString::Assign(const char* text, int length) {

@@ -1,5 +1,7 @@
 // Removal of whole branches. A key goes only when nothing is left below it; a branch is emptied first where that is
 // said.
+#include <cstring>
+
 #include "registry/family_keys.h"
 
 using namespace registry;
@@ -28,6 +30,7 @@ void ForEachUser(Delete deleteCopy) {
 }  // namespace
 
 int CHalvRegistry::DeleteSubKeys(HKEY key, const char* path) {
+    if (path == nullptr || path[std::strspn(path, "\\")] == '\0') return FailWith(ERROR_INVALID_PARAMETER);
     RegistryKey opened;
     if (Open(key, path, KEY_ALL_ACCESS, opened) != 0) return 1;
     // Always the first one: the loop ends as soon as a child cannot be removed, whatever is added meanwhile.

@@ -24,8 +24,16 @@ struct AgentPath {
 
 // The directory of the file, without its final backslash; empty when there is none.
 void CutToDirectory(char* path) {
-    char* const last = std::strrchr(path, '\\');
-    *(last != nullptr ? last : path) = '\0';
+    char* end = path;
+    for (char* at = path; *at != '\0'; ++at) {
+        // The second byte of a character is no backslash.
+        if (IsDBCSLeadByte(BYTE(*at)) && at[1] != '\0') {
+            ++at;
+        } else if (*at == '\\') {
+            end = at;
+        }
+    }
+    *end = '\0';
 }
 
 LSTATUS FirstVariant(HKEY parent, const AgentPath& agent, RegistryKey& found) {

@@ -3,6 +3,7 @@
 namespace registry {
 
 const CString kFormerAlertKey = "SOFTWARE\\Halvenor\\ALERT\\CurrentVersion";
+const CString kEnterpriseKey = "SOFTWARE\\Orvanex\\Zephranite Enterprise Backup";
 const CString kEnterpriseBaseKey = "SOFTWARE\\Orvanex\\Zephranite Enterprise Backup\\Base";
 const CString kEnterpriseProductsKey = "SOFTWARE\\Orvanex\\Zephranite Enterprise Backup\\Products";
 const CString kDirectoryAgentProductsKey = "SOFTWARE\\Halvenor\\DSAgent\\CurrentVersion\\Products";

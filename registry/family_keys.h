@@ -23,6 +23,7 @@ const CString& ProductId();
 
 // Names of generations that the class has no member for.
 extern const CString kFormerAlertKey;
+extern const CString kEnterpriseKey;
 extern const CString kEnterpriseBaseKey;
 extern const CString kEnterpriseProductsKey;
 extern const CString kDirectoryAgentProductsKey;

@@ -28,7 +28,7 @@ const GenerationKeys kGenerations[] = {
     {"Sarvex", &Halv::m_sZEBKey, &Halv::m_sZEBBaseKey, &Halv::m_sZEBProductsKey, &Halv::m_sZEBAgentKey},
     {"Zephranite Korvault Backup", &Halv::m_sZKBKey, &Halv::m_sZKBBaseKey, &Halv::m_sZKBProductsKey,
      &Halv::m_sZKBAgentKey},
-    {"Zephranite Enterprise Backup", nullptr, &kEnterpriseBaseKey, &kEnterpriseProductsKey, nullptr},
+    {"Zephranite Enterprise Backup", &kEnterpriseKey, &kEnterpriseBaseKey, &kEnterpriseProductsKey, nullptr},
     {"Directory-services agent", nullptr, nullptr, &kDirectoryAgentProductsKey, nullptr},
 };
 
@@ -61,7 +61,8 @@ void ReadComponents(HKEY machine, const CString& base, CProductGeneration& gener
     if (Open(machine, base + Halv::m_sComponentsSubKey, KEY_READ, key) != ERROR_SUCCESS) return;
     ForEachValue(key.Get(), [&](const CString& name) {
         DWORD installed = 0;
-        if (ReadNumber(key.Get(), name, &installed) == ERROR_SUCCESS && installed == 1) generation.m_Components.Add(name);
+        if (ReadNumber(key.Get(), name, &installed) == ERROR_SUCCESS && installed == 1)
+            generation.m_Components.Add(name);
     });
 }
 

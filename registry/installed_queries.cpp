@@ -65,7 +65,7 @@ int AlertBuild(HKEY root, WORD* build) {
     char text[256] = "";
     const auto read = [&](HKEY key) { return ReadText(key, Halv::m_sCurrentBuildNumber, text); };
     if (!Report(Search(root, kAlertKeys, read, Continue::WhenNotOpened))) return 0;
-    *build = static_cast<WORD>(std::atoi(text));
+    *build = static_cast<WORD>(std::strtol(text, nullptr, 10));
     return 1;
 }
 

@@ -57,6 +57,7 @@ int StoreRecord(const CString& path, const char* name, const tagProductStruct* r
 
 // With its last value a products key goes too.
 void DropRecord(const CString& products, const CString& parent, const char* name) {
+    if (name == nullptr) return SetLastError(ERROR_INVALID_PARAMETER);
     {
         RegistryKey key;
         if (!Report(Open(HKEY_LOCAL_MACHINE, products, KEY_ALL_ACCESS, key))) return;

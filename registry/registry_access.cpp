@@ -7,8 +7,15 @@
 namespace registry {
 namespace {
 
-BYTE* AsBytes(void* data) { return static_cast<BYTE*>(data); }
-const BYTE* AsBytes(const void* data) { return static_cast<const BYTE*>(data); }
+LSTATUS Set(HKEY key, const char* name, DWORD type, const void* data, std::size_t size) {
+    if (name == nullptr) return ERROR_INVALID_PARAMETER;
+    return RegSetValueExA(key, name, 0, type, static_cast<const BYTE*>(data), DWORD(size));
+}
+
+LSTATUS Query(HKEY key, const char* name, DWORD* type, void* data, DWORD* size) {
+    if (name == nullptr) return ERROR_INVALID_PARAMETER;
+    return RegQueryValueExA(key, name, nullptr, type, static_cast<BYTE*>(data), size);
+}
 
 }  // namespace
 
@@ -25,25 +32,23 @@ LSTATUS Create(HKEY root, const char* path, RegistryKey& key) {
 
 LSTATUS SetValue(HKEY key, const char* name, const char* text) {
     if (text == nullptr) return ERROR_INVALID_PARAMETER;
-    return RegSetValueExA(key, name, 0, REG_SZ, AsBytes(text), DWORD(std::strlen(text) + 1));
+    return Set(key, name, REG_SZ, text, std::strlen(text) + 1);
 }
 
-LSTATUS SetValue(HKEY key, const char* name, DWORD number) {
-    return RegSetValueExA(key, name, 0, REG_DWORD, AsBytes(&number), sizeof number);
-}
+LSTATUS SetValue(HKEY key, const char* name, DWORD number) { return Set(key, name, REG_DWORD, &number, sizeof number); }
 
 LSTATUS SetUnterminated(HKEY key, const char* name, DWORD type, const char* text) {
-    return RegSetValueExA(key, name, 0, type, AsBytes(text), DWORD(std::strlen(text)));
+    return Set(key, name, type, text, std::strlen(text));
 }
 
 LSTATUS SetRecord(HKEY key, const char* name, const tagProductStruct& record) {
-    return RegSetValueExA(key, name, 0, REG_BINARY, AsBytes(&record), sizeof record);
+    return Set(key, name, REG_BINARY, &record, sizeof record);
 }
 
 LSTATUS ReadText(HKEY key, const char* name, char* buffer, DWORD capacity, DWORD* size) {
     DWORD type = 0;
     DWORD bytes = capacity;
-    LSTATUS status = RegQueryValueExA(key, name, nullptr, &type, AsBytes(buffer), &bytes);
+    LSTATUS status = Query(key, name, &type, buffer, &bytes);
     if (status == 0 && type != REG_SZ && type != REG_EXPAND_SZ) status = ERROR_INVALID_DATA;
     if (status == 0 && (bytes == 0 || buffer[bytes - 1] != '\0')) {
         if (bytes < capacity) {
@@ -62,7 +67,7 @@ LSTATUS ReadNumber(HKEY key, const char* name, DWORD* number) {
     DWORD type = 0;
     DWORD read = 0;
     DWORD bytes = sizeof read;
-    const LSTATUS status = RegQueryValueExA(key, name, nullptr, &type, AsBytes(&read), &bytes);
+    const LSTATUS status = Query(key, name, &type, &read, &bytes);
     if (status != 0) return status;
     if (type != REG_DWORD || bytes != sizeof read) return ERROR_INVALID_DATA;
     *number = read;
@@ -73,7 +78,7 @@ LSTATUS ReadRecord(HKEY key, const char* name, tagProductStruct* record) {
     tagProductStruct read = *record;
     DWORD type = 0;
     DWORD bytes = sizeof read;
-    const LSTATUS status = RegQueryValueExA(key, name, nullptr, &type, AsBytes(&read), &bytes);
+    const LSTATUS status = Query(key, name, &type, &read, &bytes);
     if (status != 0) return status;
     if (type != REG_BINARY) return ERROR_INVALID_DATA;
     *record = read;
@@ -82,6 +87,7 @@ LSTATUS ReadRecord(HKEY key, const char* name, tagProductStruct* record) {
 
 LSTATUS DeleteValue(HKEY root, const char* path, const char* name) {
     RegistryKey key;
+    if (name == nullptr) return ERROR_INVALID_PARAMETER;
     const LSTATUS status = Open(root, path, KEY_ALL_ACCESS, key);
     return status != 0 ? status : RegDeleteValueA(key.Get(), name);
 }

@@ -20,6 +20,7 @@ LSTATUS Open(HKEY root, const char* path, REGSAM access, RegistryKey& key);
 // Opens or creates the key with full access.
 LSTATUS Create(HKEY root, const char* path, RegistryKey& key);
 
+// Values: a null name is refused, and never taken for the unnamed value, whose name is "".
 // Text is stored as REG_SZ with its terminator, a null one is refused; a number as REG_DWORD.
 LSTATUS SetValue(HKEY key, const char* name, const char* text);
 LSTATUS SetValue(HKEY key, const char* name, DWORD number);

@@ -1,9 +1,9 @@
 // The setters that take their value from the object's settings and hand it to a static writer.
-#include <cstring>
 #include <ctime>
 
 #include "instalib/computer.h"
-#include "platform/product_libraries.h"
+#include "instalib/path.h"
+#include "registry/account_request.h"
 #include "registry/alert_library.h"
 #include "registry/family_keys.h"
 #include "registry/tool_library.h"
@@ -14,39 +14,10 @@ namespace {
 
 CString WithoutLast(const CString& path) { return path.Left(path.GetLength() - 1); }
 
-CString WithoutBackslash(const CString& path) {
-    return path.GetAt(path.GetLength() - 1) == '\\' ? WithoutLast(path) : path;
-}
-
-template <std::size_t size>
-void Fill(char (&field)[size], const char* text) {
-    std::strncpy(field, text, size - 1);
-    field[size - 1] = '\0';
-}
-
-// The account as the tool library takes it. It holds a password, which does not outlive the call.
-struct AccountRequest {
-    product::UserAccount account{};
-    char server[64] = "";
-
-    ~AccountRequest() {
-        volatile char* byte = account.password;
-        for (std::size_t i = 0; i < sizeof account.password; ++i) byte[i] = '\0';
-    }
-};
-
-void FillAccount(CSettings& settings, AccountRequest& request) {
-    CString domain = settings.SystemAccountDomain();
-    CString name = settings.SystemAccountName();
-    const int backslash = name.Find('\\', 1);
-    if (backslash > 0) {
-        domain = name.Left(backslash);
-        name = name.Mid(backslash + 1);
-    }
-    Fill(request.account.domain, domain);
-    Fill(request.account.userName, name);
-    Fill(request.account.password, settings.SystemAccountPassword());
-    Fill(request.server, settings.SystemAccountServer());
+// Stored paths end in one backslash at most.
+CString WithoutBackslash(CString path) {
+    TrimTailBackSlash(path);
+    return path;
 }
 
 // The file's date of last change in local time, as the locale writes dates.
@@ -94,8 +65,7 @@ int CHalvRegistry::CreateSystemAccount() {
     }
     auto* const setAccount = product::EntryPoint<product::SetUserAccount>(library.Get(), "HstSetUserAccountA");
     if (setAccount == nullptr) return 0;
-    AccountRequest request;
-    FillAccount(m_Settings, request);
+    AccountRequest request(m_Settings);
     if (LOWORD(setAccount(request.server, &request.account)) != 0) return 1;
     LogLine(m_Settings.LogFile(), "\tFailed to add a user account");
     return 0;

@@ -1,5 +1,6 @@
 // The Explorer's shell extension, the script file type and the uninstall entry.
 #include "instalib/computer.h"
+#include "instalib/path.h"
 #include "registry/family_keys.h"
 
 using namespace registry;
@@ -9,6 +10,7 @@ namespace {
 using Halv = CHalvRegistry;
 
 const CString kEmpty;
+const CString kUnnamed;
 const CString kKeyOnly;  // its address marks an entry without a value
 const CString kApartment = "Apartment";
 const CString kShellExBelow = "\\ShellEx";
@@ -17,24 +19,24 @@ const CString kMenuBelow = "\\ShellEx\\MayChangeDefaultMenu";
 // One entry below HKEY_CLASSES_ROOT. A null content is the path of the extension's server.
 struct ShellEntry {
     KeyPath key;
-    const CString* value;  // null: the unnamed value
+    const CString* value;
     const CString* content;
 };
 constexpr ShellEntry kShellEntries[] = {
-    {{&Halv::m_sKorvaultShellExtensionCLSIDKey}, nullptr, &Halv::m_sKorvaultShellExtension},
-    {{&Halv::m_sKorvaultShellExtensionInProcServerKey}, nullptr, nullptr},
+    {{&Halv::m_sKorvaultShellExtensionCLSIDKey}, &kUnnamed, &Halv::m_sKorvaultShellExtension},
+    {{&Halv::m_sKorvaultShellExtensionInProcServerKey}, &kUnnamed, nullptr},
     {{&Halv::m_sKorvaultShellExtensionInProcServerKey}, &Halv::m_sThreadingModel, &kApartment},
-    {{&Halv::m_sKorvaultShellExtensionCLSIDKey, &kMenuBelow}, nullptr, &kKeyOnly},
-    {{&Halv::m_sDrivePropertySheetHandler}, nullptr, &kEmpty},
-    {{&Halv::m_sDriveMenuHandler}, nullptr, &kEmpty},
-    {{&Halv::m_sDirMenuHandler}, nullptr, &kEmpty},
-    {{&Halv::m_sAllMenuHandler}, nullptr, &kEmpty},
-    {{&Halv::m_sKorvaultScriptExtension}, nullptr, &Halv::m_sKorvaultScriptFile},
-    {{&Halv::m_sKorvaultScriptFile}, nullptr, &Halv::m_sKorvaultScriptFile},
-    {{&Halv::m_sKorvaultScriptDefaultIcon}, nullptr, &kEmpty},
-    {{&Halv::m_sKorvaultScriptIconHandler}, nullptr, &Halv::m_sKorvaultShellExtensionCLSID},
-    {{&Halv::m_sKorvaultScriptPropertySheetHandlerCLSID}, nullptr, &kEmpty},
-    {{&Halv::m_sKorvaultScriptMenuHandlerCLSID}, nullptr, &kEmpty},
+    {{&Halv::m_sKorvaultShellExtensionCLSIDKey, &kMenuBelow}, &kUnnamed, &kKeyOnly},
+    {{&Halv::m_sDrivePropertySheetHandler}, &kUnnamed, &kEmpty},
+    {{&Halv::m_sDriveMenuHandler}, &kUnnamed, &kEmpty},
+    {{&Halv::m_sDirMenuHandler}, &kUnnamed, &kEmpty},
+    {{&Halv::m_sAllMenuHandler}, &kUnnamed, &kEmpty},
+    {{&Halv::m_sKorvaultScriptExtension}, &kUnnamed, &Halv::m_sKorvaultScriptFile},
+    {{&Halv::m_sKorvaultScriptFile}, &kUnnamed, &Halv::m_sKorvaultScriptFile},
+    {{&Halv::m_sKorvaultScriptDefaultIcon}, &kUnnamed, &kEmpty},
+    {{&Halv::m_sKorvaultScriptIconHandler}, &kUnnamed, &Halv::m_sKorvaultShellExtensionCLSID},
+    {{&Halv::m_sKorvaultScriptPropertySheetHandlerCLSID}, &kUnnamed, &kEmpty},
+    {{&Halv::m_sKorvaultScriptMenuHandlerCLSID}, &kUnnamed, &kEmpty},
 };
 
 // Keys to delete, every child before its parent: those of the extension, then those of the script file type.
@@ -59,12 +61,18 @@ constexpr KeyPath kScriptKeys[] = {
     {&Halv::m_sKorvaultScriptFile},
 };
 
+// A backslash is added unless one ends the directory; the second byte of a character is none.
+CString ServerIn(const CString& directory) {
+    CString trimmed = directory;
+    const bool ends = TrimTailBackSlash(trimmed) < directory.GetLength();
+    return directory + (ends ? "KSHELL.DLL" : "\\KSHELL.DLL");
+}
+
 void WriteShellEntry(const ShellEntry& entry, const CString& server) {
     RegistryKey key;
     if (!Report(Create(HKEY_CLASSES_ROOT, entry.key.Text(), key)) || entry.content == &kKeyOnly) return;
-    const char* const name = entry.value != nullptr ? static_cast<const char*>(*entry.value) : nullptr;
     const char* const content = entry.content != nullptr ? *entry.content : server;
-    Report(SetValue(key.Get(), name, content));
+    Report(SetValue(key.Get(), *entry.value, content));
 }
 
 void DeleteClassKeys(std::span<const KeyPath> keys) {
@@ -75,9 +83,7 @@ void DeleteClassKeys(std::span<const KeyPath> keys) {
 
 int CHalvRegistry::SetKorvaultShellExtension(const char* directory) {
     if (!CComputer::IsNT4xOrLater(nullptr)) return 1;
-    CString server(directory);
-    if (server.GetAt(server.GetLength() - 1) != '\\') server += "\\";
-    server += "KSHELL.DLL";
+    const CString server = ServerIn(directory);
     const char* const clsid = m_sKorvaultShellExtensionCLSID;
     const char* const description = m_sKorvaultShellExtension;
     Report(WriteValue(m_sShellExtApprovedKey, clsid, description));
@@ -93,7 +99,7 @@ void CHalvRegistry::DeleteKorvaultShellExtension(const char*) {
     Report(DeleteValue(HKEY_LOCAL_MACHINE, m_sShellExtApprovedKey, m_sKorvaultShellExtensionCLSID));
     DeleteClassKeys(kExtensionKeys);
     // Other programs may have made ".asx" theirs meanwhile: the key stays.
-    Report(DeleteValue(HKEY_CLASSES_ROOT, m_sKorvaultScriptExtension, nullptr));
+    Report(DeleteValue(HKEY_CLASSES_ROOT, m_sKorvaultScriptExtension, kUnnamed));
     DeleteClassKeys(kScriptKeys);
 }
 

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -72,11 +73,13 @@ int CHalvRegistry::SetSNMPRegistry(const char* agentKey) {
     long long largest = 0;
     const LSTATUS walked = ForEachAnnouncement(list.Get(), [&](const Announcement& found) {
         announced = std::strcmp(found.agentKey, agentKey) == 0;
-        largest = std::max(largest, std::atoll(found.name));
+        largest = std::max(largest, std::strtoll(found.name, nullptr, 10));
         return !announced;
     });
     if (!Report(walked)) return 0;
     if (announced) return 1;
+    // No number is left above another agent's; whose number that is, it is not ours to overwrite.
+    if (largest == std::numeric_limits<long long>::max()) return FailWith(ERROR_INVALID_DATA);
     const int set = Report(SetValue(list.Get(), std::to_string(largest + 1).c_str(), agentKey));
     if (set) RegFlushKey(list.Get());
     return set;

@@ -5,41 +5,43 @@ using namespace registry;
 
 namespace {
 
-using Step = int (CHalvRegistry::*)();
+using Halv = CHalvRegistry;
 
-constexpr Step kIdentitySteps[] = {
-    &CHalvRegistry::SetKorvaultUser,   &CHalvRegistry::SetKorvaultCompany, &CHalvRegistry::SetKorvaultHomeDir,
-    &CHalvRegistry::SetKorvaultLogDir, &CHalvRegistry::SetKorvaultTempDir,
-};
-constexpr Step kProductSteps[] = {
-    &CHalvRegistry::SetKorvaultEnvironmentVariables,
-    &CHalvRegistry::SetKorvaultManager,
-    &CHalvRegistry::SetKorvaultServer,
-    &CHalvRegistry::SetKorvaultAdmin,
-    &CHalvRegistry::SetOVITProduct,
-};
-constexpr Step kServerSteps[] = {
-    &CHalvRegistry::SetKorvaultDBDir,
-    &CHalvRegistry::SetKorvaultDatabase,
-    &CHalvRegistry::SetKorvaultShellExtension,
-    &CHalvRegistry::CreateKorvaultSNMPKey,
-};
+// Under which of the settings a step runs.
+enum class When { Always, UnlessCopyOnly, WithServer, Uninstalling };
 
-// Runs every step, whatever the others gave. The error of the first failure is the one that is left.
-class Outcome {
-  public:
-    void Run(CHalvRegistry& object, std::span<const Step> steps) {
-        for (const Step step : steps) {
-            if ((object.*step)() || m_failed) continue;
-            m_failed = true;
-            m_error = GetLastError();
-        }
+bool Applies(When when, CSettings& settings) {
+    switch (when) {
+        case When::UnlessCopyOnly:
+            return settings.IsCopyOnlyMode() == 0;
+        case When::WithServer:
+            return settings.InstallServer() != 0;
+        case When::Uninstalling:
+            return settings.UninstallKorvault() != 0;
+        default:
+            return true;
     }
-    int Result() const { return m_failed ? FailWith(m_error) : 1; }
+}
 
-  private:
-    bool m_failed = false;
-    DWORD m_error = 0;
+struct WriteStep {
+    When when;
+    int (Halv::*run)();
+};
+constexpr WriteStep kWriteSteps[] = {
+    {When::UnlessCopyOnly, &Halv::SetKorvaultUser},
+    {When::UnlessCopyOnly, &Halv::SetKorvaultCompany},
+    {When::UnlessCopyOnly, &Halv::SetKorvaultHomeDir},
+    {When::UnlessCopyOnly, &Halv::SetKorvaultLogDir},
+    {When::UnlessCopyOnly, &Halv::SetKorvaultTempDir},
+    {When::Always, &Halv::SetKorvaultEnvironmentVariables},
+    {When::Always, &Halv::SetKorvaultManager},
+    {When::Always, &Halv::SetKorvaultServer},
+    {When::Always, &Halv::SetKorvaultAdmin},
+    {When::Always, &Halv::SetOVITProduct},
+    {When::WithServer, &Halv::SetKorvaultDBDir},
+    {When::WithServer, &Halv::SetKorvaultDatabase},
+    {When::WithServer, &Halv::SetKorvaultShellExtension},
+    {When::WithServer, &Halv::CreateKorvaultSNMPKey},
 };
 
 // What the product's programs keep below its base key, in the order of removal.
@@ -82,11 +84,53 @@ void DeleteBaseSubkeys() {
     for (const char* name : kBaseSubkeys) Report(RegDeleteKeyA(base.Get(), name));
 }
 
-// What other products still use stays.
-void DeleteEmptyRoots(CHalvRegistry& object) {
-    CHalvRegistry::DeleteKorvaultBranch(0);
-    CHalvRegistry::DeleteHalvenorBranch(0);
-    object.DeleteHalvenorUserBranches(0);
+void DeleteGeneratedKey() {
+    DeleteBranch(HKEY_CURRENT_USER, "Software\\Local AppWizard-Generated Applications",
+                 "Central Database Configuration");
+}
+
+// Removals ignore failures: every step runs whatever became of the others.
+struct DeleteStep {
+    When when;
+    void (*run)(Halv&);
+};
+constexpr DeleteStep kDeleteSteps[] = {
+    {When::Uninstalling, [](Halv& object) { object.DeleteKorvaultBaseBranch(); }},
+    {When::Uninstalling, [](Halv&) { Halv::DeleteKorvaultKey(Halv::m_sOldProducts); }},
+    {When::Uninstalling, [](Halv&) { Halv::DeleteKorvaultKey(kNewerOldProducts); }},
+    {When::Uninstalling, [](Halv&) { Halv::DeleteReactivonBranch(); }},
+    {When::Uninstalling, [](Halv& object) { object.DeleteKorvaultUserBranches(); }},
+    {When::Uninstalling, [](Halv& object) { object.DeleteKorvaultSNMPKey(); }},
+    {When::Uninstalling, [](Halv& object) { object.DeleteKorvaultShellExtension(); }},
+    {When::Uninstalling, [](Halv& object) { object.DeleteOVITProductBranch(); }},
+    {When::Uninstalling, [](Halv&) { Halv::DeleteEnvironmentVariable("CATPATH"); }},
+    {When::Uninstalling, [](Halv&) { Halv::DeleteEnvironmentVariable("LNNAME"); }},
+    // A root that other products still use stays.
+    {When::Always, [](Halv&) { Halv::DeleteKorvaultBranch(0); }},
+    {When::Always, [](Halv&) { Halv::DeleteHalvenorBranch(0); }},
+    {When::Always, [](Halv& object) { object.DeleteHalvenorUserBranches(0); }},
+};
+constexpr DeleteStep kDynamicSteps[] = {
+    {When::Uninstalling, [](Halv&) { DeleteBaseSubkeys(); }},
+    {When::Uninstalling, [](Halv&) { DeleteGeneratedKey(); }},
+    {When::Uninstalling, [](Halv&) { Halv::DeleteKorvaultKey("ELODistributedServers"); }},
+    {When::Uninstalling, [](Halv&) { Halv::DeleteKorvaultKey(Halv::m_sOldProducts); }},
+    {When::Uninstalling, [](Halv&) { Halv::DeleteKorvaultKey(kNewerOldProducts); }},
+    {When::Uninstalling, [](Halv&) { Halv::DeleteReactivonBranch(); }},
+    {When::Uninstalling, [](Halv& object) { object.DeleteKorvaultUserBranches(); }},
+    {When::Uninstalling, [](Halv& object) { object.DeleteKorvaultShellExtension(); }},
+    {When::Uninstalling, [](Halv& object) { object.DeleteOVITProductBranch(); }},
+    {When::Uninstalling, [](Halv&) { Halv::DeleteKorvaultKey("ProductsConfigInfo"); }},
+    // A root that other products still use stays.
+    {When::Always, [](Halv&) { Halv::DeleteKorvaultBranch(0); }},
+    {When::Always, [](Halv&) { Halv::DeleteHalvenorBranch(0); }},
+    {When::Always, [](Halv& object) { object.DeleteHalvenorUserBranches(0); }},
+};
+int Remove(Halv& object, CSettings& settings, std::span<const DeleteStep> steps) {
+    for (const DeleteStep& step : steps) {
+        if (Applies(step.when, settings)) step.run(object);
+    }
+    return 1;
 }
 
 }  // namespace
@@ -95,46 +139,17 @@ int CHalvRegistry::Write() {
     if (!WritesWhole()) return 0;
     const LONG type = m_Settings.ProductType();
     if (type != 133 && type != 105) return 1;
-    Outcome outcome;
-    if (!m_Settings.IsCopyOnlyMode()) outcome.Run(*this, kIdentitySteps);
-    outcome.Run(*this, kProductSteps);
-    if (m_Settings.InstallServer()) outcome.Run(*this, kServerSteps);
-    return outcome.Result();
+    // Every step runs whatever the others gave. The error of the first failure is the one that is left.
+    bool failed = false;
+    DWORD error = 0;
+    for (const WriteStep& step : kWriteSteps) {
+        if (!Applies(step.when, m_Settings) || (this->*step.run)() || failed) continue;
+        failed = true;
+        error = GetLastError();
+    }
+    return failed ? FailWith(error) : 1;
 }
 
-int CHalvRegistry::Delete() {
-    if (!WritesWhole()) return 0;
-    if (m_Settings.UninstallKorvault()) {
-        DeleteKorvaultBaseBranch();
-        DeleteKorvaultKey(m_sOldProducts);
-        DeleteKorvaultKey(kNewerOldProducts);
-        DeleteReactivonBranch();
-        DeleteKorvaultUserBranches();
-        DeleteKorvaultSNMPKey();
-        DeleteKorvaultShellExtension();
-        DeleteOVITProductBranch();
-        DeleteEnvironmentVariable("CATPATH");
-        DeleteEnvironmentVariable("LNNAME");
-    }
-    DeleteEmptyRoots(*this);
-    return 1;
-}
+int CHalvRegistry::Delete() { return WritesWhole() ? Remove(*this, m_Settings, kDeleteSteps) : 0; }
 
-int CHalvRegistry::DeleteDynamicKey() {
-    if (!WritesWhole()) return 0;
-    if (m_Settings.UninstallKorvault()) {
-        DeleteBaseSubkeys();
-        DeleteBranch(HKEY_CURRENT_USER, "Software\\Local AppWizard-Generated Applications",
-                     "Central Database Configuration");
-        DeleteKorvaultKey("ELODistributedServers");
-        DeleteKorvaultKey(m_sOldProducts);
-        DeleteKorvaultKey(kNewerOldProducts);
-        DeleteReactivonBranch();
-        DeleteKorvaultUserBranches();
-        DeleteKorvaultShellExtension();
-        DeleteOVITProductBranch();
-        DeleteKorvaultKey("ProductsConfigInfo");
-    }
-    DeleteEmptyRoots(*this);
-    return 1;
-}
+int CHalvRegistry::DeleteDynamicKey() { return WritesWhole() ? Remove(*this, m_Settings, kDynamicSteps) : 0; }

@@ -337,7 +337,7 @@ class INSTALIB_API CHalvRegistry {
     // -- Branches and keys -------------------------------------------------------------------------------------------
 
     // Removes everything below `path` under `key`, not `path` itself and not its values. 1 also when there is no such
-    // key; 0 at the first key that cannot be removed.
+    // key; 0 at the first key that cannot be removed, and for an empty path, which would be the whole of `key`.
     static int DeleteSubKeys(HKEY key, const char* path);
     // The family's and the vendor's root: emptied first when `all`, else removed only when nothing is left below.
     static void DeleteKorvaultBranch(int all);

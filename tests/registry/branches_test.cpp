@@ -1,4 +1,6 @@
 // Removal of branches and keys: what goes, and above all what stays.
+#include <thread>
+
 #include "platform/handles.h"
 #include "tests/registry/registry_fixture.h"
 
@@ -7,187 +9,171 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char kVendor[] = "SOFTWARE\\Orvanex";
-constexpr char kScratch[] = "SOFTWARE\\InstalibTest";
-
-class Branches : public RegistryTest {
-  protected:
-    static std::string Below(const char* path, const char* name) { return std::string(path) + "\\" + name; }
-    static bool Exists(const std::string& key) { return KeyExists(HKEY_LOCAL_MACHINE, key); }
-    static void Make(const std::string& key) { MakeKey(HKEY_LOCAL_MACHINE, key); }
-};
+class Branches : public RegistryTest {};
 
 TEST_F(Branches, EmptyingAKeyKeepsTheKeyAndItsValues) {
-    Make(Below(kScratch, "a\\b\\c"));
-    Make(Below(kScratch, "d"));
-    SetText(HKEY_LOCAL_MACHINE, kScratch, "value", "kept");
-    EXPECT_EQ(CHalvRegistry::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch), 1);
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, kScratch), ElementsAre(" value 1 kept"));
-    EXPECT_EQ(CHalvRegistry::DeleteSubKeys(HKEY_LOCAL_MACHINE, "SOFTWARE\\InstalibTest\\missing"), 1);
+    for (const char* name : {"\\a\\b\\c", "\\d"}) Make(kScratch + name);
+    Put(kScratch, "value", "kept");
+    RegistryKey open;  // does not keep its name alive
+    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, (kScratch + "\\a\\b").c_str(), 0, KEY_READ, open.Receive()), 0);
+    EXPECT_EQ(Halv::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch.c_str()), 1);
+    EXPECT_THAT(List(kScratch), ElementsAre(" value 1 kept"));
+    EXPECT_EQ(Halv::DeleteSubKeys(HKEY_LOCAL_MACHINE, (kScratch + "\\missing").c_str()), 1);
 }
 
-TEST_F(Branches, OpenKeyElsewhereDoesNotKeepItsNameAlive) {
-    Make(Below(kScratch, "a\\b"));
+TEST_F(Branches, EmptyPathNeverEmptiesTheHandleItself) {
+    Make(kScratch + "\\a");
     RegistryKey open;
-    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, Below(kScratch, "a\\b").c_str(), 0, KEY_READ, open.Receive()), 0);
-    EXPECT_EQ(CHalvRegistry::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch), 1);
-    EXPECT_FALSE(Exists(Below(kScratch, "a")));
+    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kScratch.c_str(), 0, KEY_ALL_ACCESS, open.Receive()), 0);
+    for (const char* path : {static_cast<const char*>(nullptr), "", "\\"})
+        EXPECT_EQ(Halv::DeleteSubKeys(open.Get(), path), 0);
+    EXPECT_TRUE(Has(kScratch + "\\a"));
+}
+
+TEST_F(Branches, EmptyingEndsWhileAnotherThreadAddsKeys) {
+    std::thread other([] {
+        for (int i = 0; i < 300; ++i) Make(kScratch + "\\a\\" + std::to_string(i));
+    });
+    for (int i = 0; i < 100; ++i) {
+        if (Halv::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch.c_str()) == 0) {
+            EXPECT_EQ(GetLastError(), DWORD(ERROR_ACCESS_DENIED)) << "only a key that has gained one stays";
+        }
+    }
+    other.join();
+    EXPECT_EQ(Halv::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch.c_str()), 1);
+    EXPECT_THAT(List(kScratch), IsEmpty());
 }
 
 TEST_F(Branches, FamilyRootGoesOnlyWhenEmptyOrEmptiedFirst) {
     Make(kBase);
-    CHalvRegistry::DeleteKorvaultBranch(0);
-    CHalvRegistry::DeleteHalvenorBranch(0);
-    EXPECT_TRUE(Exists(kBase));
-    CHalvRegistry::DeleteKorvaultBranch(1);
-    EXPECT_FALSE(Exists(kRoot));
-    EXPECT_TRUE(Exists(kVendor));
-    CHalvRegistry::DeleteHalvenorBranch(0);
-    EXPECT_FALSE(Exists(kVendor));
-    Make(Below(kVendor, "Neighbour\\Key"));
-    CHalvRegistry::DeleteHalvenorBranch(1);
-    EXPECT_FALSE(Exists(kVendor));
+    Halv::DeleteKorvaultBranch(0);
+    Halv::DeleteHalvenorBranch(0);
+    EXPECT_TRUE(Has(kBase));
+    Halv::DeleteKorvaultBranch(1);
+    EXPECT_FALSE(Has(kRoot));
+    EXPECT_TRUE(Has(kVendor));
+    Halv::DeleteHalvenorBranch(0);
+    EXPECT_FALSE(Has(kVendor));
+    Make(kVendor + "\\Neighbour\\Key");
+    Halv::DeleteHalvenorBranch(1);
+    EXPECT_FALSE(Has(kVendor));
 }
 
 TEST_F(Branches, NamedBranchesGoWithTheirContentsAndNothingElse) {
     CHalvRegistry object(0, nullptr);
-    for (const char* key : {"Base\\Path\\x", "Reactivon\\x", "Other"}) Make(Below(kRoot, key));
-    Make(Below(kVendor, "ALERT\\CurrentVersion"));
+    for (const char* name : {"\\Base\\Path\\x", "\\Reactivon\\x", "\\Other"}) Make(kRoot + name);
+    Make(kAlert);
     object.DeleteKorvaultBaseBranch();
-    CHalvRegistry::DeleteReactivonBranch();
+    Halv::DeleteReactivonBranch();
     object.DeleteAlertBranch();
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, kVendor),
-                ElementsAre("[Zephranite Korvault Backup]", "[Zephranite Korvault Backup\\Other]"));
+    EXPECT_THAT(List(kVendor), ElementsAre("[Zephranite Korvault Backup]", "[Zephranite Korvault Backup\\Other]"));
 }
 
 TEST_F(Branches, UserCopiesGoUnderTheUserAndEveryProfile) {
     CHalvRegistry object(0, nullptr);
-    const std::string profile = Below(kProfiles, "S-1-5-21-1-2-3-1000");
-    for (const char* key : {"Zephranite Korvault Backup\\x", "Neighbour"}) {
-        MakeKey(HKEY_CURRENT_USER, Below(kVendor, key));
-        Make(profile + "\\" + Below(kVendor, key));
+    for (const std::string& key : {kRoot + "\\x", kVendor + "\\Neighbour"}) {
+        MakeKey(HKEY_CURRENT_USER, key);
+        Make(kProfile + "\\" + key);
     }
     object.DeleteKorvaultUserBranches();
-    EXPECT_THAT(Listing(HKEY_CURRENT_USER, kVendor), ElementsAre("[Neighbour]"));
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, profile + "\\" + kVendor), ElementsAre("[Neighbour]"));
     object.DeleteHalvenorUserBranches(0);
-    EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, Below(kVendor, "Neighbour")));
+    EXPECT_THAT(List(kVendor, HKEY_CURRENT_USER), ElementsAre("[Neighbour]"));
+    EXPECT_THAT(List(kProfile + "\\" + kVendor), ElementsAre("[Neighbour]"));
     object.DeleteHalvenorUserBranches(1);
     EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, kVendor));
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, profile), ElementsAre("[SOFTWARE]"));
+    EXPECT_THAT(List(kProfile), ElementsAre("[SOFTWARE]"));
 }
 
 TEST_F(Branches, KeysBelowTheRootsTakeALeadingBackslashOrNone) {
-    struct Operations {
-        int (*add)(CString);
-        void (*remove)(CString);
-        const char* root;
-    };
-    for (const Operations& below :
-         {Operations{&CHalvRegistry::AddHalvenorKey, &CHalvRegistry::DeleteHalvenorKey, kVendor},
-          Operations{&CHalvRegistry::AddKorvaultKey, &CHalvRegistry::DeleteKorvaultKey, kRoot}}) {
-        for (const char* sub : {"Sub", "\\Sub"}) {
-            EXPECT_EQ(below.add("\\Sub\\Deep"), 1);
-            EXPECT_TRUE(Exists(Below(below.root, "Sub\\Deep")));
-            below.remove(sub);
-            EXPECT_FALSE(Exists(Below(below.root, "Sub"))) << sub;
-        }
-        below.add("Kept");
-        below.remove("");
-        below.remove("\\");
-        EXPECT_TRUE(Exists(Below(below.root, "Kept"))) << "an empty name is not the root";
+    for (const char* sub : {"Sub", "\\Sub"}) {
+        EXPECT_EQ(Halv::AddHalvenorKey("\\Sub\\Deep") + Halv::AddKorvaultKey("Sub\\Deep"), 2);
+        EXPECT_TRUE(Has(kVendor + "\\Sub\\Deep") && Has(kRoot + "\\Sub\\Deep"));
+        Halv::DeleteHalvenorKey(sub);
+        Halv::DeleteKorvaultKey(sub);
+        EXPECT_FALSE(Has(kVendor + "\\Sub") || Has(kRoot + "\\Sub")) << sub;
     }
+    for (const char* none : {"", "\\"}) {
+        Halv::DeleteHalvenorKey(none);
+        Halv::DeleteKorvaultKey(none);
+    }
+    EXPECT_TRUE(Has(kRoot)) << "an empty name is not the root";
 }
 
 TEST_F(Branches, ValuesAreSetInExistingKeysAndFoundBelowTheFormerVendor) {
     BYTE data[8] = {1, 2};
-    EXPECT_EQ(CHalvRegistry::SetKorvaultKeyValue("Sub", "v", REG_BINARY, data, 2), 0) << "the key is not created";
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_FILE_NOT_FOUND));
-    CHalvRegistry::AddKorvaultKey("Sub");
-    EXPECT_EQ(CHalvRegistry::SetKorvaultKeyValue("\\Sub", "v", REG_BINARY, data, 2), 1);
     DWORD type = 0;
     DWORD size = sizeof data;
-    EXPECT_EQ(CHalvRegistry::QueryKorvaultKeyValue("Sub", "v", &type, data, &size, nullptr), 1);
-    EXPECT_EQ(type, REG_BINARY);
-    EXPECT_EQ(size, 2u);
-    SetRaw(HKEY_LOCAL_MACHINE, "SOFTWARE\\Halvenor\\Sub", "v", REG_BINARY, {7, 7, 7});
-    SetRaw(HKEY_LOCAL_MACHINE, Below(kVendor, "Sub"), "v", REG_BINARY, TestBytes(9, 1));
-    size = sizeof data;
-    EXPECT_EQ(CHalvRegistry::QueryHalvenorKeyValue("Sub", "v", &type, data, &size, nullptr), 1);
+    EXPECT_EQ(Halv::SetKorvaultKeyValue("Sub", "v", REG_BINARY, data, 2), 0) << "the key is not created";
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_FILE_NOT_FOUND));
+    Halv::AddKorvaultKey("Sub");
+    EXPECT_EQ(Halv::SetKorvaultKeyValue("\\Sub", "v", REG_BINARY, data, 2), 1);
+    EXPECT_EQ(Halv::QueryKorvaultKeyValue("Sub", "v", &type, data, &size, nullptr), 1);
+    EXPECT_EQ(type + size, REG_BINARY + 2u);
+    EXPECT_EQ(Halv::QueryKorvaultKeyValue("Missing", "v", &type, data, &size, nullptr), 0);
+    Halv::AddHalvenorKey("Sub");
+    EXPECT_EQ(Halv::SetHalvenorKeyValue("Sub", "v", REG_BINARY, TestBytes(9, 1).data(), 9), 1);
+    SetRaw(HKEY_LOCAL_MACHINE, kFormer + "\\Sub", "v", REG_BINARY, {7, 7, 7});
+    EXPECT_EQ(Halv::QueryHalvenorKeyValue("Sub", "v", &type, data, &(size = sizeof data), nullptr), 1);
     EXPECT_EQ(size, 3u) << "the first value did not fit; the second gets the whole buffer";
-    size = sizeof data;
-    EXPECT_EQ(CHalvRegistry::QueryKorvaultKeyValue("Missing", "v", &type, data, &size, nullptr), 0);
 }
 
 TEST_F(Branches, FormerVendorsRootGoesWithItsLastKey) {
-    Make("SOFTWARE\\Halvenor\\A\\B");
-    Make("SOFTWARE\\Halvenor\\C");
-    CHalvRegistry::DeleteOldKorvaultKey("\\A");
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, "SOFTWARE\\Halvenor"), ElementsAre("[C]"));
-    CHalvRegistry::DeleteOldKorvaultKey("C");
-    EXPECT_FALSE(Exists("SOFTWARE\\Halvenor"));
+    for (const char* name : {"\\A\\B", "\\C"}) Make(kFormer + name);
+    Halv::DeleteOldKorvaultKey("\\A");
+    EXPECT_THAT(List(kFormer), ElementsAre("[C]"));
+    Halv::DeleteOldKorvaultKey("C");
+    EXPECT_FALSE(Has(kFormer));
 }
 
 TEST_F(Branches, AnotherDatabaseAgentIsOneThatIsNoVariant) {
-    const std::string agents = Below(kRoot, "dbaexch\\Agents");
+    const std::string agents = kRoot + "\\dbaexch\\Agents";
     CString dir = "untouched";
-    Make(agents + "\\dbaexch");
-    Make(agents + "\\dbaexch2");
-    Make(agents + "\\dbaxchg2");
-    EXPECT_EQ(CHalvRegistry::ExistOther_DBAgents("dbaexch\\Agents\\dbaexch", 1, dir), 0);
+    for (const char* name : {"\\dbaexch", "\\dbaexch2", "\\dbaxchg2"}) Make(agents + name);
+    EXPECT_EQ(Halv::ExistOther_DBAgents("dbaexch\\Agents\\dbaexch", 1, dir), 0);
     EXPECT_STREQ(dir, "untouched");
-    EXPECT_EQ(CHalvRegistry::ExistOther_DBAgents("\\dbaexch\\Agents\\dbaxchg2", 1, dir), 1)
-        << "dbaexch is another key for dbaxchg2";
+    EXPECT_EQ(Halv::ExistOther_DBAgents("\\dbaexch\\Agents\\dbaxchg2", 1, dir), 1) << "dbaexch is another key";
     EXPECT_STREQ(dir, "") << "an agent without a library";
-    SetText(HKEY_LOCAL_MACHINE, agents + "\\dbaora", "dll", "C:\\ora\\bin\\agent.dll");
-    EXPECT_EQ(CHalvRegistry::ExistOther_DBAgents("dbaexch\\Agents\\dbaexch", 1, dir), 1);
+    Put(agents + "\\dbaora", "dll", "C:\\ora\\bin\\agent.dll");
+    EXPECT_EQ(Halv::ExistOther_DBAgents("dbaexch\\Agents\\dbaexch", 1, dir), 1);
     EXPECT_STREQ(dir, "C:\\ora\\bin");
-    SetText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Halvenor\\Agents\\dbasql", "dll", "C:\\sql\\agent.dll");
-    EXPECT_EQ(CHalvRegistry::ExistOther_DBAgents("Agents\\dbaexch", 0, dir), 1);
+    Put(kFormer + "\\Agents\\dbasql", "dll", "C:\\sql\\agent.dll");
+    EXPECT_EQ(Halv::ExistOther_DBAgents("Agents\\dbaexch", 0, dir), 1);
     EXPECT_STREQ(dir, "C:\\sql");
 }
 
 TEST_F(Branches, AgentsKeysGoByNameAndTheExchangePairTogether) {
-    const std::string agents = Below(kRoot, "Agents");
-    const auto make = [&] {
-        for (const char* name : {"dbaexch\\x", "old dbaexch", "dbaxchg2\\y", "dbaora"}) Make(agents + "\\" + name);
+    const auto left = [](const char* agent) {
+        for (const char* name : {"dbaexch\\x", "old dbaexch", "dbaxchg2\\y", "dbaora"})
+            Make(kRoot + "\\Agents\\" + name);
+        Halv::DeleteAgentSubKeys(agent, 1);
+        return List(kRoot + "\\Agents");
     };
-    make();
-    CHalvRegistry::DeleteAgentSubKeys("Agents\\dbaexch", 1);
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, agents), ElementsAre("[dbaora]", "[dbaxchg2]", "[dbaxchg2\\y]"));
-    make();
-    CHalvRegistry::DeleteAgentSubKeys("Agents\\dbaxchg2", 1);
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, agents), ElementsAre("[dbaora]", "[old dbaexch]"));
-    CHalvRegistry::DeleteAgentSubKeys("Agents\\", 1);
-    EXPECT_TRUE(Exists(agents + "\\dbaora")) << "no name is not every name";
+    EXPECT_THAT(left("Agents\\dbaexch"), ElementsAre("[dbaora]", "[dbaxchg2]", "[dbaxchg2\\y]"));
+    EXPECT_THAT(left("Agents\\dbaxchg2"), ElementsAre("[dbaora]", "[old dbaexch]"));
+    EXPECT_THAT(left("Agents\\"), testing::SizeIs(6)) << "no name is not every name";
 }
 
 // The product's registry name comes from its map library; without that library it is empty and names the unnamed value.
 TEST_F(Branches, OldRecordIsKeptForTheUpgradeAndDroppedAfterIt) {
-    const char* const kept = "SOFTWARE\\Orvanex\\KorvaultIT\\OldDBAgents";
-    const char* const source = "SOFTWARE\\Halvenor\\Products";
+    const std::string kept = kVendor + "\\KorvaultIT\\OldDBAgents";
     CSettings settings = ServerSettings();
     CHalvRegistry object(settings, 0, nullptr);
-    const char* const name = settings.Product();
     object.CreateOldProdDscrpt();
-    EXPECT_FALSE(Exists(kept));
-    PlantRecord(HKEY_LOCAL_MACHINE, source, name, Record(0x0605, 3));
+    EXPECT_FALSE(Has(kept));
+    PlantRecord(HKEY_LOCAL_MACHINE, kFormer + "\\Products", settings.Product(), Record(0x0605, 3));
     object.CreateOldProdDscrpt();
-    ASSERT_TRUE(GetRaw(HKEY_LOCAL_MACHINE, kept, name));
-    EXPECT_EQ(GetRaw(HKEY_LOCAL_MACHINE, kept, name)->data, BytesOf(Record(0x0605, 3)));
-    SetText(HKEY_LOCAL_MACHINE, kept, "other", "value");
+    ASSERT_TRUE(GetRaw(HKEY_LOCAL_MACHINE, kept, settings.Product()));
+    EXPECT_EQ(GetRaw(HKEY_LOCAL_MACHINE, kept, settings.Product())->data, BytesOf(Record(0x0605, 3)));
+    Put(kept, "other", "value");
     object.DeleteOldProdDscrpt();
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, kept), ElementsAre(" other 1 value"));
+    EXPECT_THAT(List(kept), ElementsAre(" other 1 value"));
+    Remove(kept);
     object.CreateOldProdDscrpt();
-    RegistryKey key;
-    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kept, 0, KEY_ALL_ACCESS, key.Receive()), 0);
-    RegDeleteValueA(key.Get(), "other");
-    key.Reset();
     object.DeleteOldProdDscrpt();
-    EXPECT_FALSE(Exists(kept));
+    EXPECT_FALSE(Has(kept));
     Make(kept);
     object.DeleteOldProdDscrpt();
-    EXPECT_TRUE(Exists(kept)) << "the rest is counted only after something was deleted";
+    EXPECT_TRUE(Has(kept)) << "the rest is counted only after something was deleted";
 }
 
 }  // namespace

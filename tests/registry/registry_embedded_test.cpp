@@ -1,8 +1,7 @@
 // What only the embedded machine can show: other machines, calls that fail, keys that may not be deleted, a service's
-// state, and the whole machine before and after.
+// state, double-byte paths.
 #include <algorithm>
 
-#include "instalib/setup_inf.h"
 #include "platform/embedded/control_services.h"
 #include "platform/embedded/control_system.h"
 #include "platform/handles.h"
@@ -16,18 +15,13 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::Pair;
 
-constexpr char kScratch[] = "SOFTWARE\\InstalibTest";
-constexpr char kView32[] = "SOFTWARE\\Wow6432Node\\Orvanex\\Zephranite Korvault Backup\\Products";
-
-// --- Another machine
-// --------------------------------------------------------------------------------------------------
-
 class RemoteRegistry : public RegistryTest {
   protected:
     void SetUp() override {
         RegistryTest::SetUp();
         AddMachine("OTHER");
         ASSERT_EQ(RegConnectRegistryA("OTHER", HKEY_LOCAL_MACHINE, m_other.Receive()), 0);
+        SetText(Other(), kBase + "\\Path", "HOME", "D:\\there");
     }
     void TearDown() override {
         m_other.Reset();
@@ -36,67 +30,59 @@ class RemoteRegistry : public RegistryTest {
     HKEY Other() const { return m_other.Get(); }
 
     static inline char s_other[] = "other";
+    static inline char s_nowhere[] = "NOWHERE";
 
   private:
     RegistryKey m_other;
 };
 
 TEST_F(RemoteRegistry, ReadsGoThereAndWritesStayHere) {
-    SetText(Other(), std::string(kBase) + "\\Path", "HOME", "D:\\there");
-    SetText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Orvanex\\ALERT\\CurrentVersion", "CurrentBuildNumber", "12");
-    SetText(Other(), "SOFTWARE\\Orvanex\\ALERT\\CurrentVersion", "CurrentBuildNumber", "34");
+    Put(kAlert, "CurrentBuildNumber", "12");
+    SetText(Other(), kAlert, "CurrentBuildNumber", "34");
     CSettings settings = ServerSettings();
     CHalvRegistry object(settings, 0, s_other);
     EXPECT_STREQ(object.GetKorvaultHomeDir(), "D:\\there");
     EXPECT_EQ(object.GetAlertBuildNumber(), 34u);
     EXPECT_EQ(object.SetKorvaultHomeDir(), 1);
-    EXPECT_EQ(GetText(Other(), std::string(kBase) + "\\Path", "HOME"), "D:\\there");
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, std::string(kBase) + "\\Path", "HOME"), "C:\\P");
+    EXPECT_EQ(GetText(Other(), kBase + "\\Path", "HOME"), "D:\\there");
+    EXPECT_EQ(Get(kBase + "\\Path", "HOME"), "C:\\P");
 }
 
 TEST_F(RemoteRegistry, RemotesThirtyTwoBitViewComesFirstWhereThereIsOne) {
     CHalvRegistry object(0, s_other);
-    PlantRecord(Other(), kView32, "X", Record(0x0606, 32));
-    EXPECT_EQ(object.GetBuildNumber("X"), 32);
-    PlantRecord(Other(), kProducts, "X", Record(0x0606, 64));
-    EXPECT_EQ(object.GetBuildNumber("X"), 32);
-    PlantRecord(Other(), "SOFTWARE\\Wow6432Node\\Orvanex\\Zephranite Quarion Management Center\\Products", "Q",
-                Record(0x0606, 33));
-    EXPECT_EQ(object.GetBuildNumber_QMC("Q"), 33);
-    DeleteKeyTree(Other(), kView32);
-    EXPECT_EQ(object.GetBuildNumber("X"), 64);
-    PlantRecord(Other(), kView32, "Y", Record(0x0606, 1));
+    const auto build = [&](const std::string& key, const char* name, WORD number) {
+        PlantRecord(Other(), key, name, Record(0x0606, number));
+        return *name == 'Q' ? object.GetBuildNumber_QMC(name) : object.GetBuildNumber(name);
+    };
+    EXPECT_EQ(build(kView32 + "\\Products", "X", 32), 32);
+    EXPECT_EQ(build(kProducts, "X", 64), 32);
+    EXPECT_EQ(build("SOFTWARE\\Wow6432Node\\Orvanex\\Zephranite Quarion Management Center\\Products", "Q", 33), 33);
     RegistryKey windows;
-    ASSERT_EQ(
-        RegOpenKeyExA(Other(), "SOFTWARE\\Microsoft\\Windows\\CurrentVersion", 0, KEY_ALL_ACCESS, windows.Receive()),
-        0);
+    ASSERT_EQ(RegOpenKeyExA(Other(), kWindows.c_str(), 0, KEY_ALL_ACCESS, windows.Receive()), 0);
     ASSERT_EQ(RegDeleteValueA(windows.Get(), "ProgramFilesDir (x86)"), 0);
-    EXPECT_EQ(object.IsProductInstalled("Y"), 0) << "no 32-bit view on a 32-bit machine";
+    EXPECT_EQ(object.GetBuildNumber("X"), 64) << "no 32-bit view on a 32-bit machine";
 }
 
 TEST_F(RemoteRegistry, UnreachableMachineNeverTurnsIntoThisOne) {
     tagProductStruct record = Record(0x0606, 7);
-    CHalvRegistry::RegisterProduct("X", &record);
-    CHalvRegistry::RegisterProduct("ZephraniteCB", &record);
-    CHalvRegistry::SetKorvaultHomeDir("C:\\here");
-    CHalvRegistry::SetKorvaultServer(1);
-    char nowhere[] = "NOWHERE";
-    OpenRegistry object(1, nowhere);
-    EXPECT_EQ(object.m_hKey, nullptr);
+    for (const char* name : {"X", "ZephraniteCB"}) Halv::RegisterProduct(name, &record);
+    Halv::SetKorvaultHomeDir("C:\\here");
+    Halv::SetKorvaultServer(1);
+    OpenRegistry object(1, s_nowhere);
     OpenRegistry copy(object);
     for (OpenRegistry* each : {&object, &copy}) {
+        EXPECT_EQ(each->m_hKey, nullptr);
         EXPECT_STREQ(each->GetKorvaultHomeDir(), "");
         EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_HANDLE));
-        EXPECT_EQ(each->IsKorvaultInstalled() + each->IsProductInstalled("X") + each->IsProductInstalled("X", nullptr),
+        EXPECT_EQ(each->IsKorvaultInstalled() + each->IsProductInstalled("X") + each->IsProductInstalled("X", nullptr) +
+                      each->IsKorvaultServerInstalled() + each->IsKorvaultFeatureSponsorInstalled() +
+                      each->GetKorvaultBuildNumber() + each->GetBuildNumber("X") +
+                      each->GetKorvaultProductInfo().wBuild,
                   0);
-        EXPECT_EQ(each->IsKorvaultServerInstalled() + each->IsKorvaultFeatureSponsorInstalled(), 0);
-        EXPECT_EQ(each->GetKorvaultBuildNumber() + each->GetBuildNumber("X"), 0);
-        EXPECT_EQ(each->GetKorvaultProductInfo().wBuild, 0);
     }
 }
 
 TEST_F(RemoteRegistry, EveryCopyHasAConnectionOfItsOwnAndEndsItOnce) {
-    SetText(Other(), std::string(kBase) + "\\Path", "HOME", "D:\\there");
     const std::size_t before = control::OpenCount(control::ResourceKind::Key);
     const auto connections = [&] { return control::OpenCount(control::ResourceKind::Key) - before; };
     CHalvRegistry assigned(0, nullptr);
@@ -115,100 +101,90 @@ TEST_F(RemoteRegistry, EveryCopyHasAConnectionOfItsOwnAndEndsItOnce) {
 }
 
 TEST_F(RemoteRegistry, EndOfAnObjectCancelsTheIpcConnectionOfAnotherMachineOnly) {
-    char nowhere[] = "NOWHERE";
     control::StartCounting();
     {
         const CHalvRegistry local(0, nullptr);
         const CHalvRegistry remote(0, s_other);
-        const CHalvRegistry unreachable(0, nowhere);
+        const CHalvRegistry unreachable(0, s_nowhere);
         SetLastError(0xdeadbeef);
     }
     EXPECT_EQ(GetLastError(), 0xdeadbeef) << "an object's end leaves the last error alone";
     EXPECT_THAT(control::StopCounting(), Contains(Pair("WNetCancelConnection2A", 2u)));
 }
 
-// --- Failing calls
-// ----------------------------------------------------------------------------------------------------
+// --- Failing calls ---
+
+tagProductStruct s_record{};
+BYTE s_data[32];
 
 struct Operation {
     const char* title;
-    void (*prepare)();
     int (*run)();
-    const char* ignored = nullptr;  // a call whose failure the operation's rules ignore
-    bool search = false;            // goes on to other places, so the last one's error is left
+    const char* ignored = "";  // a call whose failure the operation's rules ignore
+    bool search = false;       // goes on to other places, so the last one's error is left
+    CallKind kind = CallKind::Registry;
 };
-
-tagProductStruct s_record{};
-char s_buffer[32];
-
-int ReadAlertHome() {
-    std::strcpy(s_buffer, "old");
-    DWORD size = sizeof s_buffer;
-    const int result = CHalvRegistry::GetAlertHomeDir(s_buffer, &size, nullptr);
-    EXPECT_EQ(result, s_buffer[0] != '\0') << "a failure leaves an empty buffer";
-    return result;
-}
-
-int ReplaceList() {
-    RegistryKey key;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, kScratch, 0, KEY_ALL_ACCESS, key.Receive()) != 0) return 0;
-    return CHalvRegistry::AddAccessPermissionOnRegistryKey(key.Get(), 0);
-}
-
-int AskRights() {
-    RegistryKey key;
-    DWORD mask = 0;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, kScratch, 0, KEY_ALL_ACCESS, key.Receive()) != 0) return 0;
-    return CHalvRegistry::GetBuiltinDomainAccessMaskOnKey(key.Get(), 544, mask);
-}
 
 class RegistryFaults : public RegistryTest, public testing::WithParamInterface<Operation> {
   public:
-    static void Nothing() {}
-    static void Tree() { MakeKey(HKEY_LOCAL_MACHINE, std::string(kScratch) + "\\a\\b"); }
-    static void Agents() {
-        DeleteKeyTree(HKEY_LOCAL_MACHINE, kSnmpAgents);
-        SetText(HKEY_LOCAL_MACHINE, kSnmpAgents, "1", "A");
+    static int ReadAlertHome() {
+        DWORD size = sizeof s_data;
+        char* const text = reinterpret_cast<char*>(s_data);
+        const int result = Halv::GetAlertHomeDir(text, &size, nullptr);
+        EXPECT_EQ(result, *text != '\0') << "a failure leaves an empty buffer";
+        return result;
     }
-    static void Home() { CHalvRegistry::SetAlertHomeDir("C:\\A"); }
-    static void Catalog() { CHalvRegistry::SetEnvironmentVariableA("CATPATH", "x"); }
-    static void Shared() { SetNumber(HKEY_LOCAL_MACHINE, kSharedDlls, "x", 3); }
-    static void Sub() { CHalvRegistry::AddKorvaultKey("Sub"); }
+    static int AccessRights() {
+        RegistryKey key;
+        DWORD mask = 0;
+        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, kScratch.c_str(), 0, KEY_ALL_ACCESS, key.Receive()) != 0) return 0;
+        return Halv::AddAccessPermissionOnRegistryKey(key.Get(), 0) &&
+               Halv::GetBuiltinDomainAccessMaskOnKey(key.Get(), 544, mask);
+    }
+
+  protected:
+    static void Prepare() {
+        Make(kScratch + "\\a\\b");
+        Remove(kSnmpAgents);
+        Put(kSnmpAgents, "1", "A");
+        Halv::SetAlertHomeDir("C:\\A");
+        Halv::SetEnvironmentVariableA("CATPATH", "x");
+        SetNumber(HKEY_LOCAL_MACHINE, kWindows + "SharedDLLs", "x", 3);
+        Halv::AddKorvaultKey("Sub");
+    }
 };
 
 const Operation kOperations[] = {
-    {"RegisterProduct", &RegistryFaults::Nothing, [] { return CHalvRegistry::RegisterProduct("X", &s_record); }},
-    {"WriteText", &RegistryFaults::Nothing, [] { return CHalvRegistry::SetKorvaultHomeDir("C:\\P"); }},
-    {"WriteNumber", &RegistryFaults::Nothing, [] { return CHalvRegistry::SetPruningDays(3); }},
-    {"ReadText", &RegistryFaults::Home, &ReadAlertHome, nullptr, true},
-    {"EventSource", &RegistryFaults::Nothing,
-     [] { return CHalvRegistry::SetEventLogApplication("TestSource", "x", 7); }},
-    {"SetEnvironment", &RegistryFaults::Nothing, [] { return CHalvRegistry::SetEnvironmentVariableA("CATPATH", "x"); }},
-    {"DeleteEnvironment", &RegistryFaults::Catalog, [] { return CHalvRegistry::DeleteEnvironmentVariable("CATPATH"); }},
-    {"UninstallEntry", &RegistryFaults::Nothing,
-     [] { return CHalvRegistry::CreateUninstallKey("KorvaultNT", "n", "c"); }},
+    {"RegisterProduct", [] { return CHalvRegistry::RegisterProduct("X", &s_record); }},
+    {"WriteText", [] { return CHalvRegistry::SetKorvaultHomeDir("C:\\P"); }},
+    {"WriteNumber", [] { return CHalvRegistry::SetPruningDays(3); }},
+    {"ReadText", &RegistryFaults::ReadAlertHome, "", true},
+    {"EventSource", [] { return CHalvRegistry::SetEventLogApplication("TestSource", "x", 7); }},
+    {"DeleteEnvironment", [] { return CHalvRegistry::DeleteEnvironmentVariable("CATPATH"); }},
+    {"UninstallEntry", [] { return CHalvRegistry::CreateUninstallKey("KorvaultNT", "n", "c"); }},
     // The list's flush only hastens what Windows does anyway.
-    {"AnnounceAgent", &RegistryFaults::Agents, [] { return CHalvRegistry::SetSNMPRegistry("B"); }, "RegFlushKey"},
+    {"AnnounceAgent", [] { return CHalvRegistry::SetSNMPRegistry("B"); }, "RegFlushKey"},
     // A list that does not open counts as a list without the agent.
-    {"WithdrawAgent", &RegistryFaults::Agents, [] { return CHalvRegistry::DeleteSNMPRegistry("A"); }, "RegOpenKeyExA"},
-    {"CountUp", &RegistryFaults::Shared, [] { return CHalvRegistry::IncrementSharedDLLCount("x", 0); }},
-    {"CountDown", &RegistryFaults::Shared, [] { return CHalvRegistry::DecrementSharedDLLCount("x") == 2 ? 1 : 0; }},
-    {"AddKey", &RegistryFaults::Nothing, [] { return CHalvRegistry::AddKorvaultKey("Sub"); }},
-    {"SetKeyValue", &RegistryFaults::Sub,
-     [] { return CHalvRegistry::SetKorvaultKeyValue("Sub", "v", REG_BINARY, reinterpret_cast<BYTE*>(s_buffer), 3); }},
+    {"WithdrawAgent", [] { return CHalvRegistry::DeleteSNMPRegistry("A"); }, "RegOpenKeyExA"},
+    {"CountUp", [] { return CHalvRegistry::IncrementSharedDLLCount("x", 0); }},
+    {"CountDown", [] { return CHalvRegistry::DecrementSharedDLLCount("x") == 2 ? 1 : 0; }},
+    {"AddKey", [] { return CHalvRegistry::AddKorvaultKey("Sub"); }},
+    {"SetKeyValue", [] { return CHalvRegistry::SetKorvaultKeyValue("Sub", "v", REG_BINARY, s_data, 3); }},
     // A key that does not open counts as one with nothing below it; its deletion then tells.
-    {"DeleteSubKeys", &RegistryFaults::Tree, [] { return CHalvRegistry::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch); },
-     "RegOpenKeyExA"},
+    {"Empty", [] { return CHalvRegistry::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch.c_str()); }, "RegOpenKeyExA"},
+    {"RightsBySecurityCall", &RegistryFaults::AccessRights, "", false, CallKind::Security},
+    {"RightsByMemoryCall", &RegistryFaults::AccessRights, "", false, CallKind::Memory},
 };
 
 // Runs the operation until its n-th call of the kind does not come any more.
-void FailEveryCall(const Operation& operation, CallKind kind) {
+TEST_P(RegistryFaults, FailedCallIsReportedAndNothingStaysOpen) {
+    const Operation& operation = GetParam();
     for (unsigned n = 1; n < 100; ++n) {
-        operation.prepare();
-        if (operation.ignored != nullptr) control::ExemptCall(operation.ignored);
+        Prepare();
+        control::ExemptCall(operation.ignored);
         control::ExemptCall("RegCloseKey");  // a close that fails has still closed
         const std::size_t open = control::OpenCount();
-        control::FailCall(kind, n, ERROR_NOT_ENOUGH_MEMORY);
+        control::FailCall(operation.kind, n, ERROR_NOT_ENOUGH_MEMORY);
         SetLastError(0xdeadbeef);
         const int result = operation.run();
         const DWORD error = GetLastError();
@@ -218,124 +194,137 @@ void FailEveryCall(const Operation& operation, CallKind kind) {
         EXPECT_EQ(control::OpenCount(), open);
         EXPECT_EQ(result, fired ? 0 : 1);
         if (!fired) return;
-        if (operation.search) {
-            EXPECT_NE(error, 0xdeadbeef);
-        } else {
-            EXPECT_EQ(error, DWORD(ERROR_NOT_ENOUGH_MEMORY));
-        }
+        EXPECT_EQ(error, operation.search && error != 0xdeadbeef ? error : DWORD(ERROR_NOT_ENOUGH_MEMORY));
     }
     FAIL() << "the operation never ran to its end";
 }
 
-TEST_P(RegistryFaults, FailedCallIsReportedAndNothingStaysOpen) { FailEveryCall(GetParam(), CallKind::Registry); }
 INSTANTIATE_TEST_SUITE_P(, RegistryFaults, testing::ValuesIn(kOperations), kTitle);
 
-TEST_F(RegistryFaults, FailedCallOfTheAccessRightsIsReported) {
-    for (const CallKind kind : {CallKind::Security, CallKind::Memory}) {
-        FailEveryCall({"AddAccessPermission", &RegistryFaults::Tree, &ReplaceList}, kind);
-        FailEveryCall({"EffectiveRights", &RegistryFaults::Tree, &AskRights}, kind);
-    }
-}
-
-TEST_F(RegistryFaults, WholeWriteLosesNoMoreThanTheStepThatFailed) {
-    CSettings settings = ServerSettings();
-    const auto write = [&] {
-        DeleteKeyTree(HKEY_LOCAL_MACHINE, kBase);
-        MakeKey(HKEY_LOCAL_MACHINE, kSnmpAgents);
-        CHalvRegistry object(settings, 0, nullptr);
-        SetLastError(0xdeadbeef);
-        return object;
-    };
-    ASSERT_EQ(write().Write(), 1);
-    const std::size_t whole = Listing(HKEY_LOCAL_MACHINE, kBase).size();
-    unsigned n = 1;
-    for (bool fired = true; fired; ++n) {
-        ASSERT_LT(n, 500u);
-        CHalvRegistry object = write();
-        control::ExemptCall("RegCloseKey");
-        control::FailCall(CallKind::Registry, n, ERROR_NOT_ENOUGH_MEMORY);
-        const int result = object.Write();
-        const DWORD error = GetLastError();
-        fired = control::FaultFired();
-        SCOPED_TRACE(control::FaultedCall());
-        control::ClearFault();
-        EXPECT_EQ(control::OpenReport(), "");
-        EXPECT_EQ(error, result == 0 ? DWORD(ERROR_NOT_ENOUGH_MEMORY) : error);
-        // One value, and its key when it is the only one there.
-        EXPECT_GE(Listing(HKEY_LOCAL_MACHINE, kBase).size() + 2, whole);
-        EXPECT_TRUE(fired || result == 1);
-    }
-}
-
-// --- Rights, services, the whole machine
-// --------------------------------------------------------------------------------
-
-class RegistryOnMachine : public RegistryTest {
+// A whole operation with one of its registry calls failing, the n-th once or all from the n-th on.
+class WholeProductFaults : public RegistryTest {
   protected:
-    static void LeaveOnlyReading(const std::string& path) {
-        RegistryKey key;
-        ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_ALL_ACCESS, key.Receive()), 0);
-        SID_IDENTIFIER_AUTHORITY world = SECURITY_WORLD_SID_AUTHORITY;
-        AllocatedSid everyone;
-        ASSERT_TRUE(AllocateAndInitializeSid(&world, 1, SECURITY_WORLD_RID, 0, 0, 0, 0, 0, 0, 0, everyone.Receive()));
-        EXPLICIT_ACCESS_A entry{};
-        entry.grfAccessPermissions = KEY_READ;
-        entry.grfAccessMode = GRANT_ACCESS;
-        entry.Trustee.TrusteeForm = TRUSTEE_IS_SID;
-        entry.Trustee.ptstrName = static_cast<char*>(everyone.Get());
-        PACL list = nullptr;
-        ASSERT_EQ(SetEntriesInAclA(1, &entry, nullptr, &list), 0u);
-        const LocalBuffer owner(list);
-        ASSERT_EQ(
-            SetSecurityInfo(key.Get(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
-                            nullptr, nullptr, list, nullptr),
-            0u);
-    }
-    static void CreateSnmpService() {
-        const ServiceHandle manager(OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-        const ServiceHandle service(CreateServiceA(
-            manager.Get(), "SNMP", "SNMP", SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,
-            SERVICE_ERROR_NORMAL, "C:\\snmp.exe", nullptr, nullptr, nullptr, nullptr, nullptr));
-        ASSERT_TRUE(service);
+    static void ForEachFault(bool persistent, const auto& prepare, const auto& run, const auto& check) {
+        for (unsigned n = 1;; ++n) {
+            ASSERT_LT(n, 500u);
+            Make(kSnmpAgents);
+            CSettings settings = ServerSettings();
+            settings.UninstallKorvault(1);
+            prepare(settings);
+            CHalvRegistry object(settings, 0, nullptr);
+            control::ExemptCall("RegCloseKey");
+            control::FailCall(CallKind::Registry, n, ERROR_NOT_ENOUGH_MEMORY, persistent);
+            const int result = run(object);
+            const DWORD error = GetLastError();
+            const bool fired = control::FaultFired();
+            SCOPED_TRACE(control::FaultedCall() + " " + std::to_string(n));
+            control::ClearFault();
+            EXPECT_EQ(control::OpenReport(), "");
+            check(result, error, fired);
+            if (!fired) return;
+        }
     }
 };
 
-TEST_F(RegistryOnMachine, EmptyingStopsAtTheFirstKeyThatMayNotGo) {
-    for (const char* name : {"a\\x", "b", "c"}) MakeKey(HKEY_LOCAL_MACHINE, std::string(kScratch) + "\\" + name);
-    LeaveOnlyReading(std::string(kScratch) + "\\b");
-    EXPECT_EQ(CHalvRegistry::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch), 0);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_ACCESS_DENIED));
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, kScratch), ElementsAre("[b]", "[c]"));
+TEST_F(WholeProductFaults, WriteLosesNoMoreThanTheStepThatFailed) {
+    std::size_t whole = 0;
+    const auto write = [](CHalvRegistry& object) { return object.Write(); };
+    const auto prepare = [&](CSettings& settings) {
+        EXPECT_EQ(whole == 0 ? CHalvRegistry(settings, 0, nullptr).Write() : 1, 1);
+        whole = std::max(whole, List(kBase).size());
+        Remove(kBase);
+    };
+    ForEachFault(false, prepare, write, [&](int result, DWORD error, bool fired) {
+        EXPECT_EQ(error, result == 0 ? DWORD(ERROR_NOT_ENOUGH_MEMORY) : error);
+        EXPECT_GE(List(kBase).size() + 2, whole) << "one value, and its key when it is the only one there";
+        EXPECT_TRUE(fired || result == 1);
+    });
 }
 
+TEST_F(WholeProductFaults, RemovalNeverTakesWhatBelongsToOthers) {
+    for (const HKEY hive : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) MakeKey(hive, kVendor + "\\Neighbour\\x");
+    for (const std::string& key :
+         {kProfile + "\\" + kVendor + "\\Neighbour", kFormer + "\\Korvault", kRoot + "\\dbaora",
+          kListOfProducts + "\\Other", kSnmpAgents, kEnvironment, kAlert, kProducts, kWindows + "Uninstall\\Other",
+          kWindows + "Shell Extensions\\Approved", kWindows + "SharedDLLs"}) {
+        Put(key, "7", "another product's");
+    }
+    SetText(HKEY_CLASSES_ROOT, "Drive\\shellex\\ContextMenuHandlers\\{other}", "", "x");
+    const auto machine = [] {
+        Lines lines = List("SOFTWARE");
+        for (const Lines& more : {List("SYSTEM"), List("SOFTWARE", HKEY_CURRENT_USER)})
+            lines.insert(lines.end(), more.begin(), more.end());
+        std::sort(lines.begin(), lines.end());
+        return lines;
+    };
+    const Lines before = machine();
+    const auto write = [](CSettings& settings) {
+        EXPECT_EQ(CHalvRegistry(settings, 0, nullptr).Write(), 1);
+        for (const char* name : {"\\Base\\Admin\\x", "\\OldProducts", "\\Reactivon\\y"}) Make(kRoot + name);
+    };
+    for (const bool persistent : {false, true}) {
+        for (int (CHalvRegistry::*remove)() : {&CHalvRegistry::Delete, &CHalvRegistry::DeleteDynamicKey}) {
+            ForEachFault(
+                persistent, write, [&](CHalvRegistry& object) { return (object.*remove)(); },
+                [&](int result, DWORD, bool) {
+                    const Lines after = machine();
+                    Lines lost;
+                    std::set_difference(before.begin(), before.end(), after.begin(), after.end(),
+                                        std::back_inserter(lost));
+                    EXPECT_EQ(result, 1);
+                    EXPECT_THAT(lost, testing::IsEmpty());
+                });
+        }
+    }
+}
+
+// --- Rights, services, code pages ---
+
+class RegistryOnMachine : public RegistryTest {};
+
 TEST_F(RegistryOnMachine, SnmpServiceIsStartedAfterItsListHasChangedAndOnlyThen) {
-    SetText(HKEY_LOCAL_MACHINE, kSnmpAgents, "1", "A");
-    CreateSnmpService();
-    EXPECT_EQ(CHalvRegistry::DeleteSNMPRegistry("B"), 1);
-    EXPECT_EQ(control::ServiceState("SNMP"), DWORD(SERVICE_STOPPED)) << "nothing to withdraw";
-    EXPECT_EQ(CHalvRegistry::DeleteSNMPRegistry("A"), 1);
+    const ServiceHandle manager(OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+    ASSERT_TRUE(ServiceHandle(CreateServiceA(manager.Get(), "SNMP", "SNMP", SERVICE_ALL_ACCESS,
+                                             SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
+                                             "C:\\snmp.exe", nullptr, nullptr, nullptr, nullptr, nullptr)));
+    const auto callsOf = [](const char* agent) {
+        Put(kSnmpAgents, "1", "A");
+        control::StartCounting();
+        EXPECT_EQ(Halv::DeleteSNMPRegistry(agent), 1);
+        EXPECT_EQ(Get(kSnmpAgents, "1"), *agent == 'A' ? "<none>" : "A");
+        return control::StopCounting();
+    };
+    EXPECT_THAT(callsOf("B"), testing::Not(Contains(Pair("StartServiceA", testing::_)))) << "nothing to withdraw";
+    EXPECT_THAT(callsOf("A"), Contains(Pair("StartServiceA", 1u)));
     EXPECT_EQ(control::ServiceState("SNMP"), DWORD(SERVICE_RUNNING));
-    SetText(HKEY_LOCAL_MACHINE, kSnmpAgents, "1", "A");
-    control::StartCounting();
-    EXPECT_EQ(CHalvRegistry::DeleteSNMPRegistry("A"), 1);
-    EXPECT_THAT(control::StopCounting(),
+    EXPECT_THAT(callsOf("A"),
                 testing::AllOf(Contains(Pair("ControlService", 1u)), Contains(Pair("StartServiceA", 1u))));
     EXPECT_EQ(control::ServiceState("SNMP"), DWORD(SERVICE_RUNNING));
     control::ServiceScript refusing;
     refusing.controlsAccepted = 0;
     control::ScriptService("SNMP", refusing);
-    SetText(HKEY_LOCAL_MACHINE, kSnmpAgents, "1", "A");
-    control::StartCounting();
-    EXPECT_EQ(CHalvRegistry::DeleteSNMPRegistry("A"), 1) << "a service that does not stop keeps nothing alive";
-    EXPECT_THAT(control::StopCounting(), testing::Not(Contains(Pair("StartServiceA", testing::_))));
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kSnmpAgents, "1"), "<none>");
+    EXPECT_THAT(callsOf("A"), testing::Not(Contains(Pair("StartServiceA", testing::_)))) << "it did not stop";
 }
 
 TEST_F(RegistryOnMachine, SponsorFeatureMayBeKnownToTheWindowsInstallerOnly) {
     control::SetProductState("{6EC61024-C69A-40C4-BFC9-FA5DB78C88AD}", 5);
-    EXPECT_EQ(CHalvRegistry::IsKorvaultFeatureSponsorInstalled(HKEY_LOCAL_MACHINE), 1);
-    EXPECT_EQ(CHalvRegistry::IsKorvaultFeatureSponsorInstalled(HKEY_CURRENT_USER), 0)
-        << "asked of the local machine only";
+    EXPECT_EQ(Halv::IsKorvaultFeatureSponsorInstalled(HKEY_LOCAL_MACHINE), 1);
+    EXPECT_EQ(Halv::IsKorvaultFeatureSponsorInstalled(HKEY_CURRENT_USER), 0) << "asked of the local machine only";
+}
+
+// In Japan's code page "\x83\x5C" is one character, whose second byte looks like a backslash.
+TEST_F(RegistryOnMachine, SecondByteOfACharacterIsNoBackslash) {
+    ASSERT_TRUE(control::SetCodePage(932));
+    CSettings settings = ServerSettings();
+    settings.ClientAgentPath("C:\\\x83\x5C");
+    EXPECT_EQ(CHalvRegistry(settings, 0, nullptr).SetClientAgentHomeDir(), 1);
+    EXPECT_EQ(Get(kRoot + "\\ClientAgent\\Common", "Path"), "C:\\\x83\x5C");
+    EXPECT_EQ(Halv::SetKorvaultShellExtension("C:\\\x83\x5C"), 1);
+    EXPECT_EQ(GetText(HKEY_CLASSES_ROOT, "CLSID\\" + kClsid + "\\InProcServer32", ""), "C:\\\x83\x5C\\KSHELL.DLL");
+    CString dir;
+    Put(kRoot + "\\Agents\\dbaora", "dll", "C:\\D\\\x83\x5C.dll");
+    EXPECT_EQ(Halv::ExistOther_DBAgents("Agents\\dbaexch", 1, dir), 1);
+    EXPECT_STREQ(dir, "C:\\D");
 }
 
 }  // namespace

@@ -6,29 +6,23 @@
 
 namespace {
 
-// Where the tests leave something outside the family's own keys.
-constexpr const char* kMachineKeys[] = {
-    "SYSTEM\\CurrentControlSet\\Services\\SNMP",
-    "SYSTEM\\CurrentControlSet\\Services\\DbaRpcService",
-    "SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\TestSource",
-    "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\KorvaultNT",
-    "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-1-2-3-1000",
-    "SOFTWARE\\V",
-};
+std::string Content(DWORD type, const BYTE* data, DWORD size) {
+    if (type == REG_DWORD) return std::to_string(*reinterpret_cast<const DWORD*>(data));
+    return reinterpret_cast<const char*>(data) + std::string(size == 0 || data[size - 1] != 0 ? "?" : "");
+}
 
-void List(HKEY root, const std::string& path, const std::string& relative, std::vector<std::string>& lines) {
+void ListInto(HKEY root, const std::string& path, const std::string& relative, Lines& lines) {
     RegistryKey key;
     if (RegOpenKeyExA(root, path.c_str(), 0, KEY_READ, key.Receive()) != 0) return;
     const std::ptrdiff_t values = std::ssize(lines);
     for (DWORD index = 0;; ++index) {
         char name[256] = "";
-        BYTE data[512] = {};
+        alignas(DWORD) BYTE data[512] = {};
         DWORD nameSize = sizeof name;
         DWORD size = sizeof data - 1;
         DWORD type = 0;
         if (RegEnumValueA(key.Get(), index, name, &nameSize, nullptr, &type, data, &size) != 0) break;
-        const std::string content = type == REG_DWORD ? std::to_string(data[0]) : reinterpret_cast<char*>(data);
-        lines.push_back(relative + " " + name + " " + std::to_string(type) + " " + content);
+        lines.push_back(relative + " " + name + " " + std::to_string(type) + " " + Content(type, data, size));
     }
     // Windows enumerates values in order of creation, Wine by name.
     std::sort(lines.begin() + values, lines.end());
@@ -38,7 +32,7 @@ void List(HKEY root, const std::string& path, const std::string& relative, std::
         if (RegEnumKeyExA(key.Get(), index, name, &size, nullptr, nullptr, nullptr, nullptr) != 0) break;
         const std::string below = relative.empty() ? name : relative + "\\" + name;
         lines.push_back("[" + below + "]");
-        List(root, path + "\\" + name, below, lines);
+        ListInto(root, path + "\\" + name, below, lines);
     }
 }
 
@@ -46,13 +40,17 @@ void List(HKEY root, const std::string& path, const std::string& relative, std::
 
 void RegistryTest::SetUp() {
     FreshMachine::SetUp();
-    for (const char* key : kMachineKeys) DeleteKeyTree(HKEY_LOCAL_MACHINE, key);
-    CHalvRegistry::DeleteKorvaultShellExtension("");
+    // Where the tests leave something outside the family's own keys.
+    for (const std::string& key : {kServices + "SNMP", kServices + "DbaRpcService", kEventSources + "TestSource",
+                                   kEventSources + "Alert Notification Server", kWindows + "Uninstall\\KorvaultNT",
+                                   kProfile, std::string("SOFTWARE\\V")}) {
+        Remove(key);
+    }
+    Halv::DeleteKorvaultShellExtension("");
     DeleteKeyTree(HKEY_CLASSES_ROOT, ".asx");
-    CHalvRegistry::DeleteEnvironmentVariable("CATPATH");
-    CHalvRegistry::DeleteEnvironmentVariable("LNNAME");
+    for (const char* name : {"CATPATH", "LNNAME", "RNNAME"}) Halv::DeleteEnvironmentVariable(name);
     SetCurrentDirectoryA(Folder().c_str());
-    CHalvRegistry builtInRoots;
+    Halv builtInRoots;
     SetLastError(0xdeadbeef);
 }
 
@@ -96,14 +94,8 @@ void RegistryTest::PlantRecord(HKEY root, const std::string& key, const char* na
     SetRaw(root, key, name, REG_BINARY, BytesOf(record));
 }
 
-std::vector<std::string> RegistryTest::Listing(HKEY root, const std::string& key) {
-    std::vector<std::string> lines;
-    List(root, key, "", lines);
+Lines RegistryTest::List(const std::string& key, HKEY root) {
+    Lines lines;
+    ListInto(root, key, "", lines);
     return lines;
-}
-
-TestBytes RegistryTest::Text(std::string_view text) {
-    TestBytes bytes(text.begin(), text.end());
-    bytes.push_back(0);
-    return bytes;
 }

@@ -1,5 +1,5 @@
 // What the tests of the registry class share: a fresh machine with the built-in roots, settings of a server product, an
-// object whose fields can be seen, and keys listed as text.
+// object whose fields can be seen, and keys of the local machine in one line each.
 #ifndef INSTALIB_TESTS_REGISTRY_FIXTURE_H
 #define INSTALIB_TESTS_REGISTRY_FIXTURE_H
 
@@ -8,13 +8,23 @@
 #include "instalib/registry.h"
 #include "tests/support/fresh_machine.h"
 
-inline constexpr char kRoot[] = "SOFTWARE\\Orvanex\\Zephranite Korvault Backup";
-inline constexpr char kBase[] = "SOFTWARE\\Orvanex\\Zephranite Korvault Backup\\Base";
-inline constexpr char kProducts[] = "SOFTWARE\\Orvanex\\Zephranite Korvault Backup\\Products";
-inline constexpr char kSnmpAgents[] = "SYSTEM\\CurrentControlSet\\Services\\SNMP\\Parameters\\ExtensionAgents";
-inline constexpr char kEnvironment[] = "SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment";
-inline constexpr char kSharedDlls[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs";
-inline constexpr char kProfiles[] = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList";
+inline const std::string kVendor = "SOFTWARE\\Orvanex";
+inline const std::string kRoot = kVendor + "\\Zephranite Korvault Backup";
+inline const std::string kBase = kRoot + "\\Base";
+inline const std::string kProducts = kRoot + "\\Products";
+inline const std::string kView32 = "SOFTWARE\\Wow6432Node\\Orvanex\\Zephranite Korvault Backup";
+inline const std::string kFormer = "SOFTWARE\\Halvenor";
+inline const std::string kAlert = kVendor + "\\ALERT\\CurrentVersion";
+inline const std::string kFormerAlert = kFormer + "\\ALERT\\CurrentVersion";
+inline const std::string kListOfProducts = kVendor + "\\OV-InstalledITProducts";
+inline const std::string kScratch = "SOFTWARE\\InstalibTest";
+inline const std::string kServices = "SYSTEM\\CurrentControlSet\\Services\\";
+inline const std::string kSnmpAgents = kServices + "SNMP\\Parameters\\ExtensionAgents";
+inline const std::string kEventSources = kServices + "EventLog\\Application\\";
+inline const std::string kEnvironment = "SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment";
+inline const std::string kWindows = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\";
+inline const std::string kProfile = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-1-2-3-1000";
+inline const std::string kClsid = "{e72925c0-b105-11cf-906f-0080d8001326}";
 
 // Names the cases of a table by their rows' title.
 inline constexpr auto kTitle = [](const auto& info) { return std::string(info.param.title); };
@@ -27,8 +37,12 @@ struct OpenRegistry : CHalvRegistry {
     using CHalvRegistry::m_sHomeDir;
 };
 
+using Lines = std::vector<std::string>;
+
 class RegistryTest : public FreshMachine {
   protected:
+    using Halv = CHalvRegistry;
+
     void SetUp() override;
 
     // A main server product with manager and server, in C:\P, its alert service in C:\A.
@@ -36,10 +50,17 @@ class RegistryTest : public FreshMachine {
     static tagProductStruct Record(WORD version, WORD build);
     static void PlantRecord(HKEY root, const std::string& key, const char* name, const tagProductStruct& record);
     static TestBytes BytesOf(const tagProductStruct& record);
-    // Everything below a key, one line a key ("[path]") or value ("path name type text"), paths relative to the key;
-    // the values of a key sorted.
-    static std::vector<std::string> Listing(HKEY root, const std::string& key);
-    static TestBytes Text(std::string_view text);  // with its terminator
+    // Everything below a key, one line a key ("[path]") or value ("path name type text", "?" behind a text without its
+    // terminator), paths relative to the key; the values of a key sorted.
+    static Lines List(const std::string& key, HKEY root = HKEY_LOCAL_MACHINE);
+
+    static void Put(const std::string& key, const char* name, std::string_view text) {
+        SetText(HKEY_LOCAL_MACHINE, key, name, text);
+    }
+    static std::string Get(const std::string& key, const char* name) { return GetText(HKEY_LOCAL_MACHINE, key, name); }
+    static void Make(const std::string& key) { MakeKey(HKEY_LOCAL_MACHINE, key); }
+    static bool Has(const std::string& key) { return KeyExists(HKEY_LOCAL_MACHINE, key); }
+    static void Remove(const std::string& key) { DeleteKeyTree(HKEY_LOCAL_MACHINE, key); }
 };
 
 #endif

@@ -3,106 +3,83 @@
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr char kVendor[] = "SOFTWARE\\Orvanex";
 
 class WholeProduct : public RegistryTest {
   protected:
     void SetUp() override {
         RegistryTest::SetUp();
-        MakeKey(HKEY_LOCAL_MACHINE, kSnmpAgents);
+        Make(kSnmpAgents);
     }
     static int WriteWith(CSettings settings) { return CHalvRegistry(settings, 0, nullptr).Write(); }
 };
 
-const std::vector<std::string> kServerBase = {"[Components]",
-                                              "Components ADMIN 4 1",
-                                              "Components MANAGER 4 1",
-                                              "Components SERVER 4 1",
-                                              "[Database]",
-                                              "Database DatabaseType 4 2",
-                                              "[Path]",
-                                              "Path DATABASE 1 C:\\P\\DATABASE",
-                                              "Path HOME 1 C:\\P",
-                                              "Path LOG 1 C:\\P\\LOG",
-                                              "Path TEMP 1 C:\\P\\TEMP",
-                                              "[SNMP]",
-                                              "SNMP Pathname 1 C:\\P\\tasnmp.dll",
-                                              "[User]",
-                                              "User Name 1 User",
-                                              "User Org 1 Company"};
+// clang-format off
+const Lines kServerBase = {
+    "[Components]", "Components ADMIN 4 1", "Components MANAGER 4 1", "Components SERVER 4 1", "[Database]",
+    "Database DatabaseType 4 2", "[Path]", "Path DATABASE 1 C:\\P\\DATABASE", "Path HOME 1 C:\\P", "Path LOG 1 C:\\P\\LOG",
+    "Path TEMP 1 C:\\P\\TEMP", "[SNMP]", "SNMP Pathname 1 C:\\P\\tasnmp.dll", "[User]", "User Name 1 User", "User Org 1 Company"};
+// clang-format on
 
-TEST_F(WholeProduct, ServerIsWrittenWholeAtConstruction) {
+TEST_F(WholeProduct, ServerIsWrittenWholeAtConstructionAndRemovedWithTheEmptyRoots) {
     CSettings settings = ServerSettings();
-    const CHalvRegistry object(settings, 1, nullptr);
-    EXPECT_EQ(Listing(HKEY_LOCAL_MACHINE, kBase), kServerBase);
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kEnvironment, "CATPATH"), "C:\\P\\DATABASE");
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kEnvironment, "RNNAME"), ComputerName());
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kSnmpAgents, "1"), std::string(kBase) + "\\SNMP");
+    CSettings nothing = settings;
+    nothing.UninstallKorvault(0);
+    const CHalvRegistry written(settings, 1, nullptr);
+    EXPECT_EQ(Get(kEnvironment, "CATPATH"), "C:\\P\\DATABASE");
+    EXPECT_EQ(Get(kEnvironment, "LNNAME"), "KORVAULT");
+    EXPECT_EQ(Get(kSnmpAgents, "1"), kBase + "\\SNMP");
     EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, "KorvaultScriptFile"));
-    EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, "SOFTWARE\\Orvanex\\OV-InstalledITProducts\\Zephranite Korvault Backup"));
+    EXPECT_TRUE(Has(kListOfProducts + "\\Zephranite Korvault Backup"));
+    for (const char* name : {"\\OldProducts", "\\OVOldProducts\\x", "\\Reactivon"}) Make(kRoot + name);
+    MakeKey(HKEY_CURRENT_USER, kRoot + "\\x");
+    EXPECT_EQ(CHalvRegistry(nothing, 0, nullptr).Delete(), 1);
+    EXPECT_EQ(List(kBase), kServerBase) << "not asked to remove the product";
+    settings.UninstallKorvault(1);
+    EXPECT_EQ(CHalvRegistry(settings, 0, nullptr).Delete(), 1);
+    EXPECT_THAT(List(kVendor), ElementsAre("[OV-InstalledITProducts]"));
+    EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, kVendor));
+    EXPECT_THAT(List(kSnmpAgents), IsEmpty());
+    EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, "KorvaultScriptFile"));
+    EXPECT_EQ(Get(kEnvironment, "CATPATH") + Get(kEnvironment, "LNNAME"), "<none><none>");
+    EXPECT_EQ(Get(kEnvironment, "RNNAME"), ComputerName());
 }
 
 TEST_F(WholeProduct, ProductTypeModeAndComponentsDecideTheSteps) {
     EXPECT_EQ(WriteWith(ServerSettings(24)), 1);
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kVendor));
+    EXPECT_FALSE(Has(kVendor));
     CSettings manager = ServerSettings(105, 1);
     manager.InstallServer(0);
     EXPECT_EQ(WriteWith(manager), 1);
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, kBase),
+    EXPECT_THAT(List(kBase),
                 ElementsAre("[Components]", "Components ADMIN 4 1", "Components MANAGER 4 1", "Components SERVER 4 0"));
 }
 
 TEST_F(WholeProduct, FailedStepIsReportedAndTheOthersStillRun) {
-    DeleteKeyTree(HKEY_LOCAL_MACHINE, kSnmpAgents);
+    Remove(kSnmpAgents);
     EXPECT_EQ(WriteWith(ServerSettings()), 0);
     EXPECT_EQ(GetLastError(), DWORD(ERROR_FILE_NOT_FOUND));
-    EXPECT_EQ(Listing(HKEY_LOCAL_MACHINE, kBase), kServerBase);
-}
-
-TEST_F(WholeProduct, DeleteRemovesTheProductAndTheEmptyRoots) {
-    CSettings settings = ServerSettings();
-    CHalvRegistry object(settings, 1, nullptr);
-    MakeKey(HKEY_LOCAL_MACHINE, std::string(kRoot) + "\\OldProducts");
-    MakeKey(HKEY_LOCAL_MACHINE, std::string(kRoot) + "\\OVOldProducts\\x");
-    MakeKey(HKEY_CURRENT_USER, std::string(kRoot) + "\\x");
-    CSettings nothing = ServerSettings();
-    nothing.UninstallKorvault(0);
-    EXPECT_EQ(CHalvRegistry(nothing, 0, nullptr).Delete(), 1);
-    EXPECT_EQ(Listing(HKEY_LOCAL_MACHINE, kBase), kServerBase) << "not asked to remove the product";
-    settings.UninstallKorvault(1);
-    EXPECT_EQ(CHalvRegistry(settings, 0, nullptr).Delete(), 1);
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, kVendor), ElementsAre("[OV-InstalledITProducts]"));
-    EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, kVendor));
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, kSnmpAgents), IsEmpty());
-    EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, "KorvaultScriptFile"));
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kEnvironment, "CATPATH"), "<none>");
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kEnvironment, "LNNAME"), "<none>");
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kEnvironment, "RNNAME"), ComputerName());
+    EXPECT_EQ(List(kBase), kServerBase);
 }
 
 TEST_F(WholeProduct, DynamicKeysGoAndTheBaseStays) {
     CSettings settings = ServerSettings();
     settings.UninstallKorvault(1);
-    for (const char* name : {"Admin\\x", "Path", "wizard\\y\\z", "Foreign\\x", "Domain\\member"}) {
-        MakeKey(HKEY_LOCAL_MACHINE, std::string(kBase) + "\\" + name);
-    }
     for (const char* name :
-         {"ELODistributedServers\\x", "OldProducts", "OVOldProducts", "Reactivon", "ProductsConfigInfo"}) {
-        MakeKey(HKEY_LOCAL_MACHINE, std::string(kRoot) + "\\" + name);
+         {"Base\\Admin\\x", "Base\\Path", "Base\\wizard\\y\\z", "Base\\Foreign\\x", "Base\\Domain\\member",
+          "ELODistributedServers\\x", "OldProducts", "OVOldProducts", "Reactivon", "ProductsConfigInfo"}) {
+        Make(kRoot + "\\" + name);
     }
     const std::string generated = "Software\\Local AppWizard-Generated Applications\\Central Database Configuration";
     MakeKey(HKEY_CURRENT_USER, generated + "\\Settings");
     EXPECT_EQ(CHalvRegistry(settings, 0, nullptr).DeleteDynamicKey(), 1);
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, kRoot), ElementsAre("[Base]", "[Base\\Domain]", "[Base\\Domain\\member]",
-                                                                "[Base\\Foreign]", "[Base\\Foreign\\x]"));
+    EXPECT_THAT(List(kRoot), ElementsAre("[Base]", "[Base\\Domain]", "[Base\\Domain\\member]", "[Base\\Foreign]",
+                                         "[Base\\Foreign\\x]"));
     EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, generated));
-    DeleteKeyTree(HKEY_LOCAL_MACHINE, std::string(kBase) + "\\Domain\\member");
+    Remove(kBase + "\\Domain\\member");
     EXPECT_EQ(CHalvRegistry(settings, 0, nullptr).DeleteDynamicKey(), 1);
-    EXPECT_THAT(Listing(HKEY_LOCAL_MACHINE, kRoot), ElementsAre("[Base]", "[Base\\Foreign]", "[Base\\Foreign\\x]"));
+    EXPECT_THAT(List(kRoot), ElementsAre("[Base]", "[Base\\Foreign]", "[Base\\Foreign\\x]"));
 }
 
 }  // namespace
