@@ -3,9 +3,9 @@
 #include <cstring>
 #include <utility>
 
-namespace {
+#include "foundation/text.h"
 
-const char* OrEmpty(const char* text) { return text == nullptr ? "" : text; }
+namespace {
 
 // FNV-1a.
 unsigned HashOf(const char* key) {

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include "foundation/text.h"
+#include "foundation/wipe.h"
 #include "instalib/exception.h"
 #include "platform/platform.h"
 
@@ -23,8 +25,6 @@ int SumOf(int first, int second) {
     if (first > INT_MAX - 1 - second) AfxThrowMemoryException();
     return first + second;
 }
-
-const char* OrEmpty(const char* text) { return text == nullptr ? "" : text; }
 
 char ToLower(char character) {
     return character >= 'A' && character <= 'Z' ? char(character - 'A' + 'a') : character;
@@ -184,10 +184,9 @@ void CString::ReleaseBuffer(int length) {
 }
 
 void CString::Wipe() noexcept {
-    // Through a volatile pointer the compiler may not leave the writes out.
-    volatile char* const bytes = m_pData;
-    for (int i = 0; i < m_nCapacity; ++i) bytes[i] = 0;
-    Empty();
+    if (m_nCapacity == 0) return;
+    WipeMemory(m_pData, std::size_t(m_nCapacity) + 1);
+    m_nLength = 0;
 }
 
 void CString::Assign(const char* text, int length) {

@@ -9,10 +9,10 @@
 namespace {
 
 CString AskLibrary(const CString& path, const char* entryPoint) {
-    char text[33] = "";  // the library may fill 32 bytes; the last one stays zero
+    char text[33] = "";  // one byte more than the library may fill
     const LoadedLibrary library(LoadLibraryExA(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
     if (auto* const getText = product::EntryPoint<product::GetVersionText>(library.Get(), entryPoint)) getText(text);
-    text[32] = '\0';
+    text[31] = '\0';
     return text;
 }
 

@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "foundation/text.h"
 #include "instalib/computer.h"
 #include "instalib/path.h"
 #include "platform/handles.h"
@@ -9,8 +10,6 @@ namespace {
 
 // Set for directories whose content stands elsewhere: links and mounted drives (FILE_ATTRIBUTE_REPARSE_POINT, winnt.h).
 constexpr DWORD kElsewhere = 0x00000400;
-
-const char* OrEmpty(const char* text) { return text == nullptr ? "" : text; }
 
 // A path in Windows' buffer of 260 bytes. One that would not fit is refused: cut, it would be another file's.
 class Path {
@@ -114,8 +113,11 @@ int CComputer::DirectoryExists(const char* path) {
 int CComputer::PathExists(const char* path) { return _access(OrEmpty(path), 0) == 0; }
 
 int CComputer::PathEmpty(const char* directory, const char* pattern) {
+    const CString text = WithBackSlash(directory);
+    if (text.IsEmpty()) return 1;
     int empty = 1;
-    ForEachMatch(WithBackSlash(directory), pattern == nullptr ? "*.*" : pattern, [&](const WIN32_FIND_DATAA&) {
+    // No entry's path is formed here, so that the pattern may lead into a directory below.
+    ForEachMatch(Path(text, "", pattern == nullptr ? "*.*" : pattern), [&](const WIN32_FIND_DATAA&) {
         empty = 0;
         return false;
     });

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "foundation/file_version.h"
+#include "foundation/text.h"
 #include "foundation/upgrade_log.h"
 #include "machine/machine_facts.h"
 #include "platform/product_libraries.h"
@@ -14,8 +15,6 @@ namespace {
 constexpr char kCurrentVersionKey[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion";
 constexpr int kProgramFilesFolder = 38;  // CSIDL_PROGRAM_FILES (shlobj.h)
 constexpr DWORD kDefaultPath = 1;        // SHGFP_TYPE_DEFAULT
-
-const char* OrEmpty(const char* text) { return text == nullptr ? "" : text; }
 
 // The one rule by which a machine is a 64-bit one.
 bool KnowsSecondProgramFiles(HKEY root) {
@@ -124,7 +123,7 @@ CString GetRemoteSystem32Path(const char* machine) {
     CString library;
     library.Format("%s\\System32\\%s", root, "msi.dll");
     char drive[_MAX_DRIVE] = "";
-    char directory[_MAX_DIR] = "";
+    char directory[sizeof root + sizeof "\\System32\\"] = "";  // a system root may be longer than a path's directory
     _splitpath(library, drive, directory, nullptr, nullptr);
     CString path;
     if (drive[0] != '\0') path.Format("\\\\%s\\%c$%s", machine, drive[0], directory);

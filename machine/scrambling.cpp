@@ -44,8 +44,8 @@ LoadedLibrary LoadFromCurrentDirectory(DWORD flags) {
 LoadedLibrary LoadFromProgramFolder() {
     char program[MAX_PATH] = "";
     char drive[_MAX_DRIVE] = "";
-    char directory[_MAX_DIR] = "";
-    char path[_MAX_DRIVE + _MAX_DIR + sizeof product::kScramblingLibrary] = "";
+    char directory[MAX_PATH] = "";
+    char path[_MAX_DRIVE + sizeof directory + sizeof product::kScramblingLibrary] = "";
     const DWORD length = GetModuleFileNameA(nullptr, program, sizeof program);
     if (length == 0 || length >= sizeof program) return LoadedLibrary();
     _splitpath(program, drive, directory, nullptr, nullptr);

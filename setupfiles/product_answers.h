@@ -1,5 +1,5 @@
-// What the family's libraries tell about the product being set up. A library or an entry point that is missing answers the
-// fallback, or 0.
+// What the family's libraries tell about the product being set up. A library or an entry point that is missing answers
+// the fallback, or 0.
 #ifndef INSTALIB_SETUPFILES_PRODUCT_ANSWERS_H
 #define INSTALIB_SETUPFILES_PRODUCT_ANSWERS_H
 

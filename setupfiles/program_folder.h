@@ -4,8 +4,8 @@
 
 #include "instalib/string.h"
 
-// The path's drive and directory with its final separator: "D:\DISK1\SETUP.EXE" gives "D:\DISK1\", "SETUP.EXE" gives "".
-// Empty for a path that is longer than Windows' 259 characters.
+// The path's drive and directory with its final separator: "D:\DISK1\SETUP.EXE" gives "D:\DISK1\", "SETUP.EXE" gives
+// "". Empty for a path that is longer than Windows' 259 characters.
 CString FolderOf(const char* path);
 
 // FolderOf the running program.

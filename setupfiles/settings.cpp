@@ -86,13 +86,13 @@ void CSettings::Construct() {
     SETTINGS_TEXT(Name, field)     \
     void CSettings::Name(const char* path) { field = DirectoryOf(path); }
 #define SETTINGS_BITS(Name, Mask, wanted, set, cleared) SETTINGS_BITS_IF(true, Name, Mask, wanted, set, cleared)
-#define SETTINGS_BITS_IF(condition, Name, Mask, wanted, set, cleared)               \
+#define SETTINGS_BITS_IF(condition, Name, Mask, wanted, set, cleared)                \
     int CSettings::Name() { return (m_dw##Mask##s & (wanted)) == (wanted) ? 1 : 0; } \
-    void CSettings::Name(int chosen) {                                              \
-        if (chosen != 0 && (condition))                                             \
-            Add##Mask(set);                                                         \
-        else                                                                        \
-            Remove##Mask(cleared);                                                  \
+    void CSettings::Name(int chosen) {                                               \
+        if (chosen != 0 && (condition))                                              \
+            Add##Mask(set);                                                          \
+        else                                                                         \
+            Remove##Mask(cleared);                                                   \
     }
 #include "setupfiles/settings_fields.def"
 
@@ -125,9 +125,7 @@ int CSettings::NewKorvaultInstall() {
     return m_bKorvaultExists == 0 || std::strcmp(m_sCurrentKorvaultPath, m_sKorvaultPath) != 0;
 }
 
-int CSettings::NewAlertInstall() {
-    return m_bAlertExists == 0 || std::strcmp(m_sCurrentAlertPath, m_sAlertPath) != 0;
-}
+int CSettings::NewAlertInstall() { return m_bAlertExists == 0 || std::strcmp(m_sCurrentAlertPath, m_sAlertPath) != 0; }
 
 DWORD CSettings::DiskSpaceNeeded() {
     if (m_dwComponents == 0) return 0;

@@ -49,7 +49,7 @@ bool SettingsInitialization::IsClientAgent() const {
 }
 bool SettingsInitialization::HasAnswers() { return m_answers.Exists() && !m_settings.m_bIsCopyOnlyMode; }
 
-// --- What every mode learns ----------------------------------------------------------------------------------------------
+// --- What every mode learns ----------------------------------------------------------------------------------------
 
 void SettingsInitialization::ReadProduct() {
     m_settings.m_sProduct = ProductNameFromMap(m_settings.m_lProductType, m_settings.m_sProduct);
@@ -89,7 +89,7 @@ void SettingsInitialization::FindClientAgent() {
     m_settings.m_bClientAgentExists = !m_settings.m_sClientAgentPath.IsEmpty();
 }
 
-// --- Uninstall mode ------------------------------------------------------------------------------------------------------
+// --- Uninstall mode ------------------------------------------------------------------------------------------------
 
 void SettingsInitialization::ChooseRemovals() {
     if (!m_settings.m_sProduct.IsEmpty()) {
@@ -105,7 +105,7 @@ void SettingsInitialization::ChooseRemovals() {
     m_settings.UninstallAlert(m_answers.UninstallAlert() && !m_settings.m_bPhagrixExists);
 }
 
-// --- Install mode --------------------------------------------------------------------------------------------------------
+// --- Install mode --------------------------------------------------------------------------------------------------
 
 void SettingsInitialization::FindProgramFiles() {
     char path[_MAX_PATH + 1] = "";

@@ -124,17 +124,19 @@ int CSetupIcf::WriteFlag(const char* section, const char* key, int flag) {
 // Rows name their sections in reading order; WrittenSection is the last.
 static const char* WrittenSection(std::initializer_list<const char*> sections) { return *(sections.end() - 1); }
 
-#define ICF_TEXT(Name, buffer, key, fallback, ...)                                                                   \
-    const char* CSetupIcf::Name() { return ReadText(buffer, sizeof buffer, key, fallback, {__VA_ARGS__}); }          \
+#define ICF_TEXT(Name, buffer, key, fallback, ...)                                                          \
+    const char* CSetupIcf::Name() { return ReadText(buffer, sizeof buffer, key, fallback, {__VA_ARGS__}); } \
     int CSetupIcf::Name(const char* text) { return WriteString(WrittenSection({__VA_ARGS__}), key, text); }
-#define ICF_PASSWORD(Name, buffer, key, ...)                                                                         \
-    const char* CSetupIcf::Name() { return ReadPassword(buffer, sizeof buffer, key, {__VA_ARGS__}); }                \
+#define ICF_PASSWORD(Name, buffer, key, ...)                                                          \
+    const char* CSetupIcf::Name() { return ReadPassword(buffer, sizeof buffer, key, {__VA_ARGS__}); } \
     int CSetupIcf::Name(const char* password) { return WritePassword(key, password); }
-#define ICF_FLAG(Name, flag, key, fallback, builtIn, ...)                                                            \
-    int CSetupIcf::Name() { return ReadFlag(flag, key, fallback, {__VA_ARGS__}); }                                   \
+#define ICF_FLAG(Name, flag, key, fallback, builtIn, ...)                          \
+    int CSetupIcf::Name() { return ReadFlag(flag, key, fallback, {__VA_ARGS__}); } \
     int CSetupIcf::Name(int value) { return WriteFlag(WrittenSection({__VA_ARGS__}), key, value); }
-#define ICF_FEATURE(Name, key, ...)                                                                                  \
-    int CSetupIcf::Name(const char* buffer, DWORD capacity) { return ReadFeature(buffer, capacity, key, {__VA_ARGS__}); }
+#define ICF_FEATURE(Name, key, ...)                               \
+    int CSetupIcf::Name(const char* buffer, DWORD capacity) {     \
+        return ReadFeature(buffer, capacity, key, {__VA_ARGS__}); \
+    }
 #include "setupfiles/setup_icf_accessors.def"
 
 // The oldest section has a key of its own for the path.

@@ -86,8 +86,8 @@ const CString CSetupIcf::m_sUpgradeIE = "UpgradeIE";
 const CString CSetupIcf::m_sLanguageID = "LanguageID";
 
 // Defaults with the accessor that returns them.
-#define ICF_DEFAULT(accessor, member, text)        \
-    const CString CSetupIcf::member = text;        \
+#define ICF_DEFAULT(accessor, member, text) \
+    const CString CSetupIcf::member = text; \
     const char* CSetupIcf::accessor() { return member; }
 ICF_DEFAULT(DefaultKorvaultPath, m_sDefaultKorvaultPath, "")
 ICF_DEFAULT(DefaultAlertPath, m_sDefaultAlertPath, "C:\\ALERT")

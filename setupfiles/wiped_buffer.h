@@ -1,4 +1,5 @@
-// A zero-filled scratch buffer for passwords, wiped when it goes. The capacity counts the terminator, which always stands.
+// A zero-filled scratch buffer for passwords, wiped when it goes. The capacity counts the terminator, which always
+// stands.
 #ifndef INSTALIB_SETUPFILES_WIPED_BUFFER_H
 #define INSTALIB_SETUPFILES_WIPED_BUFFER_H
 

@@ -27,8 +27,8 @@ KernelHandle ProcessToken() {
 AllocatedSid AdministratorsGroup() {
     SID_IDENTIFIER_AUTHORITY windows = {SECURITY_NT_AUTHORITY};
     AllocatedSid group;
-    Require(AllocateAndInitializeSid(&windows, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 0, 0, 0, 0, 0, 0,
-                                     group.Receive()),
+    Require(AllocateAndInitializeSid(&windows, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 0, 0, 0, 0, 0,
+                                     0, group.Receive()),
             "AllocateAndInitializeSid() failed");
     return group;
 }

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "platform/product_libraries.h"
 #include "system/access_list.h"
 #include "system/privilege.h"
 
@@ -92,9 +93,7 @@ int BuildList(const OldList& old, PSID account, DWORD mask, HeapBuffer& list) {
 int KeepInheritance(PSECURITY_DESCRIPTOR old, PSECURITY_DESCRIPTOR fresh) {
     using SetControl = BOOL WINAPI(PSECURITY_DESCRIPTOR, SECURITY_DESCRIPTOR_CONTROL, SECURITY_DESCRIPTOR_CONTROL);
     const LoadedLibrary library(LoadLibraryA("advapi32.dll"));
-    if (!library) return 1;
-    const auto setControl = reinterpret_cast<SetControl*>(
-        reinterpret_cast<void (*)()>(GetProcAddress(library.Get(), "SetSecurityDescriptorControl")));
+    const auto setControl = product::EntryPoint<SetControl>(library.Get(), "SetSecurityDescriptorControl");
     if (setControl == nullptr) return 1;
     SECURITY_DESCRIPTOR_CONTROL control = 0;
     DWORD revision = 0;

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "instalib/service.h"
-#include "platform/handles.h"
+#include "platform/product_libraries.h"
 
 namespace {
 
@@ -29,9 +29,7 @@ int RunWithSwitch(const char* path, const char* option) {
 int Describe(SC_HANDLE service, const char* text) {
     using ChangeConfig2 = BOOL WINAPI(SC_HANDLE, DWORD, LPVOID);
     const LoadedLibrary library(LoadLibraryA("ADVAPI32.DLL"));
-    if (!library) return 1;
-    const auto change = reinterpret_cast<ChangeConfig2*>(
-        reinterpret_cast<void (*)()>(GetProcAddress(library.Get(), "ChangeServiceConfig2A")));
+    const auto change = product::EntryPoint<ChangeConfig2>(library.Get(), "ChangeServiceConfig2A");
     if (change == nullptr) return 1;
     SERVICE_DESCRIPTIONA description{const_cast<char*>(text)};  // the record is read only
     return change(service, SERVICE_CONFIG_DESCRIPTION, &description);

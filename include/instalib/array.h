@@ -21,7 +21,7 @@ template <class TYPE, class ARG_TYPE = const TYPE&>
 class CArray {
   public:
     CArray() = default;
-    CArray(const CArray& other) { Append(other); }
+    CArray(const CArray& other) : CArray() { Append(other); }
     CArray(CArray&& other) noexcept { Swap(other); }
     ~CArray() { Discard(); }
     CArray& operator=(const CArray& other) {
@@ -84,10 +84,16 @@ class CArray {
     void InsertAt(int index, ARG_TYPE element, int count = 1) {
         if (index < 0 || count <= 0) return;
         const TYPE copy(element);  // `element` may stand in this array
-        const int first = std::max(index, m_nSize);
+        const int before = m_nSize;
+        const int first = std::max(index, before);
         Reserve(SumOf(first, count));
         SetSize(first);
-        std::uninitialized_fill(m_pData + first, m_pData + first + count, copy);
+        try {
+            std::uninitialized_fill(m_pData + first, m_pData + first + count, copy);
+        } catch (...) {
+            SetSize(before);
+            throw;
+        }
         m_nSize = first + count;
         std::rotate(m_pData + index, m_pData + first, m_pData + m_nSize);
     }

@@ -67,9 +67,10 @@ class INSTALIB_API CComputer {
     static int DirectoryExists(const char* path);
     static int PathExists(const char* path);
     // Whether the directory holds nothing that matches the pattern (null: "*.*") except "." and "..". A directory that is
-    // missing is empty.
+    // missing is empty. The pattern may lead into a directory below: "sub\*.dll".
     static int PathEmpty(const char* directory, const char* pattern);
-    // Deletes the files of the directory that match, read-only ones too, and leaves directories alone. Always 1.
+    // Deletes the files of the directory that match, read-only ones too, and leaves directories alone. Always 1. A pattern
+    // with a separator matches nothing here and in ChangeFilesAttribute.
     static int DeleteFiles(const char* directory, const char* pattern);
     // Deletes the directory with all below it, read-only files too. What cannot be deleted stays and does not change the
     // result, which is 0 only when a directory below could not be entered because its path is too long. Links to

@@ -18,16 +18,17 @@ class INSTALIB_API CCurrentUser {
     const char* GetUser();
     const char* GetDomain();
 
-    // The user name of the calling thread into `buffer`. `*size` is in: the buffer's bytes, out: the bytes of the name with
-    // its terminator, as Windows' user-name query counts them. Nonzero on success; otherwise 0, and the last error says why.
+    // The user name of the calling thread into `buffer`. `*size` is in: the buffer's bytes, out: the bytes of the name
+    // with its terminator, as Windows' user-name query counts them. Nonzero on success; otherwise 0, and the last error
+    // says why.
     static int GetUser(char* buffer, DWORD* size);
     // The domain of the process's account (the computer's name for a local account) into `buffer`. `*size` is in: the
-    // buffer's bytes, out: the length of the name without its terminator, or the bytes needed when the buffer is too small.
-    // Nonzero on success; otherwise 0, and the last error says why.
+    // buffer's bytes, out: the length of the name without its terminator, or the bytes needed when the buffer is too
+    // small. Nonzero on success; otherwise 0, and the last error says why.
     static int GetDomain(char* buffer, DWORD* size);
-    // 1 when Windows' access check grants the process's token what only Administrators may do, so that nested groups, deny
-    // entries and disabled groups count as they do everywhere; 0 for everybody else and for every failure. The calling
-    // thread impersonates the process meanwhile and has reverted on return.
+    // 1 when Windows' access check grants the process's token what only Administrators may do, so that nested groups,
+    // deny entries and disabled groups count as they do everywhere; 0 for everybody else and for every failure. The
+    // calling thread impersonates the process meanwhile and has reverted on return.
     static int IsAdministrator();
 
   private:

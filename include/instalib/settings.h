@@ -9,34 +9,34 @@
 #include "instalib/string.h"
 #include "instalib/windows_types.h"
 
-// What a front end knows before it asks the machine. Natural alignment. Texts are in the system's ANSI code page; one that
-// fills its field needs no terminator. Zero the record before filling it in.
+// What a front end knows before it asks the machine. Natural alignment. Texts are in the system's ANSI code page; one
+// that fills its field needs no terminator. Zero the record before filling it in.
 struct tagSETUP_INFO {
-    char productName[256];       // "PRODUCT - EDITION"
+    char productName[256];  // "PRODUCT - EDITION"
     char profile[261];
     char traceFile[261];
-    char sourcePath[261];        // directory of the medium, with its final backslash ("SETUP.INF" is appended directly)
-    char batchFile[261];         // the response file
+    char sourcePath[261];  // directory of the medium, with its final backslash ("SETUP.INF" is appended directly)
+    char batchFile[261];   // the response file
     char mifFile[261];
     char programGroupName[256];
     char logFile[261];
-    LONG productType;            // 133, 24, 25: main servers; 105: a further server; 1027, 62: client agents
+    LONG productType;  // 133, 24, 25: main servers; 105: a further server; 1027, 62: client agents
     int ignoreErrors;
     int trace;
-    int batchOperation;          // unattended: the answers come from the response file
-    int mif;                     // a status MIF file is wanted
+    int batchOperation;  // unattended: the answers come from the response file
+    int mif;             // a status MIF file is wanted
     int configurationOnly;
-    BYTE reserved[272];          // the front end's own; not read
-    int copyOnlyMode;            // files only: the response file is not asked
+    BYTE reserved[272];  // the front end's own; not read
+    int copyOnlyMode;    // files only: the response file is not asked
 };
 static_assert(offsetof(tagSETUP_INFO, profile) == 256 && offsetof(tagSETUP_INFO, traceFile) == 517 &&
-              offsetof(tagSETUP_INFO, sourcePath) == 778 && offsetof(tagSETUP_INFO, batchFile) == 1039 &&
-              offsetof(tagSETUP_INFO, mifFile) == 1300 && offsetof(tagSETUP_INFO, programGroupName) == 1561 &&
-              offsetof(tagSETUP_INFO, logFile) == 1817 && offsetof(tagSETUP_INFO, productType) == 2080 &&
-              offsetof(tagSETUP_INFO, ignoreErrors) == 2084 && offsetof(tagSETUP_INFO, trace) == 2088 &&
-              offsetof(tagSETUP_INFO, batchOperation) == 2092 && offsetof(tagSETUP_INFO, mif) == 2096 &&
-              offsetof(tagSETUP_INFO, configurationOnly) == 2100 && offsetof(tagSETUP_INFO, reserved) == 2104 &&
-              offsetof(tagSETUP_INFO, copyOnlyMode) == 2376 && sizeof(tagSETUP_INFO) == 2380,
+                  offsetof(tagSETUP_INFO, sourcePath) == 778 && offsetof(tagSETUP_INFO, batchFile) == 1039 &&
+                  offsetof(tagSETUP_INFO, mifFile) == 1300 && offsetof(tagSETUP_INFO, programGroupName) == 1561 &&
+                  offsetof(tagSETUP_INFO, logFile) == 1817 && offsetof(tagSETUP_INFO, productType) == 2080 &&
+                  offsetof(tagSETUP_INFO, ignoreErrors) == 2084 && offsetof(tagSETUP_INFO, trace) == 2088 &&
+                  offsetof(tagSETUP_INFO, batchOperation) == 2092 && offsetof(tagSETUP_INFO, mif) == 2096 &&
+                  offsetof(tagSETUP_INFO, configurationOnly) == 2100 && offsetof(tagSETUP_INFO, reserved) == 2104 &&
+                  offsetof(tagSETUP_INFO, copyOnlyMode) == 2376 && sizeof(tagSETUP_INFO) == 2380,
               "front ends hand this record over as bytes");
 
 // No accessor fails: getters return what is stored, setters store what they are given (a null text counts as empty). A
@@ -58,7 +58,8 @@ class INSTALIB_API CSettings {
     static const DWORD INSTALL_RAIMA = 2;
     static const DWORD UNINSTALL_SQL = 1;
 
-    // Built-in values only: everything 0 or empty, but the database mask and the database type, which are INSTALL_RAIMA.
+    // Built-in values only: everything 0 or empty, but the database mask and the database type, which are
+    // INSTALL_RAIMA.
     CSettings();
     // The built-in values, then the mode (nonzero: uninstallation) and the record's fields; a null record adds nothing.
     // The product name is split at its first " - ": "Backup - Small - X" has the short name "Backup", the edition
@@ -69,14 +70,15 @@ class INSTALIB_API CSettings {
     CSettings& operator=(const CSettings& other);
     ~CSettings();
 
-    // Learns what is installed from the product registry, reads the setup information file and the response file, chooses
-    // the default components and paths, and finds out whether this is the far end of a remote installation (it then deletes
-    // the marker file HOST.INI). To be called once, before the dialogs. What cannot be read leaves built-in values; nothing
-    // is reported. In install mode the medium's directory becomes the process's current directory.
+    // Learns what is installed from the product registry, reads the setup information file and the response file,
+    // chooses the default components and paths, and finds out whether this is the far end of a remote installation (it
+    // then deletes the marker file HOST.INI). To be called once, before the dialogs. What cannot be read leaves
+    // built-in values; nothing is reported. In install mode the medium's directory becomes the process's current
+    // directory.
     void Initialize();
 
-    // Mode of operation. ExpressSetup is 1 exactly when custom setup is 0. CustomSetup(0) also selects the standard set:
-    // server, manager, alert, admin, and HSM and the management framework where available.
+    // Mode of operation. ExpressSetup is 1 exactly when custom setup is 0. CustomSetup(0) also selects the standard
+    // set: server, manager, alert, admin, and HSM and the management framework where available.
     int Uninstall();
     int MIF();
     int BatchOperation();
@@ -105,7 +107,8 @@ class INSTALIB_API CSettings {
     const char* LogFile();
     const char* ProgramGroupName();
 
-    // The product. Product is its registry name and ComponentCode its code in upper case, both from the product map library.
+    // The product. Product is its registry name and ComponentCode its code in upper case, both from the product map
+    // library.
     const char* ProductName();
     const char* ProductShortName();
     const char* EditionName();
@@ -133,8 +136,8 @@ class INSTALIB_API CSettings {
     const char* CurrentAlertPath();
     const char* CurrentClientAgentPath();
 
-    // Chosen paths. The setters end a path with exactly one backslash: "C:\X" becomes "C:\X\"; an empty path and a path of
-    // nothing but backslashes become empty.
+    // Chosen paths. The setters end a path with exactly one backslash: "C:\X" becomes "C:\X\"; an empty path and a path
+    // of nothing but backslashes become empty.
     const char* KorvaultPath();
     void KorvaultPath(const char* path);
     const char* AlertPath();
@@ -165,10 +168,10 @@ class INSTALIB_API CSettings {
     const char* LaunchSetupProductName();
     const char* LaunchSetupFileName();
 
-    // Components to install or remove. A query is nonzero when all bits of its constant are set. A setter sets them for a
-    // nonzero argument and clears them for zero, but: the server brings the admin tool and clears only itself; HSM and the
-    // management framework bring the manager, clear only themselves, and are cleared instead of set when the medium has
-    // not got them (the framework also in a batch operation).
+    // Components to install or remove. A query is nonzero when all bits of its constant are set. A setter sets them for
+    // a nonzero argument and clears them for zero, but: the server brings the admin tool and clears only itself; HSM
+    // and the management framework bring the manager, clear only themselves, and are cleared instead of set when the
+    // medium has not got them (the framework also in a batch operation).
     int InstallManager();
     void InstallManager(int install);
     int InstallServer();
@@ -208,8 +211,8 @@ class INSTALIB_API CSettings {
     int AutoStartServices();
     void AutoStartServices(int start);
 
-    // The sum of the selected components' plain figures, 0 when none is selected. They are meant as units of 1,024 bytes;
-    // the front end compares the sum with the free space of the drive in the same unit.
+    // The sum of the selected components' plain figures, 0 when none is selected. They are meant as units of 1,024
+    // bytes; the front end compares the sum with the free space of the drive in the same unit.
     DWORD DiskSpaceNeeded();
 
   private:

@@ -1,5 +1,5 @@
-// The response file of an unattended setup, SETUP.ICF: a profile (INI) file that answers in advance what a front end would
-// ask, read and written entry by entry.
+// The response file of an unattended setup, SETUP.ICF: a profile (INI) file that answers in advance what a front end
+// would ask, read and written entry by entry.
 #ifndef INSTALIB_SETUP_ICF_H
 #define INSTALIB_SETUP_ICF_H
 
@@ -9,15 +9,15 @@
 #include "instalib/string.h"
 #include "instalib/windows_types.h"
 
-// A getter reads the file at each call and keeps the answer in the object. It tries the sections that its comment names in
-// that order, the next one only while the text is empty, and answers its default when the key is missing in the last one. When
-// the file was not found it answers what the object has kept: after Init an empty text, or the built-in value of a flag.
-// Text pointers stay valid until the next call of an accessor that shares the buffer, at the latest until the object goes.
-// Texts are cut to their buffer: 255, 259, 47 or 9 characters, as said below.
+// A getter reads the file at each call and keeps the answer in the object. It tries the sections that its comment names
+// in that order, the next one only while the text is empty, and answers its default when the key is missing in the last
+// one. When the file was not found it answers what the object has kept: after Init an empty text, or the built-in value
+// of a flag. Text pointers stay valid until the next call of an accessor that shares the buffer, at the latest until
+// the object goes. Texts are cut to their buffer: 255, 259, 47 or 9 characters, as said below.
 //
-// A setter writes at once, also when the file was not found (it is created then), to the section named last, and returns
-// nonzero on success; on failure 0, with the Windows error of the write as last error. Flags are written as "1" and "0" and
-// read as integers: leading decimal digits, anything else is 0. A null text removes the entry.
+// A setter writes at once, also when the file was not found (it is created then), to the section named last, and
+// returns nonzero on success; on failure 0, with the Windows error of the write as last error. Flags are written as "1"
+// and "0" and read as integers: leading decimal digits, anything else is 0. A null text removes the entry.
 class INSTALIB_API CSetupIcf {
   public:
     // Names of the file, of sections and of keys.
@@ -75,9 +75,9 @@ class INSTALIB_API CSetupIcf {
     CSetupIcf& operator=(const CSetupIcf& other);
     ~CSetupIcf();
 
-    // Takes the file as it is when it exists; otherwise SETUP.ICF beside the running program, whose read-only attribute is
-    // cleared so that it can be written. Empties what was kept. Nonzero when a file was found; when not, setters create
-    // SETUP.ICF beside the program, but getters find it only after Init is called again.
+    // Takes the file as it is when it exists; otherwise SETUP.ICF beside the running program, whose read-only attribute
+    // is cleared so that it can be written. Empties what was kept. Nonzero when a file was found; when not, setters
+    // create SETUP.ICF beside the program, but getters find it only after Init is called again.
     int Init(const char* file);
     int Exists();
 
@@ -87,16 +87,17 @@ class INSTALIB_API CSetupIcf {
     const char* CompanyName();
     int CompanyName(const char* text);
 
-    // Installation paths, recorded in Base. 259 characters. The product's: InstallPath in KorvaultInstall, then ProductPath in
-    // InstallPath and Base. The alert component's: AlertPath in KorvaultInstall, InstallPath, Base, with "C:\ALERT" for a
-    // missing key of the last two: what Base records is read back only when InstallPath has the key without a text.
+    // Installation paths, recorded in Base. 259 characters. The product's: InstallPath in KorvaultInstall, then
+    // ProductPath in InstallPath and Base. The alert component's: AlertPath in KorvaultInstall, InstallPath, Base, with
+    // "C:\ALERT" for a missing key of the last two: what Base records is read back only when InstallPath has the key
+    // without a text.
     const char* KorvaultPath();
     int KorvaultPath(const char* path);
     const char* AlertPath();
     int AlertPath(const char* path);
 
-    // Agents' paths: AgentPath in the agent's section (the client agent's: InstallPath, then ClientAgent). 259 characters.
-    // They share one buffer: a getter overwrites what the pointer of an earlier one shows.
+    // Agents' paths: AgentPath in the agent's section (the client agent's: InstallPath, then ClientAgent). 259
+    // characters. They share one buffer: a getter overwrites what the pointer of an earlier one shows.
     int AgentPath(const char* path);  // writes the client agent's
     const char* ClientAgentPath();
     int ClientAgentPath(const char* path);
@@ -191,9 +192,9 @@ class INSTALIB_API CSetupIcf {
     const char* KVDomainUserName();
     int KVDomainUserName(const char* user);
 
-    // Passwords: plain text in the sections of their family, scrambled in Base. Up to 96 characters are written, the getters
-    // keep 47. A setter writes nothing and returns 0 when the password is null or empty or cannot be scrambled; the getter is
-    // empty when it cannot be unscrambled.
+    // Passwords: plain text in the sections of their family, scrambled in Base. Up to 96 characters are written, the
+    // getters keep 47. A setter writes nothing and returns 0 when the password is null or empty or cannot be scrambled;
+    // the getter is empty when it cannot be unscrambled.
     const char* SystemAccountPassword();
     int SystemAccountPassword(const char* password);
     const char* KVDomainPassword();
@@ -222,8 +223,8 @@ class INSTALIB_API CSetupIcf {
     int InstallAdmin(int install);
     int InstallAlert();
     int InstallAlert(int install);
-    // Features of section Base: 1 when missing (InstalliPatron, InstallAV), or 0. The two wizards are built in as 1, the
-    // value without a file.
+    // Features of section Base: 1 when missing (InstalliPatron, InstallAV), or 0. The two wizards are built in as 1,
+    // the value without a file.
     int InstalliPatron();
     int InstalliPatron(int install);
     int InstallCPM();
@@ -243,7 +244,8 @@ class INSTALIB_API CSetupIcf {
     int OverwriteJobQueue(int overwrite);
     int UpgradeIE();
     int UpgradeIE(int upgrade);
-    // The management framework is no question of the response file: always 0, and the setter writes nothing and returns 0.
+    // The management framework is no question of the response file: always 0, and the setter writes nothing and returns
+    // 0.
     int InstallOGT();
     int InstallOGT(int install);
     // Section DatabaseOption; what Base says when that is 0. 0.
@@ -254,15 +256,16 @@ class INSTALIB_API CSetupIcf {
     int UninstallKorvault(int uninstall);
     int UninstallAlert();
     int UninstallAlert(int uninstall);
-    // The product domain: as the features of Install and Base, with section ZephraniteDomain; the password's only in Base. 1.
+    // The product domain: as the features of Install and Base, with section ZephraniteDomain; the password's only in
+    // Base. 1.
     int CreateKVDomain();
     int CreateKVDomain(int create);
     int SaveKVDomainPWD();
     int SaveKVDomainPWD(int save);
 
-    // A feature's entry as it stands, put into `buffer` (written although it is declared constant) of `capacity` characters
-    // with the terminator: manager, server, admin and antivirus from Install, then Base; the others from Base. 1 when there
-    // is a text; 0 otherwise, and without a file, a buffer or room the buffer is not touched.
+    // A feature's entry as it stands, put into `buffer` (written although it is declared constant) of `capacity`
+    // characters with the terminator: manager, server, admin and antivirus from Install, then Base; the others from
+    // Base. 1 when there is a text; 0 otherwise, and without a file, a buffer or room the buffer is not touched.
     int InstallManager(const char* buffer, DWORD capacity);
     int InstallServer(const char* buffer, DWORD capacity);
     int InstallAdmin(const char* buffer, DWORD capacity);
@@ -275,9 +278,9 @@ class INSTALIB_API CSetupIcf {
     // ProdSubType of section Install: 0 to 4; -1 when it is missing or another value, or without a file.
     int GetProductSubType();
 
-    // Any entry. GetInt: 1 and the integer (0 when missing) when the file was found, otherwise 0 and `value` is left alone.
-    // GetString: the characters stored in `buffer`, without the terminator; `capacity` counts it. Without a file 0 and the
-    // buffer is left alone.
+    // Any entry. GetInt: 1 and the integer (0 when missing) when the file was found, otherwise 0 and `value` is left
+    // alone. GetString: the characters stored in `buffer`, without the terminator; `capacity` counts it. Without a file
+    // 0 and the buffer is left alone.
     int GetInt(const char* section, const char* key, int* value);
     int GetString(const char* section, const char* key, char* buffer, int capacity = 260);
     int WriteString(const char* section, const char* key, const char* value);

@@ -6,17 +6,18 @@
 #include "instalib/string.h"
 
 // Each query reads the file anew and keeps its answer in the object; without the file, or when the entry is missing or
-// empty, the kept answer is given (0 or empty at first). Text pointers are valid until the same query is made again. Section
-// and key names compare without regard to case; integers are read from leading decimal digits.
+// empty, the kept answer is given (0 or empty at first). Text pointers are valid until the same query is made again.
+// Section and key names compare without regard to case; integers are read from leading decimal digits.
 //
-// Construction and SetKORsetupINFName make the file's directory the process's current directory, whether or not the file is
-// there, so that the relative names in it resolve against the medium.
+// Construction and SetKORsetupINFName make the file's directory the process's current directory, whether or not the
+// file is there, so that the relative names in it resolve against the medium.
 class INSTALIB_API CSetupInf {
   public:
     // The file's name, its sections and keys.
-    static const CString m_sKORSETUP_INF, m_sComponents, m_sDataMigration, m_sOGTFrameWork, m_sOGTFrameWorkSetupFileName,
-        m_sProductInfo, m_sProductName, m_sSetupFileName, m_sProdSubType, m_sProductType, m_sProdBuildNoRange, m_sSetup,
-        m_sSupport, m_sIE5InstallFileName, m_sConfigFileName, m_sMsiInstallFileName, m_sMsmInstallFileName;
+    static const CString m_sKORSETUP_INF, m_sComponents, m_sDataMigration, m_sOGTFrameWork,
+        m_sOGTFrameWorkSetupFileName, m_sProductInfo, m_sProductName, m_sSetupFileName, m_sProdSubType, m_sProductType,
+        m_sProdBuildNoRange, m_sSetup, m_sSupport, m_sIE5InstallFileName, m_sConfigFileName, m_sMsiInstallFileName,
+        m_sMsmInstallFileName;
 
     // Looks for SETUP.INF beside the running program.
     CSetupInf();
@@ -41,16 +42,17 @@ class INSTALIB_API CSetupInf {
     const char* GetSetupProductName();
     const char* GetSetupFileName();
 
-    // Full paths, resolved against the current directory: "BIN\X.MSI" in D:\SETUP.INF gives "D:\BIN\X.MSI". A result of more
-    // than 259 characters is not kept.
+    // Full paths, resolved against the current directory: "BIN\X.MSI" in D:\SETUP.INF gives "D:\BIN\X.MSI". A result of
+    // more than 259 characters is not kept.
     const char* GetIE5InstallFileName();
     const char* GetConfigFileName();
     const char* GetMsiFileName();
     const char* GetMsmFileName();
 
-    // The builds from which an update is allowed, at `key` of the section BuildNumber; only the first 9 characters count:
-    // "120,350" gives 120 and 350, ",350" gives 0 and 350, "350" gives 350 and 350. Returns 1 when from is at least 0 and to
-    // greater than 0, otherwise 0 with what was parsed (0 and 0 for a missing entry or file) in the outputs.
+    // The builds from which an update is allowed, at `key` of the section BuildNumber; only the first 9 characters
+    // count: "120,350" gives 120 and 350, ",350" gives 0 and 350, "350" gives 350 and 350. Returns 1 when from is at
+    // least 0 and to greater than 0, otherwise 0 with what was parsed (0 and 0 for a missing entry or file) in the
+    // outputs.
     int GetUpdateBuildNoRange(const char* key, int* from, int* to);
 
   private:

@@ -72,7 +72,7 @@ class INSTALIB_API CString {
     // length to what was written: up to the terminator, which is added at the buffer's end if missing, or as given.
     char* GetBuffer(int capacity);
     void ReleaseBuffer(int length = -1);
-    // Overwrites the text's memory with zeros before it empties the string; for passwords.
+    // Empties the string and overwrites its memory, which it keeps, with zeros; for passwords.
     void Wipe() noexcept;
 
   private:

@@ -1,3 +1,4 @@
+// The map of texts and the command line that is one.
 #include "instalib/command_line.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +19,42 @@ Entries EntriesOf(const CMapStringToString& map) {
         entries[std::string(key)] = value;
     }
     return entries;
+}
+
+TEST(MapTest, AgreesWithTheStandardMapOverManyChanges) {
+    CMapStringToString map;
+    Entries expected;
+    unsigned random = 1;
+    for (int i = 0; i < 20000; ++i) {
+        random = random * 1103515245u + 12345u;
+        const std::string key = "key" + std::to_string(random >> 16 & 0x3FF);
+        if (random & 0x80000000u) {
+            EXPECT_EQ(map.RemoveKey(key.c_str()) != 0, expected.erase(key) != 0);
+        } else {
+            map.SetAt(key.c_str(), std::to_string(i).c_str());
+            expected[key] = std::to_string(i);
+        }
+    }
+    EXPECT_EQ(EntriesOf(map), expected);
+    EXPECT_EQ(map.GetCount(), int(expected.size()));
+}
+
+TEST(MapTest, CopyIsIndependentAndWalksInTheOrderOfSetting) {
+    CMapStringToString map;
+    for (const char* key : {"z", "a", "m", "a"}) map.SetAt(key, key);
+    CMapStringToString copy(map);
+    map.RemoveKey("z");
+    std::string order;
+    for (POSITION position = copy.GetStartPosition(); position != nullptr;) {
+        CString key, value;
+        copy.GetNextAssoc(position, key, value);
+        order += key;
+        copy.RemoveKey(key);  // the entry just answered may go
+    }
+    EXPECT_EQ(order, "zam");
+    EXPECT_NE(copy.IsEmpty(), 0);
+    copy = map;
+    EXPECT_EQ(EntriesOf(copy), (Entries{{"a", "a"}, {"m", "m"}}));
 }
 
 struct Line {
@@ -56,8 +93,6 @@ INSTANTIATE_TEST_SUITE_P(
         Line{"SwitchCharacterIsAColon", ":a:b", ':', {{"a", "b"}}}),
     [](const auto& line) { return line.param.name; });
 
-TEST(CommandLineMapTest, NullLineGivesAnEmptyMap) { EXPECT_TRUE(CCommandLineMap(nullptr, '-').IsEmpty()); }
-
 TEST(CommandLineMapTest, QueriesAnswerSwitchesTextsAndDefaults) {
     const CCommandLineMap map("setup.exe -r:HOST -long:1 data", '-');
     EXPECT_NE(map.GetSwitch('r'), 0);
@@ -75,11 +110,9 @@ TEST(CommandLineMapTest, QueriesAnswerSwitchesTextsAndDefaults) {
     EXPECT_STREQ(value, "data");
     EXPECT_EQ(map.GetText(2, value), 0);
     EXPECT_STREQ(value, "data");
-}
-
-TEST(CommandLineMapTest, CopyKeepsItsEntries) {
-    const CCommandLineMap map("a -s", '-');
-    EXPECT_EQ(EntriesOf(CCommandLineMap(map)), (Entries{{"#0", "a"}, {"s", ""}}));
+    const CCommandLineMap copy(map);
+    EXPECT_EQ(EntriesOf(copy), (Entries{{"#0", "setup.exe"}, {"r", "HOST"}, {"long", "1"}, {"#1", "data"}}));
+    EXPECT_TRUE(CCommandLineMap(nullptr, '-').IsEmpty());
 }
 
 }  // namespace

@@ -38,10 +38,6 @@ TEST_F(FileVersionTest, FailureLeavesNothingOfTheModuleBefore) {
     EXPECT_EQ(version.m_fixed.dwSignature, 0u);
     EXPECT_STREQ(version.GetStringValue("ProductVersion"), "");
     EXPECT_EQ(version.Read("C:\\TEST\\missing.dll"), 0);
-}
-
-TEST_F(FileVersionTest, WrongSignatureFailsAndAMissingTranslationKeepsTheDefault) {
-    CFileVersion version;
     EXPECT_EQ(Read(version, {.codePage = 1250, .hasTranslation = false}), 1);
     EXPECT_EQ(version.m_wCodePage, 1252);
     EXPECT_EQ(version.m_wLanguage, 0);

@@ -15,47 +15,40 @@ struct PathCase {
     const char* appended;
 };
 
-void Check(const PathCase& test) {
-    SCOPED_TRACE(test.path);
-    CString path(test.path);
-    const int trimmed = TrimTailBackSlash(path);
-    EXPECT_EQ(trimmed, path.GetLength());
-    EXPECT_STREQ(path, test.trimmed);
-    path = test.path;
-    const int appended = AppendBackSlash(path);
-    EXPECT_EQ(appended, path.GetLength());
-    EXPECT_STREQ(path, test.appended);
-}
-
-class PathTest : public FreshMachine {};
+class PathTest : public FreshMachine {
+  protected:
+    static void Check(std::initializer_list<PathCase> cases) {
+        for (const PathCase& test : cases) {
+            SCOPED_TRACE(test.path);
+            CString path(test.path);
+            EXPECT_EQ(TrimTailBackSlash(path), int(std::string(test.trimmed).size()));
+            EXPECT_STREQ(path, test.trimmed);
+            path = test.path;
+            EXPECT_EQ(AppendBackSlash(path), int(std::string(test.appended).size()));
+            EXPECT_STREQ(path, test.appended);
+        }
+    }
+};
 
 TEST_F(PathTest, EndsInNoOrExactlyOneBackSlash) {
-    for (const PathCase& test : {
-             PathCase{"C:\\dir\\\\", "C:\\dir", "C:\\dir\\"},
-             PathCase{"C:\\dir", "C:\\dir", "C:\\dir\\"},
-             PathCase{"C:\\", "C:", "C:\\"},
-             PathCase{"\\", "", ""},
-             PathCase{"\\\\\\", "", ""},
-             PathCase{"", "", ""},
-             PathCase{"C:/dir/", "C:/dir/", "C:/dir/\\"},
-         }) {
-        Check(test);
-    }
+    Check({{"C:\\dir\\\\", "C:\\dir", "C:\\dir\\"},
+           {"C:\\dir", "C:\\dir", "C:\\dir\\"},
+           {"C:\\", "C:", "C:\\"},
+           {"\\", "", ""},
+           {"\\\\\\", "", ""},
+           {"", "", ""},
+           {"C:/dir/", "C:/dir/", "C:/dir/\\"}});
 }
 
 #ifndef _WIN32
 TEST_F(PathTest, KeepsABackSlashThatEndsADoubleByteCharacter) {
     ASSERT_TRUE(embedded::control::SetCodePage(932));
-    for (const PathCase& test : {
-             PathCase{"C:\\\x83\x5C", "C:\\\x83\x5C", "C:\\\x83\x5C\\"},            // one character
-             PathCase{"C:\\\x83\x5C\\\\", "C:\\\x83\x5C", "C:\\\x83\x5C\\"},        // and real ones behind it
-             PathCase{"\x83\x5C", "\x83\x5C", "\x83\x5C\\"},                        // nothing before it
-             PathCase{"\x83\x83\x5C", "\x83\x83", "\x83\x83\x5C"},                  // 0x83 is a second byte: real
-             PathCase{"a\x83\x83\x83\x5C", "a\x83\x83\x83\x5C", "a\x83\x83\x83\x5C\\"},  // three: two and one
-             PathCase{"\xB1\x5C", "\xB1", "\xB1\\"},                                // half-width: a single byte
-         }) {
-        Check(test);
-    }
+    Check({{"C:\\\x83\x5C", "C:\\\x83\x5C", "C:\\\x83\x5C\\"},                     // one character
+           {"C:\\\x83\x5C\\\\", "C:\\\x83\x5C", "C:\\\x83\x5C\\"},                 // and real ones behind it
+           {"\x83\x5C", "\x83\x5C", "\x83\x5C\\"},                                 // nothing before it
+           {"\x83\x83\x5C", "\x83\x83", "\x83\x83\x5C"},                           // 0x83 is a second byte: real
+           {"a\x83\x83\x83\x5C", "a\x83\x83\x83\x5C", "a\x83\x83\x83\x5C\\"},      // three: two and one
+           {"\xB1\x5C", "\xB1", "\xB1\\"}});                                       // half-width: a single byte
 }
 
 TEST_F(PathTest, CaseConversionLeavesDoubleByteCharactersAlone) {

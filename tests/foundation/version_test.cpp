@@ -1,15 +1,10 @@
 #include "instalib/version.h"
 
+#include <tuple>
+
 #include "tests/support/fresh_machine.h"
 
 namespace {
-
-struct VersionCase {
-    const char* version;
-    const char* build;
-    WORD versionWord;
-    WORD buildNumber;
-};
 
 class VersionTest : public FreshMachine {
   protected:
@@ -26,30 +21,23 @@ class VersionTest : public FreshMachine {
 };
 
 TEST_F(VersionTest, TextsBecomeNumbersOfEightAndSixteenBits) {
-    for (const VersionCase& test : {
-             VersionCase{"6.6", "4231", 0x0606, 4231},
-             VersionCase{"11.5", "70000", 0x0B05, 4464},
-             VersionCase{"6", "0", 0x0600, 0},
-             VersionCase{".5", "none", 0, 0},
-             VersionCase{"300.1", "12 beta", 0x2C01, 12},
-             VersionCase{"6.6.9", "", 0x0606, 0},
-             VersionCase{"x.7", "", 7, 0},
-             VersionCase{"", "", 0, 0},
-         }) {
-        SCOPED_TRACE(test.version);
-        Tell(test.version, test.build);
-        EXPECT_STREQ(InstalibGetVersionString(kLibrary), test.version);
-        EXPECT_STREQ(InstalibGetBuildString(kLibrary), test.build);
-        EXPECT_EQ(InstalibGetVersionNumber(kLibrary), test.versionWord);
-        EXPECT_EQ(InstalibGetBuildNumber(kLibrary), test.buildNumber);
-        EXPECT_EQ(InstalibGetVersionBuildNumber(kLibrary), DWORD(test.buildNumber) << 16 | test.versionWord);
+    using Case = std::tuple<const char*, const char*, WORD, WORD>;
+    for (const auto& [version, build, versionWord, buildNumber] :
+         {Case{"6.6", "4231", 0x0606, 4231}, Case{"11.5", "70000", 0x0B05, 4464}, Case{"6", "0", 0x0600, 0},
+          Case{".5", "none", 0, 0}, Case{"300.1", "12 beta", 0x2C01, 12}, Case{"6.6.9", "", 0x0606, 0},
+          Case{"x.7", "", 7, 0}, Case{"", "", 0, 0}}) {
+        SCOPED_TRACE(version);
+        Tell(version, build);
+        EXPECT_STREQ(InstalibGetVersionString(kLibrary), version);
+        EXPECT_STREQ(InstalibGetBuildString(kLibrary), build);
+        EXPECT_EQ(InstalibGetVersionNumber(kLibrary), versionWord);
+        EXPECT_EQ(InstalibGetBuildNumber(kLibrary), buildNumber);
+        EXPECT_EQ(InstalibGetVersionBuildNumber(kLibrary), DWORD(buildNumber) << 16 | versionWord);
     }
-}
-
-TEST_F(VersionTest, LibraryThatLeavesNoTerminatorIsCut) {
-    Tell("FULL", "FULL");
-    EXPECT_STREQ(InstalibGetVersionString(kLibrary), CString('9', 32));
-    EXPECT_STREQ(InstalibGetBuildString(kLibrary), CString('9', 32));
+    Tell("FULL", "FULL");  // 32 characters without a terminator
+    EXPECT_STREQ(InstalibGetVersionString(kLibrary), CString('9', 31));
+    EXPECT_STREQ(InstalibGetBuildString(kLibrary), CString('9', 31));
+    EXPECT_EQ(GetModuleHandleA(kLibrary), nullptr) << "released after the call";
 }
 
 TEST_F(VersionTest, MissingLibraryOrEntryPointTellsNothing) {
@@ -60,12 +48,6 @@ TEST_F(VersionTest, MissingLibraryOrEntryPointTellsNothing) {
         EXPECT_STREQ(InstalibGetBuildString(library), "");
         EXPECT_EQ(InstalibGetVersionBuildNumber(library), 0u);
     }
-}
-
-TEST_F(VersionTest, LibraryIsReleasedAfterTheCall) {
-    Tell("6.6", "1");
-    InstalibGetVersionBuildNumber(kLibrary);
-    EXPECT_EQ(GetModuleHandleA(kLibrary), nullptr);
 }
 
 }  // namespace

@@ -13,15 +13,12 @@ class ComputerTest : public FreshMachine {
 };
 
 TEST_F(ComputerTest, LocalMachineIsNullOrItsNameInAnyCase) {
-    std::string lower = ComputerName();
-    for (char& character : lower) character = char(character >= 'A' && character <= 'Z' ? character + 32 : character);
+    CString lower(ComputerName().c_str());
+    lower.MakeLower();
     EXPECT_EQ(CComputer::IsLocalMachine(nullptr), 1);
-    EXPECT_EQ(CComputer::IsLocalMachine(lower.c_str()), 1);
+    EXPECT_EQ(CComputer::IsLocalMachine(lower), 1);
     EXPECT_EQ(CComputer::IsLocalMachine(""), 0);
     EXPECT_EQ(CComputer::IsLocalMachine("NOSUCHPC"), 0);
-}
-
-TEST_F(ComputerTest, ObjectTellsTheLocalMachinesFacts) {
     const CComputer computer;
     const CComputer copy = computer;
     EXPECT_EQ(copy.Name(), ComputerName());
@@ -60,13 +57,10 @@ TEST_F(ComputerTest, ServerIsToldByTheProductTypeInAnyCase) {
     if (before != "<none>") SetText(HKEY_LOCAL_MACHINE, kOptions, "ProductType", before);
 }
 
-TEST_F(ComputerTest, VersionQueriesAnswerForThisProcessWhateverTheName) {
+TEST_F(ComputerTest, WindowsVersionIsThisProcessesWhateverTheNameAndJudgedByTheToolLibrary) {
     EXPECT_GE(CComputer::GetNTVersion("NOSUCHPC"), 5u);
     EXPECT_EQ(CComputer::IsNT4xOrLater("NOSUCHPC"), 1);
     EXPECT_EQ(CComputer::IsWindows95("NOSUCHPC"), 0);
-}
-
-TEST_F(ComputerTest, ToolLibraryJudgesTheWindowsVersion) {
     ASSERT_NE(CComputer::ChangeDirectory("C:\\TEST"), 0);
     EXPECT_EQ(CComputer::IsWindowsVersionOK(1, 2, 3), 0);
     PlaceLibrary("VERNONE.DLL", "C:\\TEST\\HSTOOL.DLL");

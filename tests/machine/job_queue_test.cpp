@@ -29,14 +29,22 @@ class JobQueueTest : public FreshMachine {
     }
 };
 
-TEST_F(JobQueueTest, WithoutAHomeDirectoryNothingIsFoundOrTouched) {
+TEST_F(JobQueueTest, WithoutHomeDirectoryLibraryOrEntryPointNothingIsFoundOrTouched) {
     WriteBytes("C:\\00000001.QSD\\x", "x");  // what a path without its home would name
     EXPECT_STREQ(CJobQueue::GetPath(), "");
     EXPECT_EQ(CJobQueue::QueueExists(), 0);
     EXPECT_EQ(CJobQueue::DeleteQueue(), 0);
     EXPECT_EQ(CJobQueue().Exists(), 0);
-    EXPECT_EQ(CJobQueue::CreateQueue("x"), 0);
-    EXPECT_EQ(CJobQueue::GetQueueJobStatus(1, 2), 2u);
+    DWORD number = 0;
+    for (int step = 0; step < 3; ++step) {  // neither home directory, library nor entry point; then one after the other
+        EXPECT_EQ(CJobQueue::CreateQueue("x"), 0);
+        EXPECT_EQ(CJobQueue::GetQueueJobStatus(1, 2), 2u);
+        EXPECT_EQ(CJobQueue::GetDefaultQueue(nullptr, nullptr, &number), 0);
+        if (step == 0) {
+            ASSERT_NE(CHalvRegistry::SetKorvaultHomeDir("C:\\TEST\\home"), 0);
+        }
+        if (step == 1) PlaceLibrary("VERNONE.DLL", "C:\\TEST\\home\\KVCORE.DLL");
+    }
     EXPECT_TRUE(FileExists("C:\\00000001.QSD\\x"));
     DeleteFileA("C:\\00000001.QSD\\x");
     RemoveDirectoryA("C:\\00000001.QSD");
@@ -67,36 +75,25 @@ TEST_F(JobQueueTest, QueueThatExistsCountsAsCreated) {
     }
 }
 
-TEST_F(JobQueueTest, ArgumentsAreForwardedUnchanged) {
+TEST_F(JobQueueTest, ArgumentsAreForwardedUnchangedAndTheStatusDecides) {
     InstallCore("C:\\TEST\\home");
     auto* const items = reinterpret_cast<tagQJOBITEM*>(this);
     DWORD number = 0;
     char text[] = "m";
-    EXPECT_EQ(CJobQueue::GetQueueJobs("q", 1, items, 2, &number, nullptr), 1);
-    EXPECT_EQ(Call(), "list q 1 set 2 null");
-    EXPECT_EQ(number, 7u);
-    EXPECT_EQ(CJobQueue::AddQueueJob("q", "j", 0xFFFF, "t", 3, &number), 1);
-    EXPECT_EQ(Call(), "add q j 65535 t 3");
-    EXPECT_EQ(CJobQueue::DeleteQueueJob("q", 4, 5), 1);
-    EXPECT_EQ(Call(), "delete q 4 5");
-    EXPECT_EQ(CJobQueue::GetDefaultQueue(text, nullptr, &number), 1);
-    EXPECT_EQ(Call(), "default m null");
-    Answer("123");
+    for (const auto& [status, result] : {std::pair{"0", 1}, {"123", 0}}) {
+        Answer(status);
+        EXPECT_EQ(CJobQueue::GetQueueJobs("q", 1, items, 2, &number, nullptr), result);
+        EXPECT_EQ(Call(), "list q 1 set 2 null");
+        EXPECT_EQ(CJobQueue::AddQueueJob("q", "j", 0xFFFF, "t", 3, &number), result);
+        EXPECT_EQ(Call(), "add q j 65535 t 3");
+        EXPECT_EQ(CJobQueue::DeleteQueueJob("q", 4, 5), result);
+        EXPECT_EQ(Call(), "delete q 4 5");
+        EXPECT_EQ(CJobQueue::GetDefaultQueue(text, nullptr, &number), result);
+        EXPECT_EQ(Call(), "default m null");
+        EXPECT_EQ(number, 7u);
+    }
     EXPECT_EQ(CJobQueue::GetQueueJobStatus(8, 9), 123u);
     EXPECT_EQ(Call(), "map 8 9");
-    EXPECT_EQ(CJobQueue::DeleteQueueJob("q", 4, 5), 0);
-    EXPECT_EQ(CJobQueue::AddQueueJob("q", "j", 1, "t", 3, &number), 0);
-}
-
-TEST_F(JobQueueTest, MissingLibraryOrEntryPointIsAFailure) {
-    ASSERT_NE(CHalvRegistry::SetKorvaultHomeDir("C:\\TEST\\home"), 0);
-    DWORD number = 0;
-    for (int step = 0; step < 2; ++step) {
-        EXPECT_EQ(CJobQueue::GetQueueJobStatus(1, 2), 2u);
-        EXPECT_EQ(CJobQueue::CreateQueue("x"), 0);
-        EXPECT_EQ(CJobQueue::GetDefaultQueue(nullptr, nullptr, &number), 0);
-        PlaceLibrary("VERNONE.DLL", "C:\\TEST\\home\\KVCORE.DLL");
-    }
 }
 
 }  // namespace

@@ -36,14 +36,14 @@ class ProbesTest : public FreshMachine {
 };
 
 TEST_F(ProbesTest, MachineIsRemoteWhenItIsNamedAndNotTheLocalOne) {
-    std::string lower = ComputerName();
-    for (char& character : lower) character = char(character >= 'A' && character <= 'Z' ? character + 32 : character);
+    CString lower(ComputerName().c_str());
+    lower.MakeLower();
     EXPECT_EQ(Is_Remote_Machine(nullptr), 0);
     EXPECT_EQ(Is_Remote_Machine(""), 0);
     EXPECT_EQ(Trace(), "");
-    EXPECT_EQ(Is_Remote_Machine(lower.c_str()), 0);
+    EXPECT_EQ(Is_Remote_Machine(lower), 0);
     EXPECT_EQ(Is_Remote_Machine("OTHER"), 1);
-    EXPECT_EQ(Trace(), "The machine(" + lower + ") is on the local ...\r\nThe machine(OTHER) is on the remote ...\r\n");
+    EXPECT_EQ(Trace(), "The machine(" + std::string(lower) + ") is on the local ...\r\nThe machine(OTHER) is on the remote ...\r\n");
 }
 
 TEST_F(ProbesTest, LocalMachineIs64BitWhenItHasASecondProgramFilesDirectory) {
@@ -67,10 +67,10 @@ TEST_F(ProbesTest, SmallBusinessServerIsToldByNameAndVersion) {
     EXPECT_EQ(IsSBS2000(), 0);
     SetText(HKEY_LOCAL_MACHINE, kOfficeKey, "SuiteName", "sbs");
     EXPECT_EQ(IsSBS2000(), 0);
-    SetText(HKEY_LOCAL_MACHINE, kOfficeKey, "Version", "2000");
-    EXPECT_EQ(IsSBS2000(), 1);
-    SetText(HKEY_LOCAL_MACHINE, kOfficeKey, "Version", "2000 SP1");
-    EXPECT_EQ(IsSBS2000(), 0);
+    for (const auto& [version, isOne] : {std::pair{"2000", 1}, {"2000 SP1", 0}}) {
+        SetText(HKEY_LOCAL_MACHINE, kOfficeKey, "Version", version);
+        EXPECT_EQ(IsSBS2000(), isOne) << version;
+    }
 }
 
 TEST_F(ProbesTest, ProgramFilesOfARootComeFromItsRegistryWithTheTerminatorCounted) {
@@ -117,16 +117,12 @@ void UseWindows2000() { control::SetWindowsVersion({5, 0, 2195, 2, ""}); }
 
 TEST_F(ProbesTest, OlderWindowsNeedsItsInstallersFileVersion) {
     UseWindows2000();
-    struct Case {
-        std::uint16_t version[4];
-        int enough;
-    };
-    for (const Case& test : {Case{{2, 0, 2600, 1}, 0}, Case{{2, 0, 2600, 2}, 1}, Case{{2, 0, 2601, 0}, 1},
-                             Case{{2, 1, 0, 0}, 1}, Case{{1, 9, 9999, 9}, 0}, Case{{3, 0, 0, 0}, 1}}) {
-        ModuleImage image;
-        std::copy(std::begin(test.version), std::end(test.version), image.fileVersion);
+    for (const auto& [image, enough] : {std::pair<ModuleImage, int>{{.fileVersion = {2, 0, 2600, 1}}, 0},
+                                        {{.fileVersion = {2, 0, 2600, 2}}, 1}, {{.fileVersion = {2, 0, 2601, 0}}, 1},
+                                        {{.fileVersion = {2, 1, 0, 0}}, 1}, {{.fileVersion = {1, 9, 9999, 9}}, 0},
+                                        {{.fileVersion = {3, 0, 0, 0}}, 1}}) {
         WriteBytes(kInstaller, BuildModule(image));
-        EXPECT_EQ(IsMsiVersionOK(nullptr), test.enough) << test.version[0] << "." << test.version[1];
+        EXPECT_EQ(IsMsiVersionOK(nullptr), enough) << image.fileVersion[0] << "." << image.fileVersion[1];
     }
     ASSERT_TRUE(DeleteFileA(kInstaller));
     EXPECT_EQ(IsMsiVersionOK(nullptr), 0);
@@ -155,8 +151,7 @@ TEST_F(ProbesTest, RemoteMachineIsAskedThroughItsShareAndItsRegistry) {
     EXPECT_STRCASEEQ(path.c_str(), "\\\\OTHER\\C$\\Windows\\System32\\");
     EXPECT_EQ(IsRemote_64Bit_System("other"), 1);
     EXPECT_EQ(IsMsiVersionOK("OTHER"), 1);
-    const std::string old = BuildModule({.fileVersion = {2, 0, 2600, 1}});
-    WriteBytes("C:\\TEST\\old.dll", old);
+    WriteBytes("C:\\TEST\\old.dll", BuildModule({.fileVersion = {2, 0, 2600, 1}}));
     ASSERT_TRUE(CopyFileA("C:\\TEST\\old.dll", (path + "Msi.dll").c_str(), FALSE));
     EXPECT_EQ(IsMsiVersionOK("OTHER"), 0) << "its Windows version does not speak for it";
     EXPECT_EQ(IsMsiVersionOK(nullptr), 1);

@@ -195,6 +195,7 @@ TEST_F(Registry, LimitsOfNames) {
     EXPECT_EQ(RegCloseKey(Create(m_key.Get(), longest).Release()), 0);
     EXPECT_EQ(OpenResult(m_key.Get(), longest), 0);
     EXPECT_EQ(OpenResult(m_key.Get(), longest + "k"), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(RegDeleteKeyA(m_key.Get(), longest.c_str()), 0);
     EXPECT_EQ(Set(std::string(16383, 'v').c_str(), {1}), 0);
     EXPECT_EQ(Set(std::string(16384, 'v').c_str(), {1}), ERROR_INVALID_PARAMETER);
 }

@@ -20,7 +20,8 @@ class Initialization : public FreshMachine {
         RemovePlaced();
         ASSERT_TRUE(SetCurrentDirectoryA(Folder().c_str()));
         SetText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "RegisteredOwner", "Owner");
-        SetText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "RegisteredOrganization", "Works");
+        SetText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "RegisteredOrganization",
+                "Works");
         m_info.productType = 133;
         Set(m_info.sourcePath, Folder() + "\\");
     }
@@ -56,7 +57,8 @@ class Initialization : public FreshMachine {
         record.wVersion = version;
         record.cSubType = subType;
         const auto* bytes = reinterpret_cast<const BYTE*>(&record);
-        SetRaw(HKEY_LOCAL_MACHINE, kFamily + "\\Products", product, REG_BINARY, TestBytes(bytes, bytes + sizeof record));
+        SetRaw(HKEY_LOCAL_MACHINE, kFamily + "\\Products", product, REG_BINARY,
+               TestBytes(bytes, bytes + sizeof record));
     }
 
     tagSETUP_INFO m_info{};
@@ -64,15 +66,15 @@ class Initialization : public FreshMachine {
   private:
     // Files outside the test's folder, on a machine that outlives the test.
     static void RemovePlaced() {
-        for (const std::string& file : {WindowsFolder() + "HOST.INI", WindowsFolder() + "SCANNER.ALT",
-                                        WindowsFolder() + "KORVAULT.ALT", ProgramFolder() + "ALERTVER.DLL",
-                                        ProgramFolder() + "SETUP.ICF", ProgramFolder() + "SETUP.INF"}) {
+        for (const std::string& file :
+             {WindowsFolder() + "HOST.INI", WindowsFolder() + "SCANNER.ALT", WindowsFolder() + "KORVAULT.ALT",
+              ProgramFolder() + "ALERTVER.DLL", ProgramFolder() + "SETUP.ICF", ProgramFolder() + "SETUP.INF"}) {
             DeleteFileA(file.c_str());
         }
     }
 };
 
-// --- The product ---------------------------------------------------------------------------------------------------------
+// --- The product ---------------------------------------------------------------------------------------------------
 
 TEST_F(Initialization, ProductMapNamesProductAndComponentCode) {
     PlaceProductMap("GOOD");
@@ -108,7 +110,7 @@ TEST_F(Initialization, UpgradeIsFromAVersionBelowSixDotSix) {
     EXPECT_EQ(Initialized().IsUpgrade(), 0);
 }
 
-// --- What the machine has ------------------------------------------------------------------------------------------------
+// --- What the machine has ------------------------------------------------------------------------------------------
 
 TEST_F(Initialization, FreshMachineHasNothingAndGetsTheDefaultPaths) {
     CSettings settings = Initialized();
@@ -167,7 +169,7 @@ TEST_F(Initialization, AlertOfTheMediumMayBeOlder) {
     EXPECT_EQ(Initialized().NewAlertExists(), 1);  // without the library the medium has build 0
 }
 
-// --- Uninstall mode ------------------------------------------------------------------------------------------------------
+// --- Uninstall mode ------------------------------------------------------------------------------------------------
 
 TEST_F(Initialization, RemovalTakesTheInstalledSubTypeAndKeepsAlertForTheAntivirus) {
     PlaceProductMap("GOOD");
@@ -208,7 +210,7 @@ TEST_F(Initialization, RemovalOfAnAgentSelectsNothingAndLeavesTheMarker) {
     EXPECT_TRUE(FileExists(WindowsFolder() + "HOST.INI"));
 }
 
-// --- Servers -------------------------------------------------------------------------------------------------------------
+// --- Servers -------------------------------------------------------------------------------------------------------
 
 TEST_F(Initialization, MediumOffersComponents) {
     Medium(
@@ -232,9 +234,9 @@ struct SubTypeCase {
 };
 
 TEST_F(Initialization, SubTypeDecidesHSMChangerAndRAID) {
-    for (const SubTypeCase& row : {SubTypeCase{"0", 0, 0, 0}, SubTypeCase{"1", 1, 1, 1}, SubTypeCase{"2", 1, 1, 1},
-                                   SubTypeCase{"3", 0, 1, 0}, SubTypeCase{"4", 0, 1, 0}, SubTypeCase{"5", 1, 0, 0},
-                                   SubTypeCase{"6", 1, 0, 0}}) {
+    for (const SubTypeCase& row :
+         {SubTypeCase{"0", 0, 0, 0}, SubTypeCase{"1", 1, 1, 1}, SubTypeCase{"2", 1, 1, 1}, SubTypeCase{"3", 0, 1, 0},
+          SubTypeCase{"4", 0, 1, 0}, SubTypeCase{"5", 1, 0, 0}, SubTypeCase{"6", 1, 0, 0}}) {
         Medium(std::string("[Setup]\r\nProdSubType=") + row.subType + "\r\n[Components]\r\nDataMigration=1\r\n");
         CSettings settings = Initialized();
         EXPECT_EQ(settings.HSMAvailable(), row.hsm) << row.subType;
@@ -260,7 +262,8 @@ TEST_F(Initialization, SystemAccountIsTheCurrentUserOnThisMachine) {
 }
 
 TEST_F(Initialization, OutsideABatchOnlyTheLastComponentOfAnsweredPathsIsTaken) {
-    Answers("[Base]\r\nProductPath=D:\\Old\\Prod\\\r\n[InstallPath]\r\nAlertPath=Alarm\r\n[UserInfo]\r\nFullName=X\r\n");
+    Answers(
+        "[Base]\r\nProductPath=D:\\Old\\Prod\\\r\n[InstallPath]\r\nAlertPath=Alarm\r\n[UserInfo]\r\nFullName=X\r\n");
     CSettings settings = Initialized();
     EXPECT_STREQ(settings.KorvaultPath(), "C:\\Program Files\\Prod\\");
     EXPECT_STREQ(settings.AlertPath(), "C:\\Program Files\\Alarm\\");
@@ -322,7 +325,7 @@ TEST_F(Initialization, CopyOnlyModeAndAMissingFileAskNoAnswers) {
     EXPECT_EQ(Initialized().CustomSetup(), 0);
 }
 
-// --- Client agents -------------------------------------------------------------------------------------------------------
+// --- Client agents -------------------------------------------------------------------------------------------------
 
 TEST_F(Initialization, AgentIsFoundOrGetsADefaultPath) {
     for (const LONG type : {1027, 62}) {
@@ -353,7 +356,7 @@ TEST_F(Initialization, AgentTakesItsPathFromTheAnswersAndLeavesCustomSetupAlone)
     EXPECT_STREQ(Initialized().ClientAgentPath(), "C:\\Program Files\\AGENT\\");
 }
 
-// --- Remote setup --------------------------------------------------------------------------------------------------------
+// --- Remote setup --------------------------------------------------------------------------------------------------
 
 TEST_F(Initialization, MarkerFileNamesTheRemoteHostAndGoes) {
     WriteBytes(WindowsFolder() + "HOST.INI", "[HostServer]\r\nName=HOSTX\r\n");

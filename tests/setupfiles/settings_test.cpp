@@ -99,8 +99,8 @@ using BitSetter = void (CSettings::*)(int);
 struct BitCase {
     const char* name;
     BitSetter set;
-    DWORD afterSet;      // of an empty mask
-    DWORD afterClear;    // of a full mask, without HSM and framework
+    DWORD afterSet;    // of an empty mask
+    DWORD afterClear;  // of a full mask, without HSM and framework
 };
 
 class SettingsComponents : public testing::TestWithParam<BitCase> {};

@@ -1,52 +1,16 @@
-#include "instalib/setup_icf.h"
-
 #include <string>
 #include <vector>
 
-#include "tests/support/fresh_machine.h"
+#include "tests/setupfiles/setup_icf_fixture.h"
 
 namespace {
-
-std::string Entry(const std::string& section, const std::string& key, const std::string& value) {
-    return "[" + section + "]\r\n" + key + "=" + value + "\r\n";
-}
 
 template <class Case>
 std::string NameOf(const testing::TestParamInfo<Case>& row) {
     return row.param.name;
 }
 
-class SetupIcf : public FreshMachine {
-  protected:
-    void SetUp() override {
-        FreshMachine::SetUp();
-        RemoveBesideProgram();
-    }
-    void TearDown() override {
-        RemoveBesideProgram();
-        FreshMachine::TearDown();
-    }
-    static std::string File() { return Folder() + "\\ANSWERS.ICF"; }
-    static std::string BesideProgram() { return ProgramFolder() + "SETUP.ICF"; }
-    static CSetupIcf Open(const std::string& content) {
-        WriteBytes(File(), content);
-        return CSetupIcf(File().c_str());
-    }
-    static std::string Recorded(const char* section, const char* key) {
-        char text[4096] = "";
-        GetPrivateProfileStringA(section, key, "<none>", text, sizeof text, File().c_str());
-        return text;
-    }
-
-  private:
-    static void RemoveBesideProgram() {
-        if (!FileExists(BesideProgram())) return;
-        SetFileAttributesA(BesideProgram().c_str(), FILE_ATTRIBUTE_NORMAL);
-        DeleteFileA(BesideProgram().c_str());
-    }
-};
-
-// --- Texts ---------------------------------------------------------------------------------------------------------------
+// --- Texts ---------------------------------------------------------------------------------------------------------
 
 struct TextCase {
     const char* name;
@@ -58,8 +22,10 @@ struct TextCase {
     std::vector<std::string> sections;  // in reading order; the last is written
 };
 
-#define TEXT_CASE(Name, key, fallback, capacity, ...) \
-    TextCase { #Name, &CSetupIcf::Name, &CSetupIcf::Name, key, fallback, capacity, {__VA_ARGS__} }
+#define TEXT_CASE(Name, key, fallback, capacity, ...)                                       \
+    TextCase {                                                                              \
+#Name, &CSetupIcf::Name, &CSetupIcf::Name, key, fallback, capacity, { __VA_ARGS__ } \
+    }
 
 const std::vector<TextCase> kTexts = {
     TEXT_CASE(FullName, "FullName", "", 256, "UserInfo"),
@@ -161,7 +127,7 @@ TEST_P(SetupIcfText, WithoutAFileTheTextIsEmpty) {
 
 INSTANTIATE_TEST_SUITE_P(All, SetupIcfText, testing::ValuesIn(kTexts), NameOf<TextCase>);
 
-// --- Flags ---------------------------------------------------------------------------------------------------------------
+// --- Flags ---------------------------------------------------------------------------------------------------------
 
 struct FlagCase {
     const char* name;
@@ -173,8 +139,10 @@ struct FlagCase {
     std::vector<std::string> sections;
 };
 
-#define FLAG_CASE(Name, key, fileDefault, builtIn, ...) \
-    FlagCase { #Name, &CSetupIcf::Name, &CSetupIcf::Name, key, fileDefault, builtIn, {__VA_ARGS__} }
+#define FLAG_CASE(Name, key, fileDefault, builtIn, ...)                                       \
+    FlagCase {                                                                                \
+#Name, &CSetupIcf::Name, &CSetupIcf::Name, key, fileDefault, builtIn, { __VA_ARGS__ } \
+    }
 
 const std::vector<FlagCase> kFlags = {
     FLAG_CASE(InstallManager, "ManagerFeature", 1, 1, "Install", "Base"),
@@ -234,7 +202,7 @@ TEST_P(SetupIcfFlag, SetterRecordsOneOrZero) {
 
 INSTANTIATE_TEST_SUITE_P(All, SetupIcfFlag, testing::ValuesIn(kFlags), NameOf<FlagCase>);
 
-// --- Raw feature queries -------------------------------------------------------------------------------------------------
+// --- Raw feature queries -------------------------------------------------------------------------------------------
 
 struct FeatureCase {
     const char* name;
@@ -282,8 +250,7 @@ TEST_P(SetupIcfFeature, MissingEntryEmptiesTheBufferAndAMissingFileLeavesIt) {
     EXPECT_EQ(Ask(none), std::make_pair(0, std::string("canary")));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, SetupIcfFeature, testing::ValuesIn(kFeatures),
-                         NameOf<FeatureCase>);
+INSTANTIATE_TEST_SUITE_P(All, SetupIcfFeature, testing::ValuesIn(kFeatures), NameOf<FeatureCase>);
 
 TEST(SetupIcfCoverage, EveryRowHasItsCase) {
     std::size_t texts = 0, flags = 0, features = 0;
@@ -297,7 +264,7 @@ TEST(SetupIcfCoverage, EveryRowHasItsCase) {
     EXPECT_EQ(features, kFeatures.size());
 }
 
-// --- Rules of their own --------------------------------------------------------------------------------------------------
+// --- Rules of their own --------------------------------------------------------------------------------------------
 
 TEST_F(SetupIcf, AlertPathHasItsDefaultFromTheInstallPathSectionOn) {
     const auto read = [](const std::string& content) { return std::string(Open(content).AlertPath()); };
@@ -353,7 +320,9 @@ TEST_F(SetupIcf, ManagementFrameworkIsNeverAnswered) {
 }
 
 TEST_F(SetupIcf, ProductSubTypeIsZeroToFour) {
-    const auto read = [](const char* value) { return Open(Entry("Install", "ProdSubType", value)).GetProductSubType(); };
+    const auto read = [](const char* value) {
+        return Open(Entry("Install", "ProdSubType", value)).GetProductSubType();
+    };
     EXPECT_EQ(read("0"), 0);
     EXPECT_EQ(read("4"), 4);
     EXPECT_EQ(read("5"), -1);
@@ -470,67 +439,6 @@ TEST_F(SetupIcf, DefaultsHaveAccessors) {
           &CSetupIcf::DefaultJourLoc, &CSetupIcf::DefaultWorkLoc}) {
         EXPECT_STREQ(empty(), "");
     }
-}
-
-// --- Passwords, through a KVDCEN.DLL that turns every bit over -------------------------------------------------------------
-
-class SetupIcfPassword : public SetupIcf {
-  protected:
-    void SetUp() override {
-        SetupIcf::SetUp();
-        ASSERT_TRUE(SetCurrentDirectoryA(Folder().c_str()));
-    }
-    static void PlaceScrambling() { PlaceLibrary("SETUPFILES_KVDCEN.DLL", Folder() + "\\KVDCEN.DLL"); }
-};
-
-TEST_F(SetupIcfPassword, IsScrambledInTheFileAndComesBack) {
-    PlaceScrambling();
-    CSetupIcf icf = Open("");
-    ASSERT_EQ(icf.SystemAccountPassword("A\x0a!"), 1);
-    ASSERT_EQ(icf.KVDomainPassword("z"), 1);
-    EXPECT_EQ(Recorded("Base", "SystemPassword"), "bef5de");
-    EXPECT_EQ(Recorded("Base", "ZephraniteDomainPassword"), "85");
-    EXPECT_STREQ(icf.SystemAccountPassword(), "A\x0a!");
-    EXPECT_STREQ(icf.KVDomainPassword(), "z");
-}
-
-TEST_F(SetupIcfPassword, PlainTextSectionsComeFirst) {
-    const std::string base = Entry("Base", "SystemPassword", "85") + Entry("Base", "ZephraniteDomainPassword", "85");
-    CSetupIcf blank = Open(base + Entry("SystemAccount", "SystemPassword", "second") +
-                           Entry("System Account", "SystemPassword", "first") +
-                           Entry("ZephraniteDomain", "ZephraniteDomainPassword", "domain"));
-    EXPECT_STREQ(blank.SystemAccountPassword(), "first");
-    EXPECT_STREQ(blank.KVDomainPassword(), "domain");
-    CSetupIcf second = Open(base + Entry("SystemAccount", "SystemPassword", "second"));
-    EXPECT_STREQ(second.SystemAccountPassword(), "second");
-}
-
-TEST_F(SetupIcfPassword, NinetySixCharactersAreWrittenAndFortySevenKept) {
-    PlaceScrambling();
-    CSetupIcf icf = Open("");
-    ASSERT_EQ(icf.KVDomainPassword(std::string(200, 'z').c_str()), 1);
-    EXPECT_EQ(Recorded("Base", "ZephraniteDomainPassword").size(), 2 * 96u);
-    EXPECT_EQ(icf.KVDomainPassword(), std::string(47, 'z'));
-}
-
-TEST_F(SetupIcfPassword, NothingIsWrittenThatCannotBeScrambled) {
-    CSetupIcf icf = Open("");
-    EXPECT_EQ(icf.SystemAccountPassword("secret"), 0);  // no library
-    PlaceScrambling();
-    EXPECT_EQ(icf.SystemAccountPassword(""), 0);
-    EXPECT_EQ(icf.SystemAccountPassword(nullptr), 0);
-    EXPECT_EQ(icf.SystemAccountPassword("refuse"), 0);
-    EXPECT_EQ(ReadBytes(File()), "");
-}
-
-TEST_F(SetupIcfPassword, WhatCannotBeUnscrambledIsEmpty) {
-    CSetupIcf without = Open(Entry("Base", "SystemPassword", "85"));
-    EXPECT_STREQ(without.SystemAccountPassword(), "");
-    PlaceScrambling();
-    EXPECT_STREQ(without.SystemAccountPassword(), "z");
-    // 64 KiB of digits: read up to 1,559 characters, more than the library gets room for.
-    CSetupIcf huge = Open(Entry("Base", "SystemPassword", std::string(64 * 1024, '8')));
-    EXPECT_STREQ(huge.SystemAccountPassword(), "");
 }
 
 }  // namespace

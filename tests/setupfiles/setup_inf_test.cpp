@@ -95,8 +95,9 @@ TEST_F(SetupInf, WithoutAFileTheKeptAnswersStand) {
 
 TEST_F(SetupInf, LongTextsAreCutAndLongPathsDropped) {
     const std::string tooLong(64 * 1024, 'x');
-    CSetupInf inf = Open("[Support]\r\nProductName=" + tooLong + "\r\nSetupFileName=" + tooLong +
-                         "\r\n[Components]\r\nOGTFrameWorkSetupFileName=" + tooLong + "\r\nMSISetup=" + tooLong + "\r\n");
+    CSetupInf inf =
+        Open("[Support]\r\nProductName=" + tooLong + "\r\nSetupFileName=" + tooLong +
+             "\r\n[Components]\r\nOGTFrameWorkSetupFileName=" + tooLong + "\r\nMSISetup=" + tooLong + "\r\n");
     EXPECT_EQ(inf.GetSetupProductName(), std::string(254, 'x'));
     EXPECT_EQ(inf.GetSetupFileName(), std::string(260, 'x'));
     EXPECT_EQ(inf.GetOGTFWSetupFileName(), std::string(260, 'x'));
@@ -137,7 +138,8 @@ TEST_P(SetupInfRange, IsParsed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, SetupInfRange,
-                         testing::Values(RangeCase{"Both", "120,350", 120, 350, 1}, RangeCase{"OpenStart", ",350", 0, 350, 1},
+                         testing::Values(RangeCase{"Both", "120,350", 120, 350, 1},
+                                         RangeCase{"OpenStart", ",350", 0, 350, 1},
                                          RangeCase{"OneBuild", "350", 350, 350, 1},
                                          RangeCase{"OpenEnd", "120,", 120, 0, 0}, RangeCase{"Zero", "0", 0, 0, 0},
                                          RangeCase{"Negative", "-5,10", -5, 10, 0},

@@ -179,21 +179,25 @@ bool FreshMachine::KeyExists(HKEY root, const std::string& key) {
     return RegOpenKeyExA(root, key.c_str(), 0, KEY_READ, handle.Receive()) == 0;
 }
 
-void FreshMachine::DeleteKeyTree(HKEY root, const std::string& key) {
+namespace {
+
+// Key by key through open handles, so that no path grows long; false at the first key that cannot be removed.
+bool DeleteBelow(HKEY parent, const char* name) {
     {
-        RegistryKey handle;
-        if (RegOpenKeyExA(root, key.c_str(), 0, KEY_ALL_ACCESS, handle.Receive()) != 0) return;
-        char name[256] = "";
-        DWORD size = sizeof name;
-        while (RegEnumKeyExA(handle.Get(), 0, name, &size, nullptr, nullptr, nullptr, nullptr) == 0) {
-            const std::string child = key + "\\" + name;
-            DeleteKeyTree(root, child);
-            if (KeyExists(root, child)) return;
-            size = sizeof name;
+        RegistryKey key;
+        if (RegOpenKeyExA(parent, name, 0, KEY_ALL_ACCESS, key.Receive()) != 0) return false;
+        char child[256] = "";
+        for (DWORD size = sizeof child; RegEnumKeyExA(key.Get(), 0, child, &size, nullptr, nullptr, nullptr, nullptr) == 0;
+             size = sizeof child) {
+            if (!DeleteBelow(key.Get(), child)) return false;
         }
     }
-    RegDeleteKeyA(root, key.c_str());
+    return RegDeleteKeyA(parent, name) == 0;
 }
+
+}  // namespace
+
+void FreshMachine::DeleteKeyTree(HKEY root, const std::string& key) { DeleteBelow(root, key.c_str()); }
 
 std::string FreshMachine::ComputerName() {
     char name[64] = "";

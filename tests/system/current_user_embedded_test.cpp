@@ -67,7 +67,8 @@ TEST_F(UserOfAMachine, FailingCallAnswersNoRevertsAndLeavesNothingOpen) {
             RevertToSelf();
             // A call that gives back has done its work when it reports the failure, and the mapping cannot fail.
             if (result == 1) {
-                EXPECT_THAT(call, testing::AnyOf("RevertToSelf", "FreeSid", "DestroyPrivateObjectSecurity", "MapGenericMask"));
+                EXPECT_THAT(
+                    call, testing::AnyOf("RevertToSelf", "FreeSid", "DestroyPrivateObjectSecurity", "MapGenericMask"));
             } else {
                 EXPECT_EQ(error, DWORD(ERROR_NOT_SUPPORTED));
             }

@@ -120,6 +120,24 @@ TEST_F(ServiceControl, StopWaitsUntilTheServiceHasStopped) {
     EXPECT_NE(CService::IsStopped("Main"), 0);
 }
 
+TEST_F(ServiceControl, StopKeepsTheErrorOfAQueryThatFails) {
+    ScriptStop(Pending({{1, 9000, 2500}}));
+    ASSERT_NE(CService::StartServiceA("Main", 1), 0);
+    control::FailCall(control::CallKind::Service, 5, ERROR_ACCESS_DENIED);
+    EXPECT_EQ(CService::StopService("Main", 1, 0), 0);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_ACCESS_DENIED));
+    EXPECT_EQ(control::FaultedCall(), "QueryServiceStatus");
+    EXPECT_EQ(Slept(), 1000u);
+}
+
+TEST_F(ServiceControl, TrailByteAtADirectorysEndIsNoBackslash) {
+    ASSERT_TRUE(control::SetCodePage(932));
+    const CService service("Double", "S.EXE", nullptr, 0x10, nullptr);
+    ASSERT_NE(service.InstallService("C:\\\x95\\", 2, nullptr, nullptr), 0) << GetLastError();
+    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, std::string(kServices) + "Double", "ImagePath"),
+              "\"C:\\\x95\\\\S.EXE\"");
+}
+
 TEST_F(ServiceControl, StopWithoutWaitNeedsTheControlsAnswerToSayStopped) {
     Install("Prompt", nullptr);
     ASSERT_NE(CService::StartServiceA("Prompt", 1), 0);
@@ -155,6 +173,7 @@ TEST_F(ServiceControl, OnlyExactDirectDependentsAreHandled) {
         {"Fits", std::string(249, 'y') + std::string("\0Main\0\0", 7), kRunning},
         {"TooLong", std::string(250, 'y') + std::string("\0Main\0\0", 7), kStopped},
         {"Prefix", std::string("Main2\0\0", 7), kStopped},
+        {"Ended", std::string("x\0\0Main\0\0", 9), kStopped},
     };
     for (const auto& service : cases) {
         Install(service.name, nullptr);
