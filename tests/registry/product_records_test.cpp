@@ -51,25 +51,16 @@ constexpr auto kFindMain = [](tagProductStruct* record) {
 const std::string kIT = kVendor + "\\KorvaultIT\\Products";
 const std::string kSarvex = kVendor + "\\Sarvex\\Products";
 const std::string kFormerProducts = kFormer + "\\Products";
-INSTANTIATE_TEST_SUITE_P(, RecordPlaces,
-                         testing::Values(Places{"Named",
-                                                kFindNamed,
-                                                {{kProducts, "X"},
-                                                 {kIT, "X"},
-                                                 {kFormerProducts, "X"},
-                                                 {kSarvex, "X"},
-                                                 {kEnterprise, "X"},
-                                                 {kFormer + "\\DSAgent\\CurrentVersion\\Products", "X"}}},
-                                         Places{"Main",
-                                                kFindMain,
-                                                {{kProducts, "ZephraniteCB"},
-                                                 {kIT, "Korvault"},
-                                                 {kFormerProducts, "Korvault"},
-                                                 {kFormerProducts, "Omnigrid125Backup"},
-                                                 {kSarvex, "ZephraniteEB"},
-                                                 {kEnterprise, "ZephraniteEB"},
-                                                 {kView32 + "\\Products", "ZephraniteCB"}}}),
-                         kTitle);
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(, RecordPlaces, testing::Values(
+    Places{"Named", kFindNamed,
+           {{kProducts, "X"}, {kIT, "X"}, {kFormerProducts, "X"}, {kSarvex, "X"}, {kEnterprise, "X"},
+            {kFormer + "\\DSAgent\\CurrentVersion\\Products", "X"}}},
+    Places{"Main", kFindMain,
+           {{kProducts, "ZephraniteCB"}, {kIT, "Korvault"}, {kFormerProducts, "Korvault"},
+            {kFormerProducts, "Omnigrid125Backup"}, {kSarvex, "ZephraniteEB"}, {kEnterprise, "ZephraniteEB"},
+            {kView32 + "\\Products", "ZephraniteCB"}}}), kTitle);
+// clang-format on
 
 TEST_F(ProductRecords, RegisteringStoresThe49BytesUnchanged) {
     tagProductStruct record = Record(0x0B05, 9);
@@ -105,16 +96,12 @@ TEST_F(ProductRecords, GettersKeepTheLastValueWhenTheRecordIsGone) {
     Register("X", 0x0606, 150);
     Register("ZephraniteCB", 0x0B05, 200);
     const auto fields = [&] {
-        return std::vector<DWORD>{object.GetProductCode("X"),
-                                  object.GetVersionNumber("X"),
-                                  object.GetBuildNumber("X"),
-                                  static_cast<BYTE>(object.GetSubType("X")),
-                                  object.GetKorvaultProductCode(),
-                                  object.GetKorvaultVersionNumber(),
-                                  object.GetKorvaultBuildNumber(),
-                                  object.GetKorvaultUserLevel(),
-                                  static_cast<BYTE>(object.GetKorvaultSubType()),
-                                  object.GetKorvaultProductInfo().wBuild};
+        // clang-format off
+        return std::vector<DWORD>{
+            object.GetProductCode("X"), object.GetVersionNumber("X"), object.GetBuildNumber("X"), BYTE(object.GetSubType("X")),
+            object.GetKorvaultProductCode(), object.GetKorvaultVersionNumber(), object.GetKorvaultBuildNumber(),
+            object.GetKorvaultUserLevel(), BYTE(object.GetKorvaultSubType()), object.GetKorvaultProductInfo().wBuild};
+        // clang-format on
     };
     const auto expected = ElementsAre(0x01020304, 0x0606, 150, 0xFD, 0x01020304, 0x0B05, 200, 77, 0xFD, 200);
     EXPECT_THAT(fields(), expected);

@@ -154,6 +154,8 @@ class RegistryFaults : public RegistryTest, public testing::WithParamInterface<O
     }
 };
 
+// Ignored: a flush only hastens what Windows does anyway; a list that does not open lists no agent; a key that does not
+// open has nothing below it, and its deletion then tells.
 const Operation kOperations[] = {
     {"RegisterProduct", [] { return CHalvRegistry::RegisterProduct("X", &s_record); }},
     {"WriteText", [] { return CHalvRegistry::SetKorvaultHomeDir("C:\\P"); }},
@@ -162,15 +164,12 @@ const Operation kOperations[] = {
     {"EventSource", [] { return CHalvRegistry::SetEventLogApplication("TestSource", "x", 7); }},
     {"DeleteEnvironment", [] { return CHalvRegistry::DeleteEnvironmentVariable("CATPATH"); }},
     {"UninstallEntry", [] { return CHalvRegistry::CreateUninstallKey("KorvaultNT", "n", "c"); }},
-    // The list's flush only hastens what Windows does anyway.
     {"AnnounceAgent", [] { return CHalvRegistry::SetSNMPRegistry("B"); }, "RegFlushKey"},
-    // A list that does not open counts as a list without the agent.
     {"WithdrawAgent", [] { return CHalvRegistry::DeleteSNMPRegistry("A"); }, "RegOpenKeyExA"},
     {"CountUp", [] { return CHalvRegistry::IncrementSharedDLLCount("x", 0); }},
     {"CountDown", [] { return CHalvRegistry::DecrementSharedDLLCount("x") == 2 ? 1 : 0; }},
     {"AddKey", [] { return CHalvRegistry::AddKorvaultKey("Sub"); }},
     {"SetKeyValue", [] { return CHalvRegistry::SetKorvaultKeyValue("Sub", "v", REG_BINARY, s_data, 3); }},
-    // A key that does not open counts as one with nothing below it; its deletion then tells.
     {"Empty", [] { return CHalvRegistry::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch.c_str()); }, "RegOpenKeyExA"},
     {"RightsBySecurityCall", &RegistryFaults::AccessRights, "", false, CallKind::Security},
     {"RightsByMemoryCall", &RegistryFaults::AccessRights, "", false, CallKind::Memory},
