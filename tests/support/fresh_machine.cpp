@@ -115,7 +115,8 @@ void FreshMachine::PlaceLibrary(const std::string& name, const std::string& targ
     if (path.ends_with('\\')) path += name;
     const fs::path host = HostPathOf(path);
     fs::create_directories(host.parent_path());
-    fs::copy_file(TestProgramFolder() / "product_libs" / name, host, fs::copy_options::overwrite_existing);
+    fs::remove(host);  // copying over a file fails with MinGW's runtime, whatever the option says
+    fs::copy_file(TestProgramFolder() / "product_libs" / name, host);
 }
 
 std::string FreshMachine::ProgramFolder() {

@@ -163,6 +163,21 @@ TEST_F(Services, RemovedServiceIsGone) {
     EXPECT_EQ(CService::ServiceExists(kName), 0);
 }
 
+// Under Wine the manager runs a small program of the tests; the embedded machine runs a service without one.
+TEST_F(Services, AServiceRunsFromItsInstallationToItsRemoval) {
+    const CService service(kName, "test_service.exe", nullptr, kOwnProcess, nullptr);
+    ASSERT_NE(service.InstallService((ProgramFolder() + "product_libs").c_str(), 3, nullptr, nullptr), 0) << GetLastError();
+    EXPECT_NE(service.StartServiceA(1), 0) << GetLastError();
+    EXPECT_NE(service.IsStarted(), 0);
+    EXPECT_NE(service.StartServiceA(0), 0) << "running already";
+    EXPECT_NE(service.StopService(1, 0), 0) << GetLastError();
+    EXPECT_NE(service.IsStopped(), 0);
+    EXPECT_NE(service.StopService(1, 0), 0) << "stopped already";
+    EXPECT_NE(service.StartServiceA(1), 0) << GetLastError();
+    EXPECT_NE(service.RemoveService(), 0) << "a running one is stopped first";
+    EXPECT_EQ(service.Exists(), 0);
+}
+
 TEST_F(Services, DisplayNameAndDescriptionAreSetUnderTheDatabaseLock) {
     SKIP_UNDER_WINE("the database lock answers a constant");
     ASSERT_NE(Install(), 0) << GetLastError();
