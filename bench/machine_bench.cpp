@@ -49,8 +49,8 @@ void CreateKey(benchmark::State& state) {
     std::int64_t next = state.range(0);
     for (auto step : state) {
         RegistryKey key;
-        RegCreateKeyExA(machine.Key(), BenchMachine::Name(next++).c_str(), 0, nullptr, 0, KEY_READ, nullptr, key.Receive(),
-                        nullptr);
+        RegCreateKeyExA(machine.Key(), BenchMachine::Name(next++).c_str(), 0, nullptr, 0, KEY_READ, nullptr,
+                        key.Receive(), nullptr);
     }
 }
 

@@ -25,7 +25,7 @@ complain "A raw handle is closed by hand" \
 complain "A file is longer than 540 lines" \
     "$(git ls-files '*.cpp' '*.h' '*.def' | xargs wc -l 2>/dev/null | awk '$2 != "total" && $1 > 540')"
 complain "A line is longer than 130 characters" \
-    "$(git ls-files '*.cpp' '*.h' '*.def' | xargs grep -nE '^.{131,}$' 2>/dev/null | cut -c1-100)"
+    "$(git ls-files '*.cpp' '*.h' | xargs grep -nE '^.{131,}$' 2>/dev/null | cut -c1-100)"
 complain "A name in a test's title has an underscore" \
     "$(grep -nE '^(TEST|TEST_F|TEST_P|TYPED_TEST)\([A-Za-z0-9]+, *[A-Za-z0-9]*_' -r tests 2>/dev/null | grep -v DISABLED_)"
 complain "A test has left the build" "$(grep -nE 'DISABLED_|#if 0' -r tests 2>/dev/null)"

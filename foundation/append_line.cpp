@@ -21,7 +21,10 @@ bool MoveToEnd(HANDLE file, Position& end) {
 class RangeLock {
   public:
     RangeLock(HANDLE file, Position start, DWORD count)
-        : m_file(file), m_start(start), m_count(count), m_held(LockFile(file, start.low, DWORD(start.high), count, 0) != 0) {}
+        : m_file(file),
+          m_start(start),
+          m_count(count),
+          m_held(LockFile(file, start.low, DWORD(start.high), count, 0) != 0) {}
     ~RangeLock() {
         const DWORD error = GetLastError();
         if (m_held) UnlockFile(m_file, m_start.low, DWORD(m_start.high), m_count, 0);
@@ -43,8 +46,8 @@ class RangeLock {
 }  // namespace
 
 int AppendLine(const char* file, DWORD share, const char* bytes, DWORD count) noexcept {
-    const FileHandle handle(
-        CreateFileA(file == nullptr ? "" : file, GENERIC_WRITE, share, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const FileHandle handle(CreateFileA(file == nullptr ? "" : file, GENERIC_WRITE, share, nullptr, OPEN_ALWAYS,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!handle) return 0;
     Position end;
     if (!MoveToEnd(handle.Get(), end)) return 0;

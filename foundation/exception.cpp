@@ -8,7 +8,8 @@ namespace {
 
 constexpr UINT kWarningWithOk = 0x30;  // MB_OK | MB_ICONWARNING (winuser.h)
 
-// The one out-of-memory exception. It stands in storage of its own, so that nothing destroys it at the process's end either.
+// The one out-of-memory exception. It stands in storage of its own, so that nothing destroys it at the process's end
+// either.
 CMemoryException* TheMemoryException() {
     alignas(CMemoryException) static char storage[sizeof(CMemoryException)];
     static CMemoryException* const exception = ::new (static_cast<void*>(storage)) CMemoryException;

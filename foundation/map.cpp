@@ -31,7 +31,10 @@ struct CMapStringToString::Entry {
 IMPLEMENT_DYNAMIC(CMapStringToString, CObject)
 
 CMapStringToString::CMapStringToString(int blockSize)
-    : m_ppBuckets(nullptr), m_pFirst(nullptr), m_pLast(nullptr), m_nBuckets(blockSize > 0 ? unsigned(blockSize) : 1),
+    : m_ppBuckets(nullptr),
+      m_pFirst(nullptr),
+      m_pLast(nullptr),
+      m_nBuckets(blockSize > 0 ? unsigned(blockSize) : 1),
       m_nCount(0) {}
 
 CMapStringToString::CMapStringToString(const CMapStringToString& other) : CMapStringToString(other.m_nCount) {

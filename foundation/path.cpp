@@ -6,8 +6,8 @@ namespace {
 
 bool IsLeadByteAt(const CString& path, int index) { return IsDBCSLeadByte(BYTE(path[index])) != 0; }
 
-// Whether the backslash at the end of the first `length` bytes is a character of its own. Lead bytes may be second bytes
-// too, so that the unbroken run of them before the backslash decides: they pair up from its start.
+// Whether the backslash at the end of the first `length` bytes is a character of its own. Lead bytes may be second
+// bytes too, so that the unbroken run of them before the backslash decides: they pair up from its start.
 bool EndsInRealBackSlash(const CString& path, int length) {
     int run = 0;
     while (run < length - 1 && IsLeadByteAt(path, length - 2 - run)) ++run;

@@ -26,12 +26,8 @@ int SumOf(int first, int second) {
     return first + second;
 }
 
-char ToLower(char character) {
-    return character >= 'A' && character <= 'Z' ? char(character - 'A' + 'a') : character;
-}
-char ToUpper(char character) {
-    return character >= 'a' && character <= 'z' ? char(character - 'a' + 'A') : character;
-}
+char ToLower(char character) { return character >= 'A' && character <= 'Z' ? char(character - 'A' + 'a') : character; }
+char ToUpper(char character) { return character >= 'a' && character <= 'z' ? char(character - 'a' + 'A') : character; }
 
 void ConvertLetters(char* text, int length, char (*convert)(char)) {
     for (int i = 0; i < length; ++i) {
@@ -93,7 +89,9 @@ CString& CString::operator+=(char character) {
 }
 
 CString CString::Left(int count) const { return Mid(0, count); }
-CString CString::Right(int count) const { return count >= m_nLength ? *this : Mid(m_nLength - (count > 0 ? count : 0)); }
+CString CString::Right(int count) const {
+    return count >= m_nLength ? *this : Mid(m_nLength - (count > 0 ? count : 0));
+}
 CString CString::Mid(int first) const { return Mid(first, m_nLength); }
 CString CString::Mid(int first, int count) const {
     if (first < 0) first = 0;
@@ -230,7 +228,8 @@ CString operator+(char left, const CString& right) { return CString(left) += rig
 
 bool operator==(const CString& left, const CString& right) noexcept {
     return left.GetLength() == right.GetLength() &&
-           std::memcmp(static_cast<const char*>(left), static_cast<const char*>(right), std::size_t(left.GetLength())) == 0;
+           std::memcmp(static_cast<const char*>(left), static_cast<const char*>(right),
+                       std::size_t(left.GetLength())) == 0;
 }
 bool operator<(const CString& left, const CString& right) noexcept {
     const bool shorter = left.GetLength() < right.GetLength();

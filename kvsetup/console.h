@@ -1,5 +1,5 @@
-// What the front end shows: facts as aligned lines or JSON, stages, warnings, questions. Results go to the output, warnings
-// and errors to the error stream; nothing is coloured, and nothing moves when the output is no terminal.
+// What the front end shows: facts as aligned lines or JSON, stages, warnings, questions. Results go to the output,
+// warnings and errors to the error stream; nothing is coloured, and nothing moves when the output is no terminal.
 #ifndef INSTALIB_KVSETUP_CONSOLE_H
 #define INSTALIB_KVSETUP_CONSOLE_H
 

@@ -4,7 +4,8 @@ namespace {
 
 // The discovery service and the message engine serve the others, so they come first.
 constexpr CService::ServiceType kServerServices[] = {CService::DiscoveryService, CService::MessageEngine,
-                                                     CService::DatabaseEngine, CService::TapeEngine, CService::JobEngine};
+                                                     CService::DatabaseEngine, CService::TapeEngine,
+                                                     CService::JobEngine};
 
 }  // namespace
 

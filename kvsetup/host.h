@@ -1,5 +1,6 @@
-// What the front end needs of the system it runs on and the library does not offer: which machine, paths, the last error in
-// words, terminals. host.cpp is what both targets do alike; host_windows.cpp and host_embedded.cpp hold the rest.
+// What the front end needs of the system it runs on and the library does not offer: which machine, paths, the last
+// error in words, terminals. host.cpp is what both targets do alike; host_windows.cpp and host_embedded.cpp hold the
+// rest.
 #ifndef INSTALIB_KVSETUP_HOST_H
 #define INSTALIB_KVSETUP_HOST_H
 
@@ -14,12 +15,13 @@ namespace host {
 // Runs everything that follows on the machine in `folder`. False with a reason; on Windows there is only one machine.
 bool SelectMachine(const std::string& folder, std::string* problem);
 
-// The path as the library understands it, from the path as the user wrote it. On the embedded machine a folder of the host
-// becomes a drive of the machine. Folders (`isFolder`) get a final backslash. Empty with a reason when that cannot be done.
+// The path as the library understands it, from the path as the user wrote it. On the embedded machine a folder of the
+// host becomes a drive of the machine. Folders (`isFolder`) get a final backslash. Empty with a reason when that cannot
+// be done.
 std::string MachinePath(const std::string& path, bool isFolder, std::string* problem);
 
-// The setup program stands on its medium: product libraries that are looked for beside it are found there. On Windows the
-// program stands where it stands, and nothing happens.
+// The setup program stands on its medium: product libraries that are looked for beside it are found there. On Windows
+// the program stands where it stands, and nothing happens.
 void RunFromMedium(const std::string& folder);
 
 // The library learns the machine that drives a remote setup from its process's command line (-r:NAME). On Windows the
@@ -40,8 +42,8 @@ std::string ErrorText(DWORD error);
 // Calls `use` with the key of the local machine open for its access rights; 0 with a last error when it does not open.
 int WithKey(const std::string& path, const std::function<int(HKEY)>& use);
 
-// One setup at a time works on a machine: the second waits for the first, at most `seconds`. Held() is false when that was not
-// enough; a setup that died lets go by itself.
+// One setup at a time works on a machine: the second waits for the first, at most `seconds`. Held() is false when that
+// was not enough; a setup that died lets go by itself.
 class SetupLock {
   public:
     explicit SetupLock(unsigned seconds);

@@ -21,22 +21,26 @@ void RequireNoDowngrade(Session& session, CHalvRegistry& registry) {
     const bool newer = version > session.version || (version == session.version && build > session.build);
     if (session.version == 0 || version == 0 || !newer) return;
     throw Failure{kNothingToDo, "version " + VersionText(version) + " build " + std::to_string(build) +
-                                    " is installed and newer than the medium's " + VersionText(session.version) + " build " +
-                                    std::to_string(session.build) + "; remove it first"};
+                                    " is installed and newer than the medium's " + VersionText(session.version) +
+                                    " build " + std::to_string(session.build) + "; remove it first"};
 }
 
 constexpr unsigned kPatience = 120;  // seconds to wait for another setup
 
 void RequireHeld(const host::SetupLock& lock) {
-    if (!lock.Held()) throw Failure{kFailed, "another setup is still working on this machine; run this one when it has ended"};
+    if (!lock.Held())
+        throw Failure{kFailed, "another setup is still working on this machine; run this one when it has ended"};
 }
 
 std::string Require(const std::optional<std::string>& answer) {
-    if (!answer) throw Failure{kCancelled, "cancelled: the input has ended; run with --yes or --answers to be asked nothing"};
+    if (!answer)
+        throw Failure{kCancelled, "cancelled: the input has ended; run with --yes or --answers to be asked nothing"};
     return *answer;
 }
 
-bool Require(const std::optional<bool>& answer) { return Require(answer ? std::optional<std::string>("") : std::nullopt), *answer; }
+bool Require(const std::optional<bool>& answer) {
+    return Require(answer ? std::optional<std::string>("") : std::nullopt), *answer;
+}
 
 void AskComponents(CSettings& settings) {
     const struct {
@@ -90,8 +94,8 @@ void WarnAboutSpace(Session& session) {
     // The library tells free space modulo 4 GiB, so a small figure is a hint and no verdict.
     const DWORD freeKilobytes = CComputer::DriveFreeSpaceBytes(path) / 1024;
     if (freeKilobytes < settings.DiskSpaceNeeded()) {
-        console::Warn("the drive of " + std::string(path) + " may be too full: " + std::to_string(settings.DiskSpaceNeeded()) +
-                      " KB are needed");
+        console::Warn("the drive of " + std::string(path) +
+                      " may be too full: " + std::to_string(settings.DiskSpaceNeeded()) + " KB are needed");
     }
 }
 
@@ -128,7 +132,8 @@ Json Describe(Session& session) {
 
 int InstallCommand(const Options& options) {
     int exitCode = kDone;
-    if (!options.drivingHost.empty() && host::DriveRemotely(options.drivingHost, options.arguments, &exitCode)) return exitCode;
+    if (!options.drivingHost.empty() && host::DriveRemotely(options.drivingHost, options.arguments, &exitCode))
+        return exitCode;
     const bool asks = !options.yes && options.answers.empty();
     if (asks && options.json) throw Failure{kUsage, "--json asks nothing; add --yes or --answers"};
     if (asks && !host::IsTerminal(host::Stream::Input)) {

@@ -10,16 +10,18 @@
 
 namespace {
 
-constexpr DWORD kFullControl = 0x1F01FF;   // FILE_ALL_ACCESS
-constexpr DWORD kFileNotFound = 2;         // ERROR_FILE_NOT_FOUND
-constexpr DWORD kInvalidPassword = 86;     // ERROR_INVALID_PASSWORD
-constexpr DWORD kAutomatic = 2;            // SERVICE_AUTO_START
-constexpr DWORD kOnDemand = 3;             // SERVICE_DEMAND_START
+constexpr DWORD kFullControl = 0x1F01FF;  // FILE_ALL_ACCESS
+constexpr DWORD kFileNotFound = 2;        // ERROR_FILE_NOT_FOUND
+constexpr DWORD kInvalidPassword = 86;    // ERROR_INVALID_PASSWORD
+constexpr DWORD kAutomatic = 2;           // SERVICE_AUTO_START
+constexpr DWORD kOnDemand = 3;            // SERVICE_DEMAND_START
 
 bool Always(StageContext&) { return true; }
 bool IsServerProduct(StageContext& context) { return !context.session.IsAgent(); }
 bool IsAgentProduct(StageContext& context) { return context.session.IsAgent(); }
-bool InstallsAlert(StageContext& context) { return IsServerProduct(context) && context.session.settings.InstallAlert(); }
+bool InstallsAlert(StageContext& context) {
+    return IsServerProduct(context) && context.session.settings.InstallAlert();
+}
 bool HasAccount(StageContext& context) { return IsServerProduct(context) && context.session.HasAccount(); }
 bool HasServices(StageContext& context) { return !ChosenServices(context.session.settings).empty(); }
 bool ReplacesOlder(StageContext& context) {
@@ -59,7 +61,8 @@ bool CreateAccount(CSystemAccount& account, const char* name, std::string& note)
     }
     // An account without its groups and rights is worth nothing, and the next attempt would take it for the user's own.
     const DWORD error = host::LastError();
-    if (account.Exists()) note = account.Delete() ? "the account was taken back" : "the account stays, without its groups";
+    if (account.Exists())
+        note = account.Delete() ? "the account was taken back" : "the account stays, without its groups";
     if (!account.Exists()) marks::Set(marks::kCreatedAccount, "");
     host::SetLastError(error);
     return false;
@@ -127,10 +130,10 @@ bool WriteAgentSettings(StageContext& context, std::string&) { return context.re
 bool WriteAlertValues(StageContext& context, std::string& note) {
     CHalvRegistry& registry = context.registry;
     using Setter = int (CHalvRegistry::*)();
-    const Setter setters[] = {&CHalvRegistry::SetAlertHomeDir,         &CHalvRegistry::SetAlertLogDir,
-                              &CHalvRegistry::SetAlertControlDir,      &CHalvRegistry::SetAlertEventLogDir,
-                              &CHalvRegistry::SetAlertRegisteredOwner, &CHalvRegistry::SetAlertRegisteredOrganization,
-                              &CHalvRegistry::SetAlertCompany,         &CHalvRegistry::SetAlertLocation,
+    const Setter setters[] = {&CHalvRegistry::SetAlertHomeDir,           &CHalvRegistry::SetAlertLogDir,
+                              &CHalvRegistry::SetAlertControlDir,        &CHalvRegistry::SetAlertEventLogDir,
+                              &CHalvRegistry::SetAlertRegisteredOwner,   &CHalvRegistry::SetAlertRegisteredOrganization,
+                              &CHalvRegistry::SetAlertCompany,           &CHalvRegistry::SetAlertLocation,
                               &CHalvRegistry::SetAlertCurrentBuildNumber};
     for (const Setter setter : setters) {
         if (!(registry.*setter)()) return false;
@@ -189,8 +192,9 @@ bool ProtectRegistry(StageContext&, std::string&) {
 
 bool PublishHome(StageContext& context, std::string& note) {
     CSettings& settings = context.session.settings;
-    const std::string account =
-        context.session.HasAccount() ? std::string(settings.SystemAccountDomain()) + "\\" + settings.SystemAccountName() : "";
+    const std::string account = context.session.HasAccount()
+                                    ? std::string(settings.SystemAccountDomain()) + "\\" + settings.SystemAccountName()
+                                    : "";
     note = std::string(CHalvRegistry::GetZephraniteProdName()) + "$";
     host::SetLastError(0);
     const int created = CComputer::CreateKorvaultHomeShare(settings.KorvaultPath(), "", account.c_str());

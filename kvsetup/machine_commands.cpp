@@ -65,7 +65,8 @@ int Import(const MachineOptions& machine) {
 int Export(const MachineOptions& machine) {
     std::string bytes;
     std::string problem;
-    const auto version = machine.version4 ? control::RegistryTextVersion::Version4 : control::RegistryTextVersion::Version5;
+    const auto version =
+        machine.version4 ? control::RegistryTextVersion::Version4 : control::RegistryTextVersion::Version5;
     if (!control::ExportRegistry(control::MachineFolder(), machine.key, version, &bytes, &problem)) Refuse(problem);
     if (machine.file == "-") {
         std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
@@ -115,7 +116,8 @@ void AddMachineCommands(CLI::App& app, Options& options, std::function<int(const
     group->require_subcommand(1);
     const auto add = [&](const char* name, const char* help, int (*command)(const MachineOptions&)) {
         CLI::App* const sub = group->add_subcommand(name, help);
-        sub->callback([&run, machine, command] { run = [machine, command](const Options&) { return command(*machine); }; });
+        sub->callback(
+            [&run, machine, command] { run = [machine, command](const Options&) { return command(*machine); }; });
         return sub;
     };
     add("new", "make a fresh machine", NewMachine)

@@ -12,7 +12,8 @@ namespace {
 
 constexpr char kExitCodes[] =
     "Exit codes: 0 done; 1 a stage failed; 2 wrong command line; 3 the medium, the answers or another file cannot be\n"
-    "used; 4 cancelled, or nobody to ask; 5 not an administrator; 6 nothing to do, or an installed product that must not\n"
+    "used; 4 cancelled, or nobody to ask; 5 not an administrator; 6 nothing to do, or an installed product that must "
+    "not\n"
     "be replaced.";
 
 using Run = std::function<int(const Options&)>;

@@ -7,13 +7,13 @@
 #include <vector>
 
 struct Options {
-    std::string machine;       // empty: the machine of the environment
-    std::string source;        // as the user wrote it
-    std::string answers;       // empty: none
-    std::optional<int> type;   // else from the medium
+    std::string machine;      // empty: the machine of the environment
+    std::string source;       // as the user wrote it
+    std::string answers;      // empty: none
+    std::optional<int> type;  // else from the medium
     bool express = false;
-    std::string log;           // empty: the default beside Program Files
-    std::string drivingHost;   // empty: a local setup
+    std::string log;          // empty: the default beside Program Files
+    std::string drivingHost;  // empty: a local setup
     bool yes = false;
     bool json = false;
     std::string serviceName;

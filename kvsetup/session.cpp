@@ -20,8 +20,8 @@ namespace {
 constexpr LONG kMainServer = 133;
 
 // Sections of which an answer file has at least one.
-const char* const kAnswerSections[] = {"UserInfo",    "KorvaultInstall", "InstallPath",      "Install",
-                                       "Base",        "Uninstall",       "DatabaseOption",   "ZephraniteDomain",
+const char* const kAnswerSections[] = {"UserInfo",    "KorvaultInstall", "InstallPath",    "Install",
+                                       "Base",        "Uninstall",       "DatabaseOption", "ZephraniteDomain",
                                        "ClientAgent", "SystemAccount",   "System Account"};
 
 template <std::size_t Size>
@@ -35,7 +35,8 @@ void Store(char (&field)[Size], const std::string& text, const char* what) {
 std::string ProgramFiles() {
     char path[260] = "";
     DWORD size = sizeof path;
-    if (KSetGetProgramFilesPath(path, &size, nullptr) != 0) return std::string(1, CComputer::FindFirstHardDrive()) + ":";
+    if (KSetGetProgramFilesPath(path, &size, nullptr) != 0)
+        return std::string(1, CComputer::FindFirstHardDrive()) + ":";
     return path;
 }
 
@@ -44,7 +45,8 @@ std::string OpenMedium(const std::string& source) {
     const std::string folder = host::MachinePath(source, true, &problem);
     if (folder.empty()) throw Failure{kBadInput, problem};
     if (!CComputer::PathExists((folder + "SETUP.INF").c_str())) {
-        throw Failure{kBadInput, "there is no SETUP.INF in " + folder + "; give the folder of the medium with --source"};
+        throw Failure{kBadInput,
+                      "there is no SETUP.INF in " + folder + "; give the folder of the medium with --source"};
     }
     host::RunFromMedium(folder);
     return folder;
@@ -149,8 +151,8 @@ Json Components(CSettings& settings) {
         const char* name;
         int installed;
     } components[] = {
-        {"manager", settings.InstallManager()},   {"server", settings.InstallServer()},
-        {"admin", settings.InstallAdmin()},       {"alert", settings.InstallAlert()},
+        {"manager", settings.InstallManager()},    {"server", settings.InstallServer()},
+        {"admin", settings.InstallAdmin()},        {"alert", settings.InstallAlert()},
         {"data migration", settings.InstallHSM()}, {"management framework", settings.InstallOGT()},
         {"antivirus", settings.InstallAV()},
     };
@@ -193,7 +195,8 @@ Json DescribeDecided(Session& session) {
     CSettings& settings = session.settings;
     Json decided;
     decided["mode"] = Mode(session);
-    decided["remote"] = settings.RemoteSetup() ? Json(std::string("driven by ") + settings.RemoteHostServer()) : Json(false);
+    decided["remote"] =
+        settings.RemoteSetup() ? Json(std::string("driven by ") + settings.RemoteHostServer()) : Json(false);
     if (settings.Uninstall()) {
         decided["main product"] = settings.UninstallKorvault() != 0;
         decided["alert"] = settings.UninstallAlert() != 0;
@@ -244,8 +247,8 @@ std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall) {
     session->settings.Initialize();
     LearnVersion(*session);
     const CHalvRegistry roots;  // chooses the family's root, which the product id comes from
-    session->productId = *session->settings.Product() != '\0' ? session->settings.Product()
-                                                              : CHalvRegistry::GetZephraniteProdName();
+    session->productId =
+        *session->settings.Product() != '\0' ? session->settings.Product() : CHalvRegistry::GetZephraniteProdName();
     ChooseAccountDomain(*session);
     ChoosePath(*session);
     if (options.express) session->settings.CustomSetup(0);
@@ -275,6 +278,7 @@ void WarnAboutAnswers(Session& session) {
                       " is); put it into section InstallPath");
     }
     if (*answers.KorvaultPath() == '\0' && !session.settings.KorvaultExists()) {
-        console::Warn(std::string("the answers name no product path: the product goes to ") + session.settings.KorvaultPath());
+        console::Warn(std::string("the answers name no product path: the product goes to ") +
+                      session.settings.KorvaultPath());
     }
 }

@@ -11,11 +11,11 @@
 #include "kvsetup/options.h"
 
 struct Session {
-    std::string source;       // the medium's folder with its final backslash; empty for a removal without a medium
-    std::string answers;      // the response file; empty without one
+    std::string source;   // the medium's folder with its final backslash; empty for a removal without a medium
+    std::string answers;  // the response file; empty without one
     std::string log;
-    std::string productId;    // under which the product is registered
-    WORD version = 0;         // of the medium, 0 when its version library does not tell
+    std::string productId;  // under which the product is registered
+    WORD version = 0;       // of the medium, 0 when its version library does not tell
     WORD build = 0;
     bool json = false;
     CSettings settings;
@@ -29,8 +29,8 @@ struct Session {
     bool m_logWarned = false;
 };
 
-// Opens the medium and the answers, fills the library's record and lets the settings learn the machine. Throws a Failure
-// that says what is wrong with the input. `uninstall` opens a session that removes; it needs no medium.
+// Opens the medium and the answers, fills the library's record and lets the settings learn the machine. Throws a
+// Failure that says what is wrong with the input. `uninstall` opens a session that removes; it needs no medium.
 std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall);
 
 // What the machine holds and what the session is going to do, passwords left out.

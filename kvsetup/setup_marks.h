@@ -12,7 +12,8 @@ bool Set(const char* name, const std::string& text);
 std::string Get(const char* name);
 void RemoveAll();
 
-inline constexpr char kProductDirectory[] = "ProductDirectory";  // as the installation made them, final backslash included
+inline constexpr char kProductDirectory[] =
+    "ProductDirectory";  // as the installation made them, final backslash included
 inline constexpr char kAlertDirectory[] = "AlertDirectory";
 inline constexpr char kCreatedAccount[] = "CreatedAccount";  // the user that the installation created
 

@@ -11,7 +11,8 @@ std::string Outcome(bool succeeded, DWORD error, const std::string& note) {
     return note.empty() ? text : text + " (" + note + ")";
 }
 
-void Print(const Session& session, std::size_t number, std::size_t count, const char* title, const std::string& outcome) {
+void Print(const Session& session, std::size_t number, std::size_t count, const char* title,
+           const std::string& outcome) {
     if (session.json) return;
     const std::string place = "[" + std::string(number < 10 && count >= 10 ? " " : "") + std::to_string(number) + "/" +
                               std::to_string(count) + "] ";

@@ -30,11 +30,15 @@ Json DescribeGeneration(const CProductGeneration& generation) {
     const struct {
         const char* label;
         const CString& text;
-    } texts[] = {{"home", generation.m_sHomeDir},         {"database", generation.m_sDBDir},
-                 {"log", generation.m_sLogDir},           {"temp", generation.m_sTempDir},
-                 {"client agent", generation.m_sAgentHomeDir}, {"registered user", generation.m_sUser},
+    } texts[] = {{"home", generation.m_sHomeDir},
+                 {"database", generation.m_sDBDir},
+                 {"log", generation.m_sLogDir},
+                 {"temp", generation.m_sTempDir},
+                 {"client agent", generation.m_sAgentHomeDir},
+                 {"registered user", generation.m_sUser},
                  {"registered company", generation.m_sCompany}};
-    for (const auto& [label, text] : texts) data[label] = text.IsEmpty() ? Json() : Json(static_cast<const char*>(text));
+    for (const auto& [label, text] : texts)
+        data[label] = text.IsEmpty() ? Json() : Json(static_cast<const char*>(text));
     Json components = Json::array();
     for (int i = 0; i < generation.m_Components.GetSize(); ++i) {
         components.push_back(static_cast<const char*>(generation.m_Components.GetAt(i)));
@@ -77,7 +81,8 @@ void PrintGeneration(Json generation) {
 int StatusCommand(const Options& options) {
     const CInstalledProducts installed;
     Json data{{"generations", Json::array()}, {"alert", DescribeAlert()}, {"services", DescribeServices()}};
-    for (int i = 0; i < installed.GetCount(); ++i) data["generations"].push_back(DescribeGeneration(installed.GetAt(i)));
+    for (int i = 0; i < installed.GetCount(); ++i)
+        data["generations"].push_back(DescribeGeneration(installed.GetAt(i)));
     if (options.json) {
         console::PrintJson(data);
         return kDone;

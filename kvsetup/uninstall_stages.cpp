@@ -21,7 +21,9 @@ bool RemovesAlert(StageContext& context) {
 bool IsAgentProduct(StageContext& context) { return context.session.IsAgent(); }
 bool RemovesProduct(StageContext& context) { return IsAgentProduct(context) || RemovesMain(context); }
 bool HasServices(StageContext& context) { return !ChosenServices(context.session.settings).empty(); }
-bool CreatedAccount(StageContext& context) { return RemovesMain(context) && !marks::Get(marks::kCreatedAccount).empty(); }
+bool CreatedAccount(StageContext& context) {
+    return RemovesMain(context) && !marks::Get(marks::kCreatedAccount).empty();
+}
 
 bool RemoveServices(StageContext& context, std::string& note) {
     bool allRemoved = true;
@@ -99,12 +101,14 @@ void RemoveEmpty(std::string directory) {
 }
 
 // The directory that the installation made, or the one that the settings found.
-void RemoveTree(const char* mark, const char* found, std::initializer_list<const char*> subdirectories, std::string& note) {
+void RemoveTree(const char* mark, const char* found, std::initializer_list<const char*> subdirectories,
+                std::string& note) {
     const std::string marked = marks::Get(mark);
     const std::string directory = marked.empty() ? found : marked;
     if (directory.empty()) return;
     for (const char* subdirectory : subdirectories) RemoveEmpty(directory + subdirectory);
-    if (CComputer::DirectoryExists(directory.c_str())) note += (note.empty() ? "" : ", ") + directory + " holds files and stays";
+    if (CComputer::DirectoryExists(directory.c_str()))
+        note += (note.empty() ? "" : ", ") + directory + " holds files and stays";
 }
 
 bool RemoveDirectories(StageContext& context, std::string& note) {

@@ -10,8 +10,8 @@ namespace {
 constexpr int kMachineNameSize = 32;  // wide characters with the terminator
 constexpr int kDomainSize = 256;      // bytes with the terminator
 
-// The form in which the network functions take a machine's name: null for the local one. A name that does not fit names no
-// machine, never the local one.
+// The form in which the network functions take a machine's name: null for the local one. A name that does not fit names
+// no machine, never the local one.
 class WideMachineName {
   public:
     explicit WideMachineName(const char* machine) {
@@ -98,8 +98,8 @@ int CComputer::IsServer(const char* machine) {
     RegistryKey remote;
     if (machine != nullptr && machine[0] != '\0') remote = ConnectLocalMachineOf(machine);
     char type[257] = "";
-    if (!ReadRegistryText(remote ? remote.Get() : HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Control\\ProductOptions",
-                          "ProductType", type)) {
+    if (!ReadRegistryText(remote ? remote.Get() : HKEY_LOCAL_MACHINE,
+                          "SYSTEM\\CurrentControlSet\\Control\\ProductOptions", "ProductType", type)) {
         return 0;
     }
     return _stricmp(type, "LANMANNT") == 0 || _stricmp(type, "SERVERNT") == 0;

@@ -27,8 +27,8 @@ class Path {
     bool m_fits;
 };
 
-// A pattern names entries of one directory. With a separator it would find entries elsewhere, whose paths would be formed
-// wrongly.
+// A pattern names entries of one directory. With a separator it would find entries elsewhere, whose paths would be
+// formed wrongly.
 bool IsPlainPattern(const char* pattern) {
     for (; *pattern != '\0'; ++pattern) {
         if (IsDBCSLeadByte(BYTE(*pattern)) && pattern[1] != '\0') {
@@ -64,8 +64,8 @@ void ForEachMatch(const Path& search, Visit visit) {
     } while (FindNextFileA(find.Get(), &entry));
 }
 
-// The same for a pattern in a directory with its backslash. One that was empty has no entries: it would be the root of the
-// current drive.
+// The same for a pattern in a directory with its backslash. One that was empty has no entries: it would be the root of
+// the current drive.
 template <class Visit>
 void ForEachMatch(const CString& directory, const char* pattern, Visit visit) {
     if (directory.IsEmpty() || !IsPlainPattern(pattern)) return;

@@ -32,8 +32,7 @@ bool SetStatus(NTSTATUS status) {
 // Names beyond the table are dropped.
 bool AddName(const LSA_UNICODE_STRING& name) {
     if (g_count == kMostNames) return true;
-    auto* const copy =
-        static_cast<WCHAR*>(HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, name.Length + sizeof(WCHAR)));
+    auto* const copy = static_cast<WCHAR*>(HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, name.Length + sizeof(WCHAR)));
     if (copy == nullptr) return FailWith(ERROR_NOT_ENOUGH_MEMORY);
     if (name.Length != 0) std::memcpy(copy, name.Buffer, name.Length);
     g_names[g_count++] = copy;
@@ -50,8 +49,8 @@ bool OpenPolicy(const WCHAR* machine, PolicyHandle& policy) {
     LSA_OBJECT_ATTRIBUTES attributes = {};
     attributes.Length = sizeof attributes;
     policy.Reset();
-    return SetStatus(LsaOpenPolicy(length == 0 ? nullptr : &name, &attributes, POLICY_VIEW_LOCAL_INFORMATION,
-                                   policy.Receive()));
+    return SetStatus(
+        LsaOpenPolicy(length == 0 ? nullptr : &name, &attributes, POLICY_VIEW_LOCAL_INFORMATION, policy.Receive()));
 }
 
 template <class Information>
@@ -84,8 +83,7 @@ bool AddTrustedDomains(const PolicyHandle& policy) {
 // The primary domain of a member: its name, and the domains that its controller trusts. A workgroup has none.
 bool AddPrimaryDomain(const WCHAR* machine, PolicyHandle& policy) {
     LsaBuffer buffer;
-    const auto* const primary =
-        QueryPolicy<POLICY_PRIMARY_DOMAIN_INFO>(policy, PolicyPrimaryDomainInformation, buffer);
+    const auto* const primary = QueryPolicy<POLICY_PRIMARY_DOMAIN_INFO>(policy, PolicyPrimaryDomainInformation, buffer);
     if (primary == nullptr) return false;
     if (primary->Sid == nullptr) return true;
     const DWORD place = g_count;
@@ -102,8 +100,7 @@ bool BuildTrustList(const WCHAR* machine) {
     PolicyHandle policy;
     if (!OpenPolicy(machine, policy)) return false;
     LsaBuffer buffer;
-    const auto* const account =
-        QueryPolicy<POLICY_ACCOUNT_DOMAIN_INFO>(policy, PolicyAccountDomainInformation, buffer);
+    const auto* const account = QueryPolicy<POLICY_ACCOUNT_DOMAIN_INFO>(policy, PolicyAccountDomainInformation, buffer);
     if (account == nullptr || !AddName(account->DomainName)) return false;
     DWORD type = 0;
     if (!GetServerType(machine, type)) return false;

@@ -28,8 +28,8 @@ bool IsSharedAs(WideText& name, const CString& path) {
     return _stricmp(NarrowText(share->shi2_path), path) == 0;
 }
 
-// The account's entry when there is one, then the groups'; "Everyone" goes. Every step runs; 0 when one failed, with the
-// first one's error.
+// The account's entry when there is one, then the groups'; "Everyone" goes. Every step runs; 0 when one failed, with
+// the first one's error.
 int GrantAccess(CShareSecurity& security, const char* system, const char* account) {
     DWORD firstError = ERROR_SUCCESS;
     const auto check = [&](int succeeded) {
@@ -56,7 +56,8 @@ int CComputer::CreateKorvaultHomeShare(const char* path, const char* accountSyst
     NetShareDel(nullptr, name.Get(), 0);
     WideText widePath(directory);
     WideText remark(kRemark);
-    if (!security.CreateShare(name.Get(), widePath.Get(), remark.Get(), nullptr, 0)) return FailWith(security.LastError());
+    if (!security.CreateShare(name.Get(), widePath.Get(), remark.Get(), nullptr, 0))
+        return FailWith(security.LastError());
     if (!GrantAccess(security, accountSystem, account)) return 0;
     const int applied = security.ApplyToShare(nullptr, 0);
     SetLastError(applied ? ERROR_SUCCESS : security.LastError());

@@ -13,7 +13,8 @@ constexpr DWORD kAlreadyThere = 0xFFFFFFFF;  // what the core library says of a 
 constexpr DWORD kUnknownStatus = 2;
 constexpr DWORD kFailure = 1;  // any status but 0 and the one above
 
-// A path in the product's home directory, with exactly one backslash between; empty when the home directory is not known.
+// A path in the product's home directory, with exactly one backslash between; empty when the home directory is not
+// known.
 CString InHomeDirectory(const char* name) {
     // The keys' names are empty before the first object is built, and a path formed from them would be another's.
     if (CHalvRegistry::m_sKorvaultBaseKey.IsEmpty()) CHalvRegistry(1, nullptr);
@@ -69,7 +70,8 @@ DWORD CJobQueue::GetQueueJobStatus(DWORD status, DWORD result) {
     return CallCore<product::MapJobStatus>(kUnknownStatus, "QSIMapJobStatus", status, result);
 }
 
-int CJobQueue::AddQueueJob(const char* queue, const char* job, WORD type, const char* text, DWORD flags, DWORD* number) {
+int CJobQueue::AddQueueJob(const char* queue, const char* job, WORD type, const char* text, DWORD flags,
+                           DWORD* number) {
     return CallCore<product::AddQueueJob>(kFailure, "KVAddQueueJob", queue, job, type, text, flags, number) == 0;
 }
 

@@ -48,8 +48,7 @@ bool ReadRegistryText(HKEY root, const char* key, const char* value, char* text,
 
 bool ReadRegistryText(HKEY key, const char* value, char* text, DWORD size) noexcept {
     DWORD length = size - 1;  // leaves room for a terminator that the value may lack
-    const LSTATUS status =
-        RegQueryValueExA(key, value, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &length);
+    const LSTATUS status = RegQueryValueExA(key, value, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &length);
     text[status == ERROR_SUCCESS ? length : 0] = '\0';
     if (status != ERROR_SUCCESS) SetLastError(DWORD(status));
     return status == ERROR_SUCCESS;

@@ -15,8 +15,8 @@ RegistryKey ConnectLocalMachineOf(const char* machine) noexcept;
 // The SV_TYPE_... bits of a machine (null: the local one); false when it cannot be asked.
 bool GetServerType(const WCHAR* machine, DWORD& type) noexcept;
 
-// Reads a text of at most N - 1 bytes, its terminator among them or not; false, and an empty text, when the key cannot be
-// opened for reading or the value is missing or longer. The second form reads from an open key.
+// Reads a text of at most N - 1 bytes, its terminator among them or not; false, and an empty text, when the key cannot
+// be opened for reading or the value is missing or longer. The second form reads from an open key.
 bool ReadRegistryText(HKEY root, const char* key, const char* value, char* text, DWORD size) noexcept;
 bool ReadRegistryText(HKEY key, const char* value, char* text, DWORD size) noexcept;
 template <std::size_t N>

@@ -45,12 +45,14 @@ Windows AskWindows() {
     return isXpOrLater ? Windows::XpOrLater : Windows::Older;
 }
 
-// The number before the first "." of the version text that the Windows Installer reads from the file; false when it cannot.
+// The number before the first "." of the version text that the Windows Installer reads from the file; false when it
+// cannot.
 bool AskInstallerForMajorVersion(const char* path, int& major) {
     char version[MAX_PATH + 1] = "";
     DWORD length = MAX_PATH;
     const LoadedLibrary installer(LoadLibraryA("msi.dll"));
-    auto* const getFileVersion = product::EntryPoint<product::MsiGetFileVersion>(installer.Get(), product::kMsiGetFileVersion);
+    auto* const getFileVersion =
+        product::EntryPoint<product::MsiGetFileVersion>(installer.Get(), product::kMsiGetFileVersion);
     if (getFileVersion == nullptr || getFileVersion(path, version, &length, nullptr, nullptr) != 0) return false;
     major = std::atoi(version);
     return true;
@@ -117,7 +119,8 @@ CString GetRemoteSystem32Path(const char* machine) {
     if (machine == nullptr || machine[0] == '\0') return CString();
     const RegistryKey remote = ConnectLocalMachineOf(machine);
     char root[MAX_PATH + 1] = "";
-    if (!remote || !ReadRegistryText(remote.Get(), "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "SystemRoot", root)) {
+    if (!remote ||
+        !ReadRegistryText(remote.Get(), "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", "SystemRoot", root)) {
         return CString();
     }
     CString library;

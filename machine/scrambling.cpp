@@ -98,8 +98,7 @@ DWORD KSET_ZKBEncrypt_NUMSTR(const char* input, DWORD inputLength, char* output,
     *outputLength = kLengthOfFailure;
     Scratch scratch(length);
     if (!scratch) return ERROR_NOT_ENOUGH_MEMORY;
-    const DWORD status =
-        KSET_ZKBEncrypt(reinterpret_cast<const BYTE*>(input), inputLength, scratch.Bytes(), &length);
+    const DWORD status = KSET_ZKBEncrypt(reinterpret_cast<const BYTE*>(input), inputLength, scratch.Bytes(), &length);
     if (status == 0) {
         WriteDigits(scratch.Bytes(), length, output);
         *outputLength = 2 * length;

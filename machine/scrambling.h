@@ -11,8 +11,8 @@ inline constexpr int kPlainTextCapacity = 260;       // bytes of a plain passwor
 // Writes the hexadecimal characters of the scrambled text, without a terminator: the caller's buffer is zero-filled and
 // holds kScrambledTextCapacity characters and one more.
 int ScramblePasswordText(const char* text, char* output);
-// Zeroes the kPlainTextCapacity bytes of the output and writes the password into them; a password of exactly that size has
-// no terminator.
+// Zeroes the kPlainTextCapacity bytes of the output and writes the password into them; a password of exactly that size
+// has no terminator.
 int UnscramblePasswordText(const char* text, char* output);
 
 #endif

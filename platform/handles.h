@@ -1,5 +1,6 @@
-// Owners of everything that must be given back. One template, one alias per way of giving back; library code closes no raw
-// handle by hand. An owner keeps the thread's last-error value when it closes, on every path: destructor, Reset and move.
+// Owners of everything that must be given back. One template, one alias per way of giving back; library code closes no
+// raw handle by hand. An owner keeps the thread's last-error value when it closes, on every path: destructor, Reset and
+// move.
 #ifndef INSTALIB_PLATFORM_HANDLES_H
 #define INSTALIB_PLATFORM_HANDLES_H
 

@@ -47,6 +47,7 @@
 #include "platform/embedded/api/security.h"
 #include "platform/embedded/api/services.h"
 #include "platform/embedded/api/system.h"
+#include "platform/embedded/api/tokens.h"
 
 #endif
 

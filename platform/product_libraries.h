@@ -1,6 +1,6 @@
-// The closed libraries of the product family: every entry point that this library calls, its signature and its file name,
-// in one place. They are loaded at run time on both targets. An ordinal n stands on the embedded machine under the symbol
-// OrdinalN. All entry points use the calling convention of the Windows interface.
+// The closed libraries of the product family: every entry point that this library calls, its signature and its file
+// name, in one place. They are loaded at run time on both targets. An ordinal n stands on the embedded machine under
+// the symbol OrdinalN. All entry points use the calling convention of the Windows interface.
 //
 // What a product library writes is not trusted: buffers are larger by one byte than what the library is told (or, where
 // the entry point takes no size, than its contract allows) and that byte is zero, so a missing terminator is harmless.
@@ -10,12 +10,12 @@
 #include "platform/handles.h"
 #include "platform/platform.h"
 
-struct tagQJOBITEM;     // records of the core library; passed through, never read here
+struct tagQJOBITEM;  // records of the core library; passed through, never read here
 struct tagQUEUEINFO;
 
 namespace product {
 
-// --- Tool library -------------------------------------------------------------------------------------------------------
+// --- Tool library ---
 inline constexpr char kToolLibrary[] = "HSTOOL.DLL";
 // "HstGetBrandNameStringA", "HstGetRegRootStringA", "HstGetRegBaseStringA": a key path into a buffer of `size` bytes.
 using GetKeyPath = int WINAPI(char* buffer, DWORD size);
@@ -30,16 +30,16 @@ using SetUserAccount = DWORD WINAPI(char* computer, UserAccount* account);
 // "IsWindowsVersionOKA"
 using IsWindowsVersionOK = int WINAPI(DWORD major, DWORD minor, DWORD build);
 
-// --- Branding library: ordinal 101 puts the product id into a buffer of `size` bytes --------------------------------------
+// --- Branding library: ordinal 101 puts the product id into a buffer of `size` bytes ---
 inline constexpr char kBrandLibrary[] = "BRAND.dll";
 inline constexpr WORD kBrandProductId = 101;
 using GetProductId = int WINAPI(char* buffer, DWORD size);
 
-// --- Version library: "KvvGetVersionA", "KvvGetBuildNumberA", a text of at most 31 characters ------------------------------
+// --- Version library: "KvvGetVersionA", "KvvGetBuildNumberA", a text of at most 31 characters ---
 inline constexpr char kVersionLibrary[] = "kvvctl.dll";
 using GetVersionText = int WINAPI(char* buffer);
 
-// --- Product map library ------------------------------------------------------------------------------------------------
+// --- Product map library ---
 inline constexpr char kProductMapLibrary[] = "HalvProd.dll";
 // "HVPGetProductMapInfo": the registry name of a product type.
 struct ProductMapInfo {
@@ -51,11 +51,11 @@ using GetProductMapInfo = int WINAPI(LONG productType, ProductMapInfo* info);
 // "HVPGetProductComponentCode2A": an 8-byte buffer.
 using GetProductComponentCode = int WINAPI(LONG productType, BYTE subType, char* code);
 
-// --- Alert version library: "AlGetBuildNumberA"; no size is passed ----------------------------------------------------------
+// --- Alert version library: "AlGetBuildNumberA"; no size is passed ---
 inline constexpr char kAlertVersionLibrary[] = "ALERTVER.DLL";
 using GetAlertBuildText = int WINAPI(char* buffer);
 
-// --- Core library: the job queue; 0 is success ------------------------------------------------------------------------------
+// --- Core library: the job queue; 0 is success ---
 inline constexpr char kCoreLibrary[] = "KVCORE.DLL";
 using CreateQueue = DWORD WINAPI(void* reserved, const char* queue, DWORD zero, const char* text, DWORD* output);
 using GetQueueJobs = DWORD WINAPI(const char*, DWORD, tagQJOBITEM*, DWORD, DWORD*, tagQUEUEINFO*);
@@ -64,12 +64,14 @@ using AddQueueJob = DWORD WINAPI(const char*, const char*, WORD, const char*, DW
 using DeleteQueueJob = DWORD WINAPI(const char*, DWORD, DWORD);
 using GetDefaultQueue = DWORD WINAPI(char*, char*, DWORD*);
 
-// --- Scrambling library: "ZKBEncrypt", "ZKBDecrypt"; `outputLength` in: capacity, out: bytes written; 0 is success ----------
+// --- Scrambling library: "ZKBEncrypt", "ZKBDecrypt"; `outputLength` in: capacity, out: bytes written; 0 is success
+// ----------
 inline constexpr char kScramblingLibrary[] = "KVDCEN.DLL";
 using Scramble = DWORD WINAPI(const BYTE* input, DWORD inputLength, BYTE* output, DWORD* outputLength);
 
-// --- Libraries of Windows that are loaded when first called -----------------------------------------------------------------
-// SHFOLDER.DLL "SHGetFolderPathA": 0 (S_OK) or above on success; the buffer holds 260 bytes.
+// --- Libraries of Windows that are loaded when first called
+// ----------------------------------------------------------------- SHFOLDER.DLL "SHGetFolderPathA": 0 (S_OK) or above
+// on success; the buffer holds 260 bytes.
 using ShGetFolderPath = LONG WINAPI(HWND owner, int folder, HANDLE token, DWORD flags, char* path);
 // msi.dll ordinal 112, MsiQueryProductStateA: 5 is installed. Ordinal 194, MsiGetFileVersionA: 0 is success.
 inline constexpr WORD kMsiQueryProductState = 112;

@@ -8,8 +8,8 @@
 inline constexpr DWORD kEntryOverhead = sizeof(ACCESS_ALLOWED_ACE) - sizeof(DWORD);
 static_assert(kEntryOverhead == 8);
 
-// The identifier of an entry to allow, deny or audit, with a condition or without; null for any other kind or for one that
-// does not hold a whole identifier.
+// The identifier of an entry to allow, deny or audit, with a condition or without; null for any other kind or for one
+// that does not hold a whole identifier.
 PSID EntrySid(const ACE_HEADER* entry);
 
 // The entry belongs to this identifier.

@@ -10,7 +10,7 @@ namespace {
 
 constexpr DWORD kNameSize = 256;
 constexpr DWORD kGroupNameSize = 128;
-constexpr ULONG kLogonRights = 1 | 2 | 4 | 16;  // interactive, network, batch, service
+constexpr ULONG kLogonRights = 1 | 2 | 4 | 16;         // interactive, network, batch, service
 constexpr ACCESS_MASK kPolicyAllAccess = 0x000F0FFF;   // POLICY_ALL_ACCESS
 constexpr ACCESS_MASK kAccountAllAccess = 0x000F000F;  // ACCOUNT_ALL_ACCESS of ntlsa.h, absent from the public headers
 
@@ -54,7 +54,8 @@ int FindSid(const char* server, const CString& account, BYTE (&sid)[SECURITY_MAX
 
 }  // namespace
 
-int CSystemAccount::GetGroupName(DWORD rid, const WCHAR* server, char* name, DWORD nameSize, char* domain, DWORD domainSize) {
+int CSystemAccount::GetGroupName(DWORD rid, const WCHAR* server, char* name, DWORD nameSize, char* domain,
+                                 DWORD domainSize) {
     if (nameSize > 0) *name = '\0';
     if (domainSize > 0) *domain = '\0';
     const AllocatedSid sid = BuiltinSid(rid);
@@ -80,7 +81,8 @@ int CSystemAccount::AddMemberToGroup(DWORD rid, const WCHAR* server, PSID member
     if (!GetGroupName(rid, server, group, sizeof group, domain, sizeof domain)) return 0;
     WideText wideGroup(group);
     LOCALGROUP_MEMBERS_INFO_0 info{member};
-    const NET_API_STATUS status = NetLocalGroupAddMembers(server, wideGroup.Get(), 0, reinterpret_cast<BYTE*>(&info), 1);
+    const NET_API_STATUS status =
+        NetLocalGroupAddMembers(server, wideGroup.Get(), 0, reinterpret_cast<BYTE*>(&info), 1);
     return status == NERR_Success || status == ERROR_MEMBER_IN_ALIAS ? 1 : FailWith(status);
 }
 

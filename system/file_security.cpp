@@ -18,9 +18,12 @@ int Report(const char* message) {
 
 int FindAccount(const char* system, const char* account, AccountIdentity& identity) {
     switch (LookupAccount(system, account, identity)) {
-        case LookupStep::Lookup: return Report("LookupAccountName() failed. Error %d\n");
-        case LookupStep::Allocate: return Report("HeapAlloc() failed. Error %d\n");
-        case LookupStep::Done: break;
+        case LookupStep::Lookup:
+            return Report("LookupAccountName() failed. Error %d\n");
+        case LookupStep::Allocate:
+            return Report("HeapAlloc() failed. Error %d\n");
+        case LookupStep::Done:
+            break;
     }
     return 1;
 }
@@ -64,7 +67,8 @@ int ReadList(PSECURITY_DESCRIPTOR descriptor, OldList& old) {
     return 1;
 }
 
-// Copies the entries of others from `index` on, up to the first inherited one when `stopAtInherited`; `index` moves along.
+// Copies the entries of others from `index` on, up to the first inherited one when `stopAtInherited`; `index` moves
+// along.
 int CopyEntries(const OldList& old, PSID account, bool stopAtInherited, DWORD& index, PACL list) {
     for (; index < old.count; ++index) {
         void* entry = nullptr;
@@ -85,7 +89,8 @@ int BuildList(const OldList& old, PSID account, DWORD mask, HeapBuffer& list) {
     if (!InitializeAcl(acl, size, ACL_REVISION)) return Report("InitializeAcl() failed. Error %d\n");
     DWORD index = 0;
     if (!CopyEntries(old, account, true, index, acl)) return 0;
-    if (!AddAccessAllowedAce(acl, ACL_REVISION, mask, account)) return Report("AddAccessAllowedAce() failed. Error %d\n");
+    if (!AddAccessAllowedAce(acl, ACL_REVISION, mask, account))
+        return Report("AddAccessAllowedAce() failed. Error %d\n");
     return CopyEntries(old, account, false, index, acl);
 }
 
@@ -97,17 +102,20 @@ int KeepInheritance(PSECURITY_DESCRIPTOR old, PSECURITY_DESCRIPTOR fresh) {
     if (setControl == nullptr) return 1;
     SECURITY_DESCRIPTOR_CONTROL control = 0;
     DWORD revision = 0;
-    if (!GetSecurityDescriptorControl(old, &control, &revision)) return Report("GetSecurityDescriptorControl() failed.Error %d\n");
+    if (!GetSecurityDescriptorControl(old, &control, &revision))
+        return Report("GetSecurityDescriptorControl() failed.Error %d\n");
     constexpr SECURITY_DESCRIPTOR_CONTROL kInheriting = SE_DACL_AUTO_INHERIT_REQ | SE_DACL_AUTO_INHERITED;
     const SECURITY_DESCRIPTOR_CONTROL kept =
-        (control & SE_DACL_AUTO_INHERITED) ? kInheriting : static_cast<SECURITY_DESCRIPTOR_CONTROL>(control & SE_DACL_PROTECTED);
+        (control & SE_DACL_AUTO_INHERITED) ? kInheriting
+                                           : static_cast<SECURITY_DESCRIPTOR_CONTROL>(control & SE_DACL_PROTECTED);
     if (kept != 0 && !setControl(fresh, kept, kept)) return Report("SetSecurityDescriptorControl() failed.Error %d\n");
     return 1;
 }
 
 }  // namespace
 
-int AdjustAccessRights(const char* system, const char*, const char*, const char* path, const char* account, DWORD mask) {
+int AdjustAccessRights(const char* system, const char*, const char*, const char* path, const char* account,
+                       DWORD mask) {
     EnablePrivilege(SE_SECURITY_NAME, 1);
     AccountIdentity identity;
     HeapBuffer oldDescriptor;
@@ -123,7 +131,8 @@ int AdjustAccessRights(const char* system, const char*, const char*, const char*
         return Report("SetSecurityDescriptorDacl() failed. Error %d\n");
     }
     if (!KeepInheritance(oldDescriptor.Get(), &descriptor)) return 0;
-    if (!SetFileSecurityA(path, DACL_SECURITY_INFORMATION, &descriptor)) return Report("SetFileSecurity() failed. Error %d\n");
+    if (!SetFileSecurityA(path, DACL_SECURITY_INFORMATION, &descriptor))
+        return Report("SetFileSecurity() failed. Error %d\n");
     EnablePrivilege(SE_SECURITY_NAME, 0);
     return 1;
 }

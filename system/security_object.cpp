@@ -64,7 +64,8 @@ int CSecurityObject::Fail(DWORD error) {
 // Builds a descriptor around the list and makes it the working one, once everything has succeeded.
 int CSecurityObject::Replace(HeapBuffer list) {
     const PACL acl = static_cast<PACL>(list.Get());
-    const DWORD oldLength = m_working.descriptor ? GetSecurityDescriptorLength(Descriptor()) : sizeof(SECURITY_DESCRIPTOR);
+    const DWORD oldLength =
+        m_working.descriptor ? GetSecurityDescriptorLength(Descriptor()) : sizeof(SECURITY_DESCRIPTOR);
     HeapBuffer fresh = AllocateHeap(acl->AclSize + oldLength + sizeof(SECURITY_DESCRIPTOR));
     const PSECURITY_DESCRIPTOR descriptor = fresh.Get();
     if (!fresh || !InitializeSecurityDescriptor(descriptor, SECURITY_DESCRIPTOR_REVISION)) return FailWithLastError();
@@ -89,7 +90,8 @@ int CSecurityObject::AddAceForSid(PSID sid, DWORD mask, int allow) {
     HeapBuffer list = MakeList(old->AclSize + GetLengthSid(sid) + kEntryOverhead);
     if (!list) return FailWithLastError();
     const PACL acl = static_cast<PACL>(list.Get());
-    const bool built = (allow || AddAccessDeniedAce(acl, ACL_REVISION, mask, sid)) && CopyEntriesBut(old, kSkipNone, acl) &&
+    const bool built = (allow || AddAccessDeniedAce(acl, ACL_REVISION, mask, sid)) &&
+                       CopyEntriesBut(old, kSkipNone, acl) &&
                        (!allow || AddAccessAllowedAce(acl, ACL_REVISION, mask, sid));
     if (!built) return FailWithLastError();
     return Replace(std::move(list)) && ApplySecurity();
@@ -161,7 +163,8 @@ namespace {
 // Turns a self-relative descriptor into an absolute one with parts of its own.
 bool MakeAbsolute(PSECURITY_DESCRIPTOR relative, WorkingDescriptor& result) {
     DWORD sizes[5] = {};
-    MakeAbsoluteSD(relative, nullptr, &sizes[0], nullptr, &sizes[1], nullptr, &sizes[2], nullptr, &sizes[3], nullptr, &sizes[4]);
+    MakeAbsoluteSD(relative, nullptr, &sizes[0], nullptr, &sizes[1], nullptr, &sizes[2], nullptr, &sizes[3], nullptr,
+                   &sizes[4]);
     if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) return false;
     HeapBuffer* const parts[] = {&result.descriptor, &result.list, &result.systemList, &result.owner, &result.group};
     for (int part = 0; part < 5; ++part) {
@@ -179,7 +182,8 @@ bool MakeAbsolute(PSECURITY_DESCRIPTOR relative, WorkingDescriptor& result) {
 int CPrivateObjectSecurity::GetPrivateSecurity() {
     if (!m_private) return Fail(m_dwLastError != ERROR_SUCCESS ? m_dwLastError : ERROR_INVALID_SECURITY_DESCR);
     DWORD size = 0;
-    if (GetPrivateObjectSecurity(m_private.Get(), kBothLists, nullptr, 0, &size)) return Fail(ERROR_INVALID_SECURITY_DESCR);
+    if (GetPrivateObjectSecurity(m_private.Get(), kBothLists, nullptr, 0, &size))
+        return Fail(ERROR_INVALID_SECURITY_DESCR);
     if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) return FailWithLastError();
     const HeapBuffer relative = AllocateHeap(size);
     WorkingDescriptor fresh;

@@ -1,5 +1,5 @@
-// Security descriptors that are edited in memory and written to a network share: the base class with the editing, the one
-// that lets the system's private-object security keep the descriptor, and the one of shares.
+// Security descriptors that are edited in memory and written to a network share: the base class with the editing, the
+// one that lets the system's private-object security keep the descriptor, and the one of shares.
 //
 // Operations answer nonzero for success; a failure answers 0, leaves the cause in LastError() and in the thread's last
 // error, and the working descriptor as it was. The objects own everything that they point to and cannot be copied.
@@ -28,8 +28,8 @@ class CSecurityObject {
     virtual int ApplySecurity() = 0;
     virtual int RefreshSecurity() = 0;
 
-    // Refreshes, adds an entry for the identifier (a deny entry to the front, an allow entry to the end; entries that it has
-    // already stay) and applies.
+    // Refreshes, adds an entry for the identifier (a deny entry to the front, an allow entry to the end; entries that
+    // it has already stay) and applies.
     int AddAceForSid(PSID sid, DWORD mask, int allow);
     // The same for S-1-5-32-`rid`.
     int AddAceForBuiltinAlias(DWORD rid, DWORD mask, int allow);
@@ -61,8 +61,8 @@ class CSecurityObject {
 // Virtual slots after the base's, in order: SetPrivateSecurity, GetPrivateSecurity.
 class CPrivateObjectSecurity : public CSecurityObject {
   public:
-    // Updates the private descriptor from the working one, or the working one from the private one: discretionary and system
-    // list.
+    // Updates the private descriptor from the working one, or the working one from the private one: discretionary and
+    // system list.
     virtual int SetPrivateSecurity();
     virtual int GetPrivateSecurity();
 
@@ -86,8 +86,8 @@ class CShareSecurity : public CPrivateObjectSecurity {
     int ApplySecurity() override { return SetPrivateSecurity(); }
     int RefreshSecurity() override { return GetPrivateSecurity(); }
 
-    // Replaces the share by a disk share with the private descriptor. The machine is the local one unless `useServer`. The
-    // result is whether the machine reports the share afterwards, whatever the steps before said.
+    // Replaces the share by a disk share with the private descriptor. The machine is the local one unless `useServer`.
+    // The result is whether the machine reports the share afterwards, whatever the steps before said.
     int CreateShare(const WCHAR* name, const WCHAR* path, const WCHAR* remark, const WCHAR* server, int useServer);
     // Gives the share that CreateShare made the private descriptor.
     int ApplyToShare(const WCHAR* server, int useServer);

@@ -46,7 +46,8 @@ CService::CService(ServiceType service) : m_dwServiceType(kOwnProcessInteractive
     m_sGroup = standard.group;
 }
 
-CService::CService(const char* name, const char* executable, const char* displayName, DWORD serviceType, const char* group)
+CService::CService(const char* name, const char* executable, const char* displayName, DWORD serviceType,
+                   const char* group)
     : m_sName(name),
       m_sDisplayName(displayName != nullptr ? displayName : name),
       m_sExecutable(executable),
@@ -75,8 +76,8 @@ CString CService::CommandPath(const char* directory) const {
 }
 
 int CService::InstallService(const char* directory, DWORD startType, const char* account, const char* password) const {
-    return InstallService(m_sName, m_sDisplayName, CommandPath(directory), m_dwServiceType, startType, m_sGroup, nullptr,
-                          account, password);
+    return InstallService(m_sName, m_sDisplayName, CommandPath(directory), m_dwServiceType, startType, m_sGroup,
+                          nullptr, account, password);
 }
 
 int CService::ChangeService(const char* directory, DWORD startType, const char* account, const char* password) const {
@@ -89,9 +90,9 @@ int CService::InstallService(const char* name, const char* displayName, const ch
                              const char* password) {
     const ServiceHandle manager = OpenManager(SC_MANAGER_ALL_ACCESS);
     if (!manager) return 0;
-    const ServiceHandle service(CreateServiceA(manager.Get(), name, displayName, SERVICE_ALL_ACCESS, serviceType, startType,
-                                               SERVICE_ERROR_NORMAL, commandPath, GroupFor(serviceType, group), nullptr,
-                                               dependencies, account, password));
+    const ServiceHandle service(CreateServiceA(manager.Get(), name, displayName, SERVICE_ALL_ACCESS, serviceType,
+                                               startType, SERVICE_ERROR_NORMAL, commandPath,
+                                               GroupFor(serviceType, group), nullptr, dependencies, account, password));
     return service || GetLastError() == ERROR_SERVICE_EXISTS;
 }
 
@@ -123,7 +124,8 @@ int CService::BackupServiceStatus(const char* keyPath, const char* name) {
                                      nullptr, key.Receive(), nullptr);
     const DWORD startType = config->dwStartType;
     if (status == ERROR_SUCCESS) {
-        status = RegSetValueExA(key.Get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&startType), sizeof startType);
+        status =
+            RegSetValueExA(key.Get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&startType), sizeof startType);
     }
     return status == ERROR_SUCCESS ? 1 : FailWith(static_cast<DWORD>(status));
 }

@@ -18,8 +18,8 @@ int RunWithSwitch(const char* path, const char* option) {
     PROCESS_INFORMATION process{};
     // CreateProcess may write into the command line, so it gets a buffer of its own.
     const int length = commandLine.GetLength();
-    const BOOL created = CreateProcessA(nullptr, commandLine.GetBuffer(length), nullptr, nullptr, TRUE, DETACHED_PROCESS,
-                                        nullptr, nullptr, &startup, &process);
+    const BOOL created = CreateProcessA(nullptr, commandLine.GetBuffer(length), nullptr, nullptr, TRUE,
+                                        DETACHED_PROCESS, nullptr, nullptr, &startup, &process);
     const KernelHandle ownedProcess(process.hProcess);
     const KernelHandle ownedThread(process.hThread);
     return created ? 1 : 0;

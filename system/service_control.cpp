@@ -17,8 +17,8 @@ void AwaitStart(SC_HANDLE service, SERVICE_STATUS& status) {
     }
 }
 
-// Waits while the service stops: one second at a time, at most the wait hint's seconds (at least 1) and one more. False when
-// the service cannot be asked.
+// Waits while the service stops: one second at a time, at most the wait hint's seconds (at least 1) and one more. False
+// when the service cannot be asked.
 bool AwaitStop(SC_HANDLE service, SERVICE_STATUS& status) {
     DWORD seconds = std::max<DWORD>(status.dwWaitHint / 1000, 1);
     while (status.dwCurrentState == SERVICE_STOP_PENDING) {
@@ -29,7 +29,8 @@ bool AwaitStop(SC_HANDLE service, SERVICE_STATUS& status) {
     return true;
 }
 
-// The string is listed in a REG_MULTI_SZ, in this letter case. An empty string ends the list, which may lack its terminators.
+// The string is listed in a REG_MULTI_SZ, in this letter case. An empty string ends the list, which may lack its
+// terminators.
 bool Lists(std::string_view list, std::string_view wanted) {
     while (!list.empty() && list.front() != '\0') {
         const std::string_view entry = list.substr(0, list.find('\0'));
@@ -45,14 +46,14 @@ bool DependsOn(HKEY services, const char* service, const char* wanted) {
     char list[256];
     DWORD size = sizeof list;
     DWORD type = REG_NONE;
-    const LSTATUS status = RegQueryValueExA(key.Get(), CService::m_sDependOnService, nullptr, &type,
-                                            reinterpret_cast<BYTE*>(list), &size);
+    const LSTATUS status =
+        RegQueryValueExA(key.Get(), CService::m_sDependOnService, nullptr, &type, reinterpret_cast<BYTE*>(list), &size);
     const bool isText = type == REG_MULTI_SZ || type == REG_SZ;
     return status == ERROR_SUCCESS && isText && Lists(std::string_view(list, size), wanted);
 }
 
-// Calls `handle` with the name of every service that depends directly on `name`; 0 when the services cannot be listed or
-// one call failed. All are tried, and the first failure's error is kept.
+// Calls `handle` with the name of every service that depends directly on `name`; 0 when the services cannot be listed
+// or one call failed. All are tried, and the first failure's error is kept.
 template <class Handle>
 int ForEachDependent(const char* name, Handle handle) {
     RegistryKey services;
@@ -97,7 +98,8 @@ int CService::StartServiceA(const char* name, int wait) {
 
     SERVICE_STATUS status{};
     // A service that is still starting may refuse the interrogation; the manager's own record then stands in for it.
-    if (!ControlService(service, SERVICE_CONTROL_INTERROGATE, &status) && !QueryServiceStatus(service, &status)) return 0;
+    if (!ControlService(service, SERVICE_CONTROL_INTERROGATE, &status) && !QueryServiceStatus(service, &status))
+        return 0;
     AwaitStart(service, status);
     if (status.dwCurrentState == SERVICE_RUNNING || status.dwCurrentState == SERVICE_START_PENDING) return 1;
     return FailWith(status.dwWin32ExitCode != NO_ERROR ? status.dwWin32ExitCode : ERROR_SERVICE_NOT_ACTIVE);

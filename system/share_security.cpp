@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr DWORD kPermissions = 4;            // as share-level security knew it: create
-constexpr DWORD kUnlimitedUses = MAXDWORD;   // SHI_USES_UNLIMITED
+constexpr DWORD kPermissions = 4;           // as share-level security knew it: create
+constexpr DWORD kUnlimitedUses = MAXDWORD;  // SHI_USES_UNLIMITED
 constexpr DWORD kShareDescriptorLevel = 1501;
 
 WCHAR* CopyText(const WCHAR* text) {
@@ -43,8 +43,8 @@ CShareSecurity::~CShareSecurity() {
 int CShareSecurity::SetShareSecurity(WCHAR* machine) {
     SHARE_INFO_1501 security{};
     security.shi1501_security_descriptor = m_private.Get();
-    const NET_API_STATUS status =
-        NetShareSetInfo(machine, m_share.shi502_netname, kShareDescriptorLevel, reinterpret_cast<BYTE*>(&security), nullptr);
+    const NET_API_STATUS status = NetShareSetInfo(machine, m_share.shi502_netname, kShareDescriptorLevel,
+                                                  reinterpret_cast<BYTE*>(&security), nullptr);
     return status == NERR_Success ? 1 : Fail(status);
 }
 

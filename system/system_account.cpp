@@ -57,7 +57,11 @@ int CheckTexts(const char* computerName, const char* domain, const char* userNam
 }  // namespace
 
 CSystemAccount::CSystemAccount(const char* computerName, const char* domain, const char* userName, const char* password)
-    : m_sComputerName(computerName), m_sDomain(domain), m_sUserName(userName), m_sPassword(password), m_pServer(nullptr) {
+    : m_sComputerName(computerName),
+      m_sDomain(domain),
+      m_sUserName(userName),
+      m_sPassword(password),
+      m_pServer(nullptr) {
     m_sComputerName.MakeUpper();
     m_sDomain.MakeUpper();
     m_bLocal = m_sComputerName == m_sDomain;
@@ -126,15 +130,16 @@ int CSystemAccount::Create(const WCHAR* server, const char* computerName, const 
     return AddUser(server, userName, password) && AssignGroups(server, computerName, domain, userName, password);
 }
 
-int CSystemAccount::AssignGroups(const WCHAR* server, const char* computerName, const char* domain, const char* userName,
-                                 const char* password) {
+int CSystemAccount::AssignGroups(const WCHAR* server, const char* computerName, const char* domain,
+                                 const char* userName, const char* password) {
     if (!CheckTexts(computerName, domain, userName, password)) return 0;
     alignas(DWORD) BYTE sid[kSidBufferSize] = {};
     return FindAccountSid(server, domain, userName, sid) && AddMemberToGroup(DOMAIN_ALIAS_RID_ADMINS, server, sid) &&
            AddMemberToGroup(DOMAIN_ALIAS_RID_BACKUP_OPS, server, sid) && AddKorvaultUserPrivileges(server);
 }
 
-int CSystemAccount::ValidPassword(const WCHAR*, const char*, const char* domain, const char* userName, const char* password) {
+int CSystemAccount::ValidPassword(const WCHAR*, const char*, const char* domain, const char* userName,
+                                  const char* password) {
     WideText wideDomain(domain);
     WideText wideUser(userName);
     WideText secret(password);

@@ -1,5 +1,6 @@
-// What the sample product libraries share. They stand in for the family's closed libraries: small, honest answers through
-// the very entry points, so that a setup can be rehearsed from start to end. Nothing here is a product's own algorithm.
+// What the sample product libraries share. They stand in for the family's closed libraries: small, honest answers
+// through the very entry points, so that a setup can be rehearsed from start to end. Nothing here is a product's own
+// algorithm.
 #ifndef INSTALIB_DEMO_SAMPLE_LIBRARY_H
 #define INSTALIB_DEMO_SAMPLE_LIBRARY_H
 

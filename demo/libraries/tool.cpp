@@ -15,7 +15,8 @@ SAMPLE_EXPORT int SAMPLE_CALL HstGetRegBaseStringA(char* buffer, DWORD size) {
 
 // The account itself is made by the setup library; the sample only checks that it is handed a whole one.
 SAMPLE_EXPORT DWORD SAMPLE_CALL HstSetUserAccountA(const char* computer, const char (*account)[64]) {
-    const bool terminated = std::memchr(account[0], 0, 64) && std::memchr(account[1], 0, 64) && std::memchr(account[2], 0, 64);
+    const bool terminated =
+        std::memchr(account[0], 0, 64) && std::memchr(account[1], 0, 64) && std::memchr(account[2], 0, 64);
     return computer != nullptr && terminated && account[1][0] != '\0' ? 1 : 0;
 }
 

@@ -1,5 +1,6 @@
-// CArray: a growable array of values. Elements are copied in and out, a copy of the array is a copy of its elements, and
-// its memory is the library's. When memory runs out an operation throws CMemoryException* and leaves the array as it was.
+// CArray: a growable array of values. Elements are copied in and out, a copy of the array is a copy of its elements,
+// and its memory is the library's. When memory runs out an operation throws CMemoryException* and leaves the array as
+// it was.
 //
 // An index outside the array is harmless: a reading operation answers a default-constructed element, a writing one does
 // nothing, and a reference to such an element refers to a stand-in that is reset each time it is asked for.
@@ -128,7 +129,8 @@ class CArray {
             FrameworkAllocate(std::size_t(capacity) > most ? SIZE_MAX : std::size_t(capacity) * sizeof(TYPE)));
         grown.m_nCapacity = capacity;
         for (; grown.m_nSize < m_nSize; ++grown.m_nSize) {
-            ::new (static_cast<void*>(grown.m_pData + grown.m_nSize)) TYPE(std::move_if_noexcept(m_pData[grown.m_nSize]));
+            ::new (static_cast<void*>(grown.m_pData + grown.m_nSize))
+                TYPE(std::move_if_noexcept(m_pData[grown.m_nSize]));
         }
         Swap(grown);
     }

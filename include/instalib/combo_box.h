@@ -5,7 +5,8 @@
 #include "instalib/export.h"
 #include "instalib/windows_types.h"
 
-// Virtual slots, in order: destructor, AddString. A front end without windows derives a class and keeps the lines itself.
+// Virtual slots, in order: destructor, AddString. A front end without windows derives a class and keeps the lines
+// itself.
 class INSTALIB_API CComboBox {
   public:
     // The control's window; it stays the caller's.

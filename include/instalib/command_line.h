@@ -2,9 +2,10 @@
 //
 // Arguments are separated by blanks alone; tabs and quotation marks have no meaning. With the switch character '-':
 //     setup.exe -r:HOST -s -f:C:\dir -nVALUE data
-// gives the texts 0 = setup.exe and 1 = data, and the switches r = HOST, s = (empty), f = C:\dir and n = VALUE. "-name:value"
-// has a name of any length, "-" alone is ignored, and the last of equal switches counts. "-SMSInstall" and "-SMSUninstall",
-// in this letter case and with the hyphen, are switches of these names with the value KORVAULT.ICF.
+// gives the texts 0 = setup.exe and 1 = data, and the switches r = HOST, s = (empty), f = C:\dir and n = VALUE.
+// "-name:value" has a name of any length, "-" alone is ignored, and the last of equal switches counts. "-SMSInstall"
+// and "-SMSUninstall", in this letter case and with the hyphen, are switches of these names with the value
+// KORVAULT.ICF.
 #ifndef INSTALIB_COMMAND_LINE_H
 #define INSTALIB_COMMAND_LINE_H
 

@@ -1,5 +1,5 @@
-// CJobQueue: the product's job queue, through the core library KVCORE.DLL in the product's home directory. The library is
-// loaded for each call. The records belong to it and are passed on unread, as all arguments are.
+// CJobQueue: the product's job queue, through the core library KVCORE.DLL in the product's home directory. The library
+// is loaded for each call. The records belong to it and are passed on unread, as all arguments are.
 #ifndef INSTALIB_JOB_QUEUE_H
 #define INSTALIB_JOB_QUEUE_H
 
@@ -9,8 +9,8 @@
 struct tagQJOBITEM;
 struct tagQUEUEINFO;
 
-// Where nothing else is said the answer is 1 when the core library reports success and 0 otherwise: also when the product's
-// home directory, the library or its entry point is missing. Nothing is raised.
+// Where nothing else is said the answer is 1 when the core library reports success and 0 otherwise: also when the
+// product's home directory, the library or its entry point is missing. Nothing is raised.
 class INSTALIB_API CJobQueue {
   public:
     // Remembers whether the queue's storage exists now; Exists answers it.
@@ -21,7 +21,8 @@ class INSTALIB_API CJobQueue {
     static CString GetPath();
     // Whether that directory exists.
     static int QueueExists();
-    // Deletes it with all it holds; see CComputer::DeleteTree. 0, touching nothing, when the home directory is not known.
+    // Deletes it with all it holds; see CComputer::DeleteTree. 0, touching nothing, when the home directory is not
+    // known.
     static int DeleteQueue();
     // Creates the product's queue with this text; an existing one counts as created.
     static int CreateQueue(const char* text);

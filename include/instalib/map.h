@@ -1,6 +1,6 @@
 // CMapStringToString: a map from texts to texts, one value per key. Keys compare byte for byte. Looking up, setting and
-// removing take constant time on average. Entries are walked in the order in which their keys were first set. When memory
-// runs out an operation throws CMemoryException* and leaves the map as it was.
+// removing take constant time on average. Entries are walked in the order in which their keys were first set. When
+// memory runs out an operation throws CMemoryException* and leaves the map as it was.
 #ifndef INSTALIB_MAP_H
 #define INSTALIB_MAP_H
 
@@ -23,7 +23,8 @@ class INSTALIB_API CMapStringToString : public CObject {
     int GetCount() const noexcept { return m_nCount; }
     int IsEmpty() const noexcept { return m_nCount == 0; }
 
-    // Nonzero and the value when the key is there; otherwise 0, and `value` stays as it was. A null key is an empty one.
+    // Nonzero and the value when the key is there; otherwise 0, and `value` stays as it was. A null key is an empty
+    // one.
     int Lookup(const char* key, CString& value) const;
     // Sets the value, adding the key when it is missing.
     void SetAt(const char* key, const char* value);
@@ -33,8 +34,8 @@ class INSTALIB_API CMapStringToString : public CObject {
     int RemoveKey(const char* key);
     void RemoveAll() noexcept;
 
-    // The walk: while the position is not null, GetNextAssoc answers the entry there and moves on. The entry just answered
-    // may be removed; one added during the walk comes at its end.
+    // The walk: while the position is not null, GetNextAssoc answers the entry there and moves on. The entry just
+    // answered may be removed; one added during the walk comes at its end.
     POSITION GetStartPosition() const noexcept { return m_pFirst; }
     void GetNextAssoc(POSITION& position, CString& key, CString& value) const;
 

@@ -1,7 +1,8 @@
-// CString: the string of the exported interface. A counted, heap-owned text of 8-bit characters in the system's ANSI code
-// page, with value semantics: a copy is a copy. Its memory is taken and given back by the library, whichever module holds
-// the object. Lengths and positions are bytes. A text may hold zero bytes; the character pointer then shows the part before
-// the first one. When memory runs out, an operation throws CMemoryException* and leaves the string as it was.
+// CString: the string of the exported interface. A counted, heap-owned text of 8-bit characters in the system's ANSI
+// code page, with value semantics: a copy is a copy. Its memory is taken and given back by the library, whichever
+// module holds the object. Lengths and positions are bytes. A text may hold zero bytes; the character pointer then
+// shows the part before the first one. When memory runs out, an operation throws CMemoryException* and leaves the
+// string as it was.
 #ifndef INSTALIB_STRING_H
 #define INSTALIB_STRING_H
 
@@ -45,14 +46,15 @@ class INSTALIB_API CString {
     CString Mid(int first) const;
     CString Mid(int first, int count) const;
 
-    // Positions of the first (or last) occurrence, -1 when there is none. Bytes are compared; double-byte characters are
-    // not treated specially.
+    // Positions of the first (or last) occurrence, -1 when there is none. Bytes are compared; double-byte characters
+    // are not treated specially.
     int Find(char character, int start = 0) const noexcept;
     int Find(const char* text, int start = 0) const noexcept;
     int ReverseFind(char character) const noexcept;
 
-    // Compares the bytes up to the first zero byte, and the same without regard to the case of ASCII letters; less than,
-    // equal to, greater than 0. A null text counts as empty. The bytes of double-byte characters keep their values.
+    // Compares the bytes up to the first zero byte, and the same without regard to the case of ASCII letters; less
+    // than, equal to, greater than 0. A null text counts as empty. The bytes of double-byte characters keep their
+    // values.
     int Compare(const char* text) const noexcept;
     int CompareNoCase(const char* text) const noexcept;
 
@@ -65,7 +67,8 @@ class INSTALIB_API CString {
 #if defined(__GNUC__)
     __attribute__((format(printf, 2, 3)))
 #endif
-    void Format(const char* format, ...);
+    void
+    Format(const char* format, ...);
     void FormatV(const char* format, va_list arguments);
 
     // A writable buffer of at least `capacity` bytes and a terminator, holding the present text. ReleaseBuffer sets the

@@ -1,9 +1,9 @@
-// CSystemAccount: the dedicated account under which the product's services run. Operations return nonzero for success and 0
-// for failure; a failure leaves the Windows error of the failed call in the thread's last-error value. Groups are found by
-// their well-known identifiers, so that the work succeeds on a Windows of any language.
+// CSystemAccount: the dedicated account under which the product's services run. Operations return nonzero for success
+// and 0 for failure; a failure leaves the Windows error of the failed call in the thread's last-error value. Groups are
+// found by their well-known identifiers, so that the work succeeds on a Windows of any language.
 //
-// Limits: domain, user name and password hold at most 63 characters, the computer name 1,087. Longer texts are refused with
-// ERROR_INVALID_PARAMETER (87) and nothing is created or changed.
+// Limits: domain, user name and password hold at most 63 characters, the computer name 1,087. Longer texts are refused
+// with ERROR_INVALID_PARAMETER (87) and nothing is created or changed.
 #ifndef INSTALIB_SYSTEM_ACCOUNT_H
 #define INSTALIB_SYSTEM_ACCOUNT_H
 
@@ -13,9 +13,9 @@
 
 class INSTALIB_API CSystemAccount {
   public:
-    // The machine of the setup, the account's domain (the computer name for a local account), name and password. Computer
-    // name and domain become upper case; when they differ, the domain's primary controller is asked for by its name, and a
-    // domain without one leaves the server null: the operations then work on the local machine.
+    // The machine of the setup, the account's domain (the computer name for a local account), name and password.
+    // Computer name and domain become upper case; when they differ, the domain's primary controller is asked for by its
+    // name, and a domain without one leaves the server null: the operations then work on the local machine.
     CSystemAccount(const char* computerName, const char* domain, const char* userName, const char* password);
     CSystemAccount(const CSystemAccount& other);
     CSystemAccount& operator=(const CSystemAccount& other);
@@ -33,8 +33,8 @@ class INSTALIB_API CSystemAccount {
     // Adds the user (an existing one is used as it is) and does what AssignGroups does.
     static int Create(const WCHAR* server, const char* computerName, const char* domain, const char* userName,
                       const char* password);
-    // Puts the account into the built-in Administrators and Backup Operators groups and gives the latter the logon rights
-    // and privileges that the product needs.
+    // Puts the account into the built-in Administrators and Backup Operators groups and gives the latter the logon
+    // rights and privileges that the product needs.
     static int AssignGroups(const WCHAR* server, const char* computerName, const char* domain, const char* userName,
                             const char* password);
     // 0 only when the password is wrong; every other outcome, a missing user included, is 1.
@@ -46,8 +46,8 @@ class INSTALIB_API CSystemAccount {
     static int Register(const char* computerName, const char* domain, const char* userName, const char* password);
 
   protected:
-    // The name and domain of the built-in group S-1-5-32-`rid`, cut to the buffers' sizes (bytes, terminator counted). The
-    // buffers start out empty.
+    // The name and domain of the built-in group S-1-5-32-`rid`, cut to the buffers' sizes (bytes, terminator counted).
+    // The buffers start out empty.
     static int GetGroupName(DWORD rid, const WCHAR* server, char* name, DWORD nameSize, char* domain, DWORD domainSize);
     // An account that is a member already (1378) is success.
     static int AddMemberToGroup(DWORD rid, const WCHAR* server, PSID member);

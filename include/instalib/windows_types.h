@@ -1,6 +1,6 @@
 // The Windows type names that the public headers need. On Windows they are the system's own; elsewhere this header
-// declares the same names with the same sizes, so that `long` and `unsigned long` of the interface (Windows' 32-bit LONG
-// and DWORD) are 32 bits wide on both targets. It may be included before or after <windows.h>.
+// declares the same names with the same sizes, so that `long` and `unsigned long` of the interface (Windows' 32-bit
+// LONG and DWORD) are 32 bits wide on both targets. It may be included before or after <windows.h>.
 #ifndef INSTALIB_WINDOWS_TYPES_H
 #define INSTALIB_WINDOWS_TYPES_H
 

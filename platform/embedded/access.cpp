@@ -14,16 +14,16 @@ struct TypeTraits {
     const char* descriptor;
 };
 
-// The mappings are Windows' own for keys, files, services and their manager; a share's is a file's. Everyone reads, and in
-// the case of services asks for their state; administrators and the system have full control.
+// The mappings are Windows' own for keys, files, services and their manager; a share's is a file's. Everyone reads, and
+// in the case of services asks for their state; administrators and the system have full control.
 constexpr TypeTraits kTypes[] = {
-    {{0x20019, 0x20006, 0x20019, 0xF003F}, "O:BAG:SYD:(A;CI;KA;;;BA)(A;CI;KA;;;SY)(A;CI;KR;;;WD)"},               // Key
-    {{0x120089, 0x120116, 0x1200A0, 0x1F01FF}, "O:BAG:SYD:(A;;FA;;;BA)(A;;FA;;;SY)(A;;0x1200a9;;;WD)"},           // File
+    {{0x20019, 0x20006, 0x20019, 0xF003F}, "O:BAG:SYD:(A;CI;KA;;;BA)(A;CI;KA;;;SY)(A;CI;KR;;;WD)"},      // Key
+    {{0x120089, 0x120116, 0x1200A0, 0x1F01FF}, "O:BAG:SYD:(A;;FA;;;BA)(A;;FA;;;SY)(A;;0x1200a9;;;WD)"},  // File
     {{0x120089, 0x120116, 0x1200A0, 0x1F01FF},
-     "O:BAG:SYD:(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;0x1200a9;;;WD)"},                                         // Directory
-    {{0x2008D, 0x20002, 0x20170, 0xF01FF}, "O:SYG:SYD:(A;;0xf01ff;;;BA)(A;;0xf01ff;;;SY)(A;;0x2008d;;;WD)"},      // Service
-    {{0x20014, 0x20022, 0x20009, 0xF003F}, "O:SYG:SYD:(A;;KA;;;BA)(A;;KA;;;SY)(A;;0x20015;;;WD)"},                // Manager
-    {{0x120089, 0x120116, 0x1200A0, 0x1F01FF}, "O:BAG:SYD:(A;;FA;;;BA)(A;;FA;;;SY)(A;;0x1200a9;;;WD)"},           // Share
+     "O:BAG:SYD:(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;0x1200a9;;;WD)"},  // Directory
+    {{0x2008D, 0x20002, 0x20170, 0xF01FF}, "O:SYG:SYD:(A;;0xf01ff;;;BA)(A;;0xf01ff;;;SY)(A;;0x2008d;;;WD)"},  // Service
+    {{0x20014, 0x20022, 0x20009, 0xF003F}, "O:SYG:SYD:(A;;KA;;;BA)(A;;KA;;;SY)(A;;0x20015;;;WD)"},            // Manager
+    {{0x120089, 0x120116, 0x1200A0, 0x1F01FF}, "O:BAG:SYD:(A;;FA;;;BA)(A;;FA;;;SY)(A;;0x1200a9;;;WD)"},       // Share
 };
 
 const Bytes& DefaultOf(access::ObjectType type) {
@@ -52,7 +52,8 @@ const GENERIC_MAPPING& MappingOf(access::ObjectType type) { return kTypes[std::s
 namespace embedded::access {
 
 DWORD Check(ObjectType type, const Bytes& descriptor, DWORD desired, DWORD* granted) {
-    const std::optional<security::Parts> parts = security::Read(descriptor.empty() ? security::DefaultOf(type) : descriptor);
+    const std::optional<security::Parts> parts =
+        security::Read(descriptor.empty() ? security::DefaultOf(type) : descriptor);
     if (!parts) return ERROR_INVALID_SECURITY_DESCR;
     const GENERIC_MAPPING& mapping = security::MappingOf(type);
     const security::Decision decision =

@@ -48,7 +48,8 @@ Decision Decide(const Parts& parts, const Token& token, DWORD desired, const GEN
         if (!token.HasEnabled(kSecurityPrivilege)) return {ERROR_PRIVILEGE_NOT_HELD, 0, 0};
         take(ACCESS_SYSTEM_SECURITY, kSecurityPrivilege);
     }
-    if ((desired & WRITE_OWNER) != 0 && token.HasEnabled(kTakeOwnershipPrivilege)) take(WRITE_OWNER, kTakeOwnershipPrivilege);
+    if ((desired & WRITE_OWNER) != 0 && token.HasEnabled(kTakeOwnershipPrivilege))
+        take(WRITE_OWNER, kTakeOwnershipPrivilege);
     const DWORD available = Available(parts, token, mapping);
     const DWORD named = desired & ~MAXIMUM_ALLOWED;
     if ((named & ~available) != 0) return {};
@@ -86,7 +87,8 @@ void FillSet(PRIVILEGE_SET& set, std::uint64_t used) {
 DWORD Refusal(const std::optional<security::Parts>& parts, const security::Token& token, DWORD desired) {
     if (token.type != TokenImpersonation) return ERROR_NO_IMPERSONATION_TOKEN;
     if (token.level < SecurityIdentification) return ERROR_BAD_IMPERSONATION_LEVEL;
-    if ((desired & (GENERIC_READ | GENERIC_WRITE | GENERIC_EXECUTE | GENERIC_ALL)) != 0) return ERROR_GENERIC_NOT_MAPPED;
+    if ((desired & (GENERIC_READ | GENERIC_WRITE | GENERIC_EXECUTE | GENERIC_ALL)) != 0)
+        return ERROR_GENERIC_NOT_MAPPED;
     if (!parts || parts->owner.empty() || parts->group.empty()) return ERROR_INVALID_SECURITY_DESCR;
     return 0;
 }

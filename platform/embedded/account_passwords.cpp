@@ -11,7 +11,7 @@
 namespace embedded::accounts {
 namespace {
 
-constexpr char kMethod[] = "$6$";       // SHA-512 with a salt
+constexpr char kMethod[] = "$6$";        // SHA-512 with a salt
 constexpr unsigned long kRounds = 1000;  // the least that it takes: every fresh machine hashes
 
 std::string VerifierKey(DWORD rid) { return std::string(kAccountsKey) + "\\Users\\" + std::to_string(rid); }

@@ -20,22 +20,27 @@ std::string RightsKey(const Bytes& sid) { return kRoot + "\\Rights\\" + SidText(
 
 struct TextField {
     const char* value;
-    std::string User::* field;
+    std::string User::*field;
 };
 constexpr TextField kTexts[] = {
-    {"Name", &User::name},           {"FullName", &User::fullName},
-    {"Comment", &User::comment},     {"UserComment", &User::userComment},
-    {"HomeDirectory", &User::homeDirectory}, {"ScriptPath", &User::scriptPath},
-    {"Parameters", &User::parameters}, {"Workstations", &User::workstations},
+    {"Name", &User::name},
+    {"FullName", &User::fullName},
+    {"Comment", &User::comment},
+    {"UserComment", &User::userComment},
+    {"HomeDirectory", &User::homeDirectory},
+    {"ScriptPath", &User::scriptPath},
+    {"Parameters", &User::parameters},
+    {"Workstations", &User::workstations},
 };
 
 struct NumberField {
     const char* value;
-    DWORD User::* field;
+    DWORD User::*field;
 };
 constexpr NumberField kNumbers[] = {
-    {"Flags", &User::flags},           {"Expires", &User::expires},   {"MaxStorage", &User::maxStorage},
-    {"CountryCode", &User::countryCode}, {"CodePage", &User::codePage},
+    {"Flags", &User::flags},           {"Expires", &User::expires},
+    {"MaxStorage", &User::maxStorage}, {"CountryCode", &User::countryCode},
+    {"CodePage", &User::codePage},
 };
 
 DWORD NextRid(Machine& machine) {

@@ -22,8 +22,8 @@ struct User {
     DWORD rid = 0;
     std::string name;
     std::string fullName, comment, userComment, homeDirectory, scriptPath, parameters, workstations;
-    DWORD flags = 0;              // UF_*
-    DWORD expires = 0xFFFFFFFF;   // seconds since 1970, all bits set: never
+    DWORD flags = 0;             // UF_*
+    DWORD expires = 0xFFFFFFFF;  // seconds since 1970, all bits set: never
     DWORD maxStorage = 0xFFFFFFFF;
     DWORD countryCode = 0;
     DWORD codePage = 0;

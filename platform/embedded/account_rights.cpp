@@ -11,10 +11,14 @@ constexpr struct {
     DWORD bit;  // POLICY_MODE_* of ntsecapi.h
     const char* name;
 } kLogonRights[] = {
-    {0x001, "SeInteractiveLogonRight"},     {0x002, "SeNetworkLogonRight"},
-    {0x004, "SeBatchLogonRight"},           {0x010, "SeServiceLogonRight"},
-    {0x040, "SeDenyInteractiveLogonRight"}, {0x080, "SeDenyNetworkLogonRight"},
-    {0x100, "SeDenyBatchLogonRight"},       {0x200, "SeDenyServiceLogonRight"},
+    {0x001, "SeInteractiveLogonRight"},
+    {0x002, "SeNetworkLogonRight"},
+    {0x004, "SeBatchLogonRight"},
+    {0x010, "SeServiceLogonRight"},
+    {0x040, "SeDenyInteractiveLogonRight"},
+    {0x080, "SeDenyNetworkLogonRight"},
+    {0x100, "SeDenyBatchLogonRight"},
+    {0x200, "SeDenyServiceLogonRight"},
     {0x400, "SeRemoteInteractiveLogonRight"},
 };
 

@@ -197,7 +197,8 @@ NET_API_STATUS NetUserChangePassword(LPCWSTR domainName, LPCWSTR name, LPCWSTR o
     if (!user) return NERR_UserNotFound;
     if (!PasswordMatches(*machine, user->rid, oldPassword)) return ERROR_INVALID_PASSWORD;
     // The same password again leaves the record as it is: a new salt would be a change that nobody asked for.
-    const bool same = oldPassword != nullptr && newPassword != nullptr && std::u16string_view(oldPassword) == newPassword;
+    const bool same =
+        oldPassword != nullptr && newPassword != nullptr && std::u16string_view(oldPassword) == newPassword;
     if (same) return NERR_Success;
     return SetPassword(*machine, user->rid, newPassword) ? NERR_Success : NERR_PasswordTooShort;
 }

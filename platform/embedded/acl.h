@@ -6,8 +6,8 @@
 
 namespace embedded::security {
 
-// One entry of a list. `sid` is empty and `mask` 0 for the types that carry more than a mask and an identifier; such entries
-// are kept and copied, and decide nothing.
+// One entry of a list. `sid` is empty and `mask` 0 for the types that carry more than a mask and an identifier; such
+// entries are kept and copied, and decide nothing.
 struct Entry {
     BYTE type = 0;
     BYTE flags = 0;
@@ -22,7 +22,8 @@ struct Entry {
     bool IsEffective() const { return (flags & INHERIT_ONLY_ACE) == 0; }
 };
 
-// The bytes of the list at an offset, as many as its header says; empty when they do not fit or the header is no list's.
+// The bytes of the list at an offset, as many as its header says; empty when they do not fit or the header is no
+// list's.
 ByteView ListAt(ByteView bytes, std::size_t offset);
 // The same for a caller's pointer. No more than the list's own size is read.
 ByteView ListOf(const void* list);

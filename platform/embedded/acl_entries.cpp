@@ -19,7 +19,8 @@ namespace {
 // The identifier of a trustee; nothing with a Windows error.
 std::optional<Bytes> SidOfTrustee(const TRUSTEE_A& trustee, DWORD& error) {
     error = ERROR_INVALID_PARAMETER;
-    if (trustee.pMultipleTrustee != nullptr || trustee.MultipleTrusteeOperation != NO_MULTIPLE_TRUSTEE) return std::nullopt;
+    if (trustee.pMultipleTrustee != nullptr || trustee.MultipleTrusteeOperation != NO_MULTIPLE_TRUSTEE)
+        return std::nullopt;
     if (trustee.ptstrName == nullptr) return std::nullopt;
     if (trustee.TrusteeForm == TRUSTEE_IS_SID) {
         const ByteView sid = security::SidOf(trustee.ptstrName);
@@ -32,7 +33,8 @@ std::optional<Bytes> SidOfTrustee(const TRUSTEE_A& trustee, DWORD& error) {
     return account ? std::optional(account->sid) : std::nullopt;
 }
 
-// The order of a merged list: what denies first, new before old, inherited entries last, so that the object's own decide.
+// The order of a merged list: what denies first, new before old, inherited entries last, so that the object's own
+// decide.
 enum class Place { NewDeny, OldDeny, NewAllow, Old, Inherited };
 
 struct Row {
@@ -66,13 +68,21 @@ class Merger {
         const BYTE flags = BYTE(wanted.grfInheritance & (VALID_INHERIT_FLAGS & ~INHERITED_ACE));
         const DWORD mask = wanted.grfAccessPermissions;
         switch (wanted.grfAccessMode) {
-            case SET_ACCESS: Remove(*sid, {ACCESS_ALLOWED_ACE_TYPE, ACCESS_DENIED_ACE_TYPE}); [[fallthrough]];
-            case GRANT_ACCESS: return Add({Place::NewAllow, ACCESS_ALLOWED_ACE_TYPE, flags, mask, *sid, {}});
-            case DENY_ACCESS: return Add({Place::NewDeny, ACCESS_DENIED_ACE_TYPE, flags, mask, *sid, {}});
-            case REVOKE_ACCESS: return Remove(*sid, {ACCESS_ALLOWED_ACE_TYPE, SYSTEM_AUDIT_ACE_TYPE});
-            case SET_AUDIT_SUCCESS: return AddAudit(flags | SUCCESSFUL_ACCESS_ACE_FLAG, mask, *sid);
-            case SET_AUDIT_FAILURE: return AddAudit(flags | FAILED_ACCESS_ACE_FLAG, mask, *sid);
-            default: return ERROR_INVALID_PARAMETER;
+            case SET_ACCESS:
+                Remove(*sid, {ACCESS_ALLOWED_ACE_TYPE, ACCESS_DENIED_ACE_TYPE});
+                [[fallthrough]];
+            case GRANT_ACCESS:
+                return Add({Place::NewAllow, ACCESS_ALLOWED_ACE_TYPE, flags, mask, *sid, {}});
+            case DENY_ACCESS:
+                return Add({Place::NewDeny, ACCESS_DENIED_ACE_TYPE, flags, mask, *sid, {}});
+            case REVOKE_ACCESS:
+                return Remove(*sid, {ACCESS_ALLOWED_ACE_TYPE, SYSTEM_AUDIT_ACE_TYPE});
+            case SET_AUDIT_SUCCESS:
+                return AddAudit(flags | SUCCESSFUL_ACCESS_ACE_FLAG, mask, *sid);
+            case SET_AUDIT_FAILURE:
+                return AddAudit(flags | FAILED_ACCESS_ACE_FLAG, mask, *sid);
+            default:
+                return ERROR_INVALID_PARAMETER;
         }
     }
 

@@ -14,8 +14,8 @@ ByteView Substitute(ByteView sid, const NewObject& object) {
     return sid;
 }
 
-// An entry that counts for the object. Where it says something else to the object than to what will be below it (a generic
-// right, a creator), it becomes two: one of each.
+// An entry that counts for the object. Where it says something else to the object than to what will be below it (a
+// generic right, a creator), it becomes two: one of each.
 void AddEffective(ListBuilder& list, const Entry& entry, const NewObject& object, BYTE flags) {
     const DWORD mask = MapGeneric(entry.mask, *object.mapping);
     const ByteView sid = Substitute(entry.sid, object);

@@ -52,8 +52,8 @@ BOOL HeapFree(HANDLE heap, DWORD, LPVOID memory) {
 
 BOOL CloseHandle(HANDLE handle) {
     // One call closes every kind that Windows calls a kernel object.
-    for (const ResourceKind kind : {ResourceKind::File, ResourceKind::Token, ResourceKind::Process,
-                                    ResourceKind::Thread, ResourceKind::Mutex}) {
+    for (const ResourceKind kind :
+         {ResourceKind::File, ResourceKind::Token, ResourceKind::Process, ResourceKind::Thread, ResourceKind::Mutex}) {
         if (embedded::handles::Close(handle, kind)) return !gate::Refuses(CallKind::System, "CloseHandle");
     }
     SetLastError(ERROR_INVALID_HANDLE);

@@ -15,7 +15,8 @@ bool IsKnown(unsigned codePage);
 // `exact` becomes false when a character had no form in the other code and a replacement stands for it.
 std::u16string Decode(unsigned codePage, std::string_view text, bool& exact);
 std::string Encode(unsigned codePage, std::u16string_view wide, std::string_view replacement, bool& exact);
-// While it lives, this thread converts in a fresh machine's code page: a machine is seeded before it is anyone's local one.
+// While it lives, this thread converts in a fresh machine's code page: a machine is seeded before it is anyone's local
+// one.
 class FreshMachineScope {
   public:
     FreshMachineScope();

@@ -17,15 +17,15 @@ struct PendingStep {
 // One transition. Without steps and error it is complete at once, as for a service without a script.
 struct TransitionScript {
     std::vector<PendingStep> steps;
-    DWORD error = 0;       // the call itself fails with this and nothing changes
-    bool hangs = false;    // the last step stands for ever
-    DWORD exitCode = 0;    // start: not 0, the service ends stopped with this exit code. Stop: what it leaves behind
+    DWORD error = 0;     // the call itself fails with this and nothing changes
+    bool hangs = false;  // the last step stands for ever
+    DWORD exitCode = 0;  // start: not 0, the service ends stopped with this exit code. Stop: what it leaves behind
 };
 
 struct ServiceScript {
     TransitionScript start;
     TransitionScript stop;
-    DWORD interrogateError = 0;  // what an interrogation fails with, for a service that answers nothing
+    DWORD interrogateError = 0;    // what an interrogation fails with, for a service that answers nothing
     DWORD controlsAccepted = 0x1;  // SERVICE_ACCEPT_STOP; 0: a running service refuses to stop (1052)
 };
 

@@ -3,10 +3,10 @@
 namespace embedded::security {
 namespace {
 
-constexpr WORD kDaclBits = SE_DACL_PRESENT | SE_DACL_DEFAULTED | SE_DACL_AUTO_INHERIT_REQ | SE_DACL_AUTO_INHERITED |
-                           SE_DACL_PROTECTED;
-constexpr WORD kSaclBits = SE_SACL_PRESENT | SE_SACL_DEFAULTED | SE_SACL_AUTO_INHERIT_REQ | SE_SACL_AUTO_INHERITED |
-                           SE_SACL_PROTECTED;
+constexpr WORD kDaclBits =
+    SE_DACL_PRESENT | SE_DACL_DEFAULTED | SE_DACL_AUTO_INHERIT_REQ | SE_DACL_AUTO_INHERITED | SE_DACL_PROTECTED;
+constexpr WORD kSaclBits =
+    SE_SACL_PRESENT | SE_SACL_DEFAULTED | SE_SACL_AUTO_INHERIT_REQ | SE_SACL_AUTO_INHERITED | SE_SACL_PROTECTED;
 
 // The parts once their identifiers and lists have been looked at; nothing when one that is named is not valid.
 std::optional<Parts> Checked(const Parts& parts, bool hasOwner, bool hasGroup, bool hasSacl, bool hasDacl) {
@@ -61,7 +61,8 @@ void CopyParts(Parts& result, const Parts& from, WORD control, SECURITY_INFORMAT
 std::optional<Parts> Read(ByteView selfRelative) {
     if (selfRelative.size() < sizeof(SECURITY_DESCRIPTOR_RELATIVE)) return std::nullopt;
     const auto header = NumberAt<SECURITY_DESCRIPTOR_RELATIVE>(selfRelative, 0);
-    if (header.Revision != SECURITY_DESCRIPTOR_REVISION || (header.Control & SE_SELF_RELATIVE) == 0) return std::nullopt;
+    if (header.Revision != SECURITY_DESCRIPTOR_REVISION || (header.Control & SE_SELF_RELATIVE) == 0)
+        return std::nullopt;
     Parts parts;
     parts.control = WORD(header.Control & ~SE_SELF_RELATIVE);
     const DWORD sacl = parts.HasSacl() ? header.Sacl : 0;

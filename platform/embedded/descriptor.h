@@ -6,8 +6,8 @@
 
 namespace embedded::security {
 
-// The parts of a descriptor, as views of where they stand. An empty identifier is none. A list that is empty although its
-// bit in `control` is set is a null list: it grants everything, while a list without entries grants nothing.
+// The parts of a descriptor, as views of where they stand. An empty identifier is none. A list that is empty although
+// its bit in `control` is set is a null list: it grants everything, while a list without entries grants nothing.
 struct Parts {
     WORD control = 0;  // without SE_SELF_RELATIVE
     ByteView owner;
@@ -26,8 +26,8 @@ struct Parts {
 
 // The parts of a self-relative descriptor of known length; nothing when any of them is damaged or lies outside.
 std::optional<Parts> Read(ByteView selfRelative);
-// The parts of a caller's descriptor in either form. A self-relative one has no length of its own: its parts are looked for
-// within kFarthestPart bytes, further than any real descriptor reaches.
+// The parts of a caller's descriptor in either form. A self-relative one has no length of its own: its parts are looked
+// for within kFarthestPart bytes, further than any real descriptor reaches.
 std::optional<Parts> Read(PSECURITY_DESCRIPTOR descriptor);
 inline constexpr std::size_t kFarthestPart = 0x40000;
 
@@ -36,8 +36,8 @@ Bytes Write(const Parts& parts);
 
 // Only the parts that `information` names, as the calls that read security answer.
 Parts Select(const Parts& parts, SECURITY_INFORMATION information);
-// `old` with the parts that `information` names taken from `change`, PROTECTED_ and UNPROTECTED_ bits heeded. A list that is
-// new counts as inherited automatically only when `change` asks for that, too (SE_DACL_AUTO_INHERIT_REQ).
+// `old` with the parts that `information` names taken from `change`, PROTECTED_ and UNPROTECTED_ bits heeded. A list
+// that is new counts as inherited automatically only when `change` asks for that, too (SE_DACL_AUTO_INHERIT_REQ).
 Parts Merge(const Parts& old, const Parts& change, SECURITY_INFORMATION information);
 
 }  // namespace embedded::security

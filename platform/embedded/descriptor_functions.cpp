@@ -33,15 +33,16 @@ SECURITY_DESCRIPTOR* KnownAbsolute(PSECURITY_DESCRIPTOR descriptor) {
 
 enum class Part { Owner, Group, Sacl, Dacl };
 
-// Where a part of a known descriptor stands, as its two forms keep it; null when there is none. Nothing is looked at, as the
-// caller may be about to check it.
+// Where a part of a known descriptor stands, as its two forms keep it; null when there is none. Nothing is looked at,
+// as the caller may be about to check it.
 void* Locate(SECURITY_DESCRIPTOR& descriptor, Part part) {
     if ((descriptor.Control & SE_SELF_RELATIVE) == 0) {
         void* const parts[] = {descriptor.Owner, descriptor.Group, descriptor.Sacl, descriptor.Dacl};
         return parts[int(part)];
     }
     auto* const base = reinterpret_cast<BYTE*>(&descriptor);
-    const auto header = security::NumberAt<SECURITY_DESCRIPTOR_RELATIVE>({base, sizeof(SECURITY_DESCRIPTOR_RELATIVE)}, 0);
+    const auto header =
+        security::NumberAt<SECURITY_DESCRIPTOR_RELATIVE>({base, sizeof(SECURITY_DESCRIPTOR_RELATIVE)}, 0);
     const DWORD offsets[] = {header.Owner, header.Group, header.Sacl, header.Dacl};
     const DWORD offset = offsets[int(part)];
     return offset == 0 || offset >= security::kFarthestPart ? nullptr : base + offset;
@@ -110,7 +111,8 @@ BOOL InitializeSecurityDescriptor(PSECURITY_DESCRIPTOR descriptor, DWORD revisio
     if (gate::Refuses(CallKind::Security, "InitializeSecurityDescriptor")) return FALSE;
     if (descriptor == nullptr) return Fail(ERROR_INVALID_PARAMETER);
     if (revision != SECURITY_DESCRIPTOR_REVISION) return Fail(ERROR_UNKNOWN_REVISION);
-    *static_cast<SECURITY_DESCRIPTOR*>(descriptor) = {SECURITY_DESCRIPTOR_REVISION, 0, 0, nullptr, nullptr, nullptr, nullptr};
+    *static_cast<SECURITY_DESCRIPTOR*>(descriptor) = {
+        SECURITY_DESCRIPTOR_REVISION, 0, 0, nullptr, nullptr, nullptr, nullptr};
     return TRUE;
 }
 
@@ -157,7 +159,8 @@ BOOL GetSecurityDescriptorDacl(PSECURITY_DESCRIPTOR descriptor, LPBOOL present, 
 
 BOOL SetSecurityDescriptorDacl(PSECURITY_DESCRIPTOR descriptor, BOOL present, PACL list, BOOL defaulted) {
     if (gate::Refuses(CallKind::Security, "SetSecurityDescriptorDacl")) return FALSE;
-    return SetList(descriptor, &SECURITY_DESCRIPTOR::Dacl, SE_DACL_PRESENT, SE_DACL_DEFAULTED, present, list, defaulted);
+    return SetList(descriptor, &SECURITY_DESCRIPTOR::Dacl, SE_DACL_PRESENT, SE_DACL_DEFAULTED, present, list,
+                   defaulted);
 }
 
 BOOL GetSecurityDescriptorSacl(PSECURITY_DESCRIPTOR descriptor, LPBOOL present, PACL* list, LPBOOL defaulted) {
@@ -167,7 +170,8 @@ BOOL GetSecurityDescriptorSacl(PSECURITY_DESCRIPTOR descriptor, LPBOOL present, 
 
 BOOL SetSecurityDescriptorSacl(PSECURITY_DESCRIPTOR descriptor, BOOL present, PACL list, BOOL defaulted) {
     if (gate::Refuses(CallKind::Security, "SetSecurityDescriptorSacl")) return FALSE;
-    return SetList(descriptor, &SECURITY_DESCRIPTOR::Sacl, SE_SACL_PRESENT, SE_SACL_DEFAULTED, present, list, defaulted);
+    return SetList(descriptor, &SECURITY_DESCRIPTOR::Sacl, SE_SACL_PRESENT, SE_SACL_DEFAULTED, present, list,
+                   defaulted);
 }
 
 BOOL GetSecurityDescriptorOwner(PSECURITY_DESCRIPTOR descriptor, PSID* owner, LPBOOL defaulted) {
@@ -206,9 +210,13 @@ BOOL MakeAbsoluteSD(PSECURITY_DESCRIPTOR selfRelative, PSECURITY_DESCRIPTOR abso
     fits &= HasRoom(parts->owner.size(), owner, ownerSize);
     fits &= HasRoom(parts->group.size(), group, groupSize);
     if (!fits) return Fail(ERROR_INSUFFICIENT_BUFFER);
-    *static_cast<SECURITY_DESCRIPTOR*>(absolute) = {SECURITY_DESCRIPTOR_REVISION, 0, parts->control,
-                                                    PutPart(parts->owner, owner), PutPart(parts->group, group),
-                                                    PutPart(parts->sacl, sacl), PutPart(parts->dacl, dacl)};
+    *static_cast<SECURITY_DESCRIPTOR*>(absolute) = {SECURITY_DESCRIPTOR_REVISION,
+                                                    0,
+                                                    parts->control,
+                                                    PutPart(parts->owner, owner),
+                                                    PutPart(parts->group, group),
+                                                    PutPart(parts->sacl, sacl),
+                                                    PutPart(parts->dacl, dacl)};
     return TRUE;
 }
 

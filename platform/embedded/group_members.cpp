@@ -160,10 +160,15 @@ NET_API_STATUS NetLocalGroupGetMembers(LPCWSTR server, LPCWSTR name, DWORD level
     if (!group) return NERR_GroupNotFound;
     const network::Range<DWORD_PTR> range{preferredBytes, read, total, resume};
     switch (level) {
-        case 0: return List<LOCALGROUP_MEMBERS_INFO_0>(*machine, *group, buffer, range);
-        case 1: return List<LOCALGROUP_MEMBERS_INFO_1>(*machine, *group, buffer, range);
-        case 2: return List<LOCALGROUP_MEMBERS_INFO_2>(*machine, *group, buffer, range);
-        case 3: return List<LOCALGROUP_MEMBERS_INFO_3>(*machine, *group, buffer, range);
-        default: return ERROR_INVALID_LEVEL;
+        case 0:
+            return List<LOCALGROUP_MEMBERS_INFO_0>(*machine, *group, buffer, range);
+        case 1:
+            return List<LOCALGROUP_MEMBERS_INFO_1>(*machine, *group, buffer, range);
+        case 2:
+            return List<LOCALGROUP_MEMBERS_INFO_2>(*machine, *group, buffer, range);
+        case 3:
+            return List<LOCALGROUP_MEMBERS_INFO_3>(*machine, *group, buffer, range);
+        default:
+            return ERROR_INVALID_LEVEL;
     }
 }

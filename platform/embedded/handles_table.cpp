@@ -29,10 +29,10 @@ Table& TheTable() {
     return *table;
 }
 
-constexpr const char* kKindNames[kKinds] = {"Key",        "File",     "Find",      "Module",    "Token",
-                                            "Process",    "Thread",   "Mutex",     "Manager",   "Service",
-                                            "ServiceLock", "Policy",  "LocalMemory", "HeapMemory", "NetBuffer",
-                                            "Sid",        "LsaMemory", "PrivateObject"};
+constexpr const char* kKindNames[kKinds] = {"Key",         "File",      "Find",         "Module",     "Token",
+                                            "Process",     "Thread",    "Mutex",        "Manager",    "Service",
+                                            "ServiceLock", "Policy",    "LocalMemory",  "HeapMemory", "NetBuffer",
+                                            "Sid",         "LsaMemory", "PrivateObject"};
 
 }  // namespace
 

@@ -1,5 +1,5 @@
-// The process's open handles and the buffers that the machine has handed out. Handles are small multiples of four that are
-// never reused at once, so a stale or foreign handle is an error code and never a crash.
+// The process's open handles and the buffers that the machine has handed out. Handles are small multiples of four that
+// are never reused at once, so a stale or foreign handle is an error code and never a crash.
 #ifndef INSTALIB_EMBEDDED_HANDLES_TABLE_H
 #define INSTALIB_EMBEDDED_HANDLES_TABLE_H
 

@@ -16,8 +16,8 @@ constexpr const char* kName = "store";
 constexpr const char* kNewName = "store.new";
 constexpr const char* kLockName = "lock";
 constexpr std::uint64_t kFirstKey = 2;  // 1 is the tree's root
-// A fold costs as much as the snapshot is long. Waiting until the changes are that long again, and more, spreads its cost
-// over so many changes that each pays a constant part of it.
+// A fold costs as much as the snapshot is long. Waiting until the changes are that long again, and more, spreads its
+// cost over so many changes that each pays a constant part of it.
 constexpr std::uint64_t kSmallestFold = 4 * 1024 * 1024;
 
 bool SetLock(int descriptor, short type) {
@@ -26,8 +26,10 @@ bool SetLock(int descriptor, short type) {
     lock.l_whence = SEEK_SET;
     while (fcntl(descriptor, F_SETLKW, &lock) != 0) {
         // The system takes crossing waits of different threads for a deadlock; they come undone by themselves.
-        if (errno == EDEADLK) usleep(1000);
-        else if (errno != EINTR) return false;
+        if (errno == EDEADLK)
+            usleep(1000);
+        else if (errno != EINTR)
+            return false;
     }
     return true;
 }

@@ -1,11 +1,11 @@
-// The store's file. It begins with a header page, then a snapshot of the whole tree, then one frame for each change made
-// since, appended and never rewritten. A frame holds the changes of one call, with its length, its time and checksums, so
-// that a write that was cut off is noticed and dropped. When the changes outgrow the snapshot, the file is folded: a new one
-// is written beside it and renamed over it.
+// The store's file. It begins with a header page, then a snapshot of the whole tree, then one frame for each change
+// made since, appended and never rewritten. A frame holds the changes of one call, with its length, its time and
+// checksums, so that a write that was cut off is noticed and dropped. When the changes outgrow the snapshot, the file
+// is folded: a new one is written beside it and renamed over it.
 //
-// The header page is mapped by every process that has the store open. Its counters say how far the file has been published,
-// so that a reader sees what others wrote at the cost of two loads, without a lock. Writers exclude each other with a lock
-// on a file of its own, which the system takes away from a process that dies.
+// The header page is mapped by every process that has the store open. Its counters say how far the file has been
+// published, so that a reader sees what others wrote at the cost of two loads, without a lock. Writers exclude each
+// other with a lock on a file of its own, which the system takes away from a process that dies.
 #ifndef INSTALIB_EMBEDDED_JOURNAL_H
 #define INSTALIB_EMBEDDED_JOURNAL_H
 
@@ -39,8 +39,8 @@ class JournalFile;
 
 class Journal {
   public:
-    // Opens or creates the store in the folder whose open descriptor this is and reads it whole. The descriptor becomes the
-    // journal's when no exception says otherwise.
+    // Opens or creates the store in the folder whose open descriptor this is and reads it whole. The descriptor becomes
+    // the journal's when no exception says otherwise.
     Journal(int folder, JournalReader& reader);
     ~Journal();
     Journal(const Journal&) = delete;
@@ -53,14 +53,15 @@ class Journal {
     void LockFile();
     void UnlockFile();
 
-    // With the lock: appends one frame and publishes it. The caller applies it itself. False when the disk does not take it.
+    // With the lock: appends one frame and publishes it. The caller applies it itself. False when the disk does not
+    // take it.
     bool Append(std::span<const BYTE> operations, std::uint64_t time);
     // With the lock: reads the file anew, for a reader that has more than the disk took.
     void Reread();
     bool WantsFolding() const;
     using Sink = std::function<void(std::span<const BYTE> operations)>;
-    // With the lock: replaces the file by a snapshot, which `produce` hands to its sink piece by piece. A fold that the disk
-    // does not take leaves everything as it was.
+    // With the lock: replaces the file by a snapshot, which `produce` hands to its sink piece by piece. A fold that the
+    // disk does not take leaves everything as it was.
     void Fold(std::uint64_t nextKey, const std::function<void(const Sink&)>& produce);
     // Waits until the disk has everything.
     bool Flush();

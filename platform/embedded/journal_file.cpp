@@ -118,7 +118,8 @@ bool JournalFile::Map() {
 }
 
 void JournalFile::CheckHeader() const {
-    if (std::memcmp(m_header->magic, kMagic, sizeof kMagic) != 0) throw DamagedStore("the registry's file is no registry");
+    if (std::memcmp(m_header->magic, kMagic, sizeof kMagic) != 0)
+        throw DamagedStore("the registry's file is no registry");
     if (m_header->check != FileCheck(*m_header) || m_header->snapshotEnd < kHeaderBytes) {
         throw DamagedStore("the header of the registry's file is damaged");
     }

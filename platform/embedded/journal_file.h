@@ -26,13 +26,14 @@ class JournalFile {
         std::uint64_t check;
         std::uint64_t published;  // frames before this position are complete
         std::uint64_t retired;    // 1 when the file has been, or is just being, replaced
-        std::uint64_t writing;    // 1 while a frame is being appended; its writer died when it stays so without the lock
+        std::uint64_t writing;  // 1 while a frame is being appended; its writer died when it stays so without the lock
     };
 
     // Opens a file of the folder; null when it does not exist.
     static std::unique_ptr<JournalFile> Open(int folder, const char* name);
     // Makes an empty file, replacing one of that name; null when the disk does not take it.
-    static std::unique_ptr<JournalFile> Create(int folder, const char* name, std::uint64_t generation, std::uint64_t nextKey);
+    static std::unique_ptr<JournalFile> Create(int folder, const char* name, std::uint64_t generation,
+                                               std::uint64_t nextKey);
     ~JournalFile();
 
     std::uint64_t Generation() const { return m_header->generation; }

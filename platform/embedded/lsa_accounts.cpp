@@ -3,7 +3,7 @@
 
 #include "platform/embedded/account_ids.h"
 #include "platform/embedded/account_records.h"
-#include "platform/embedded/api/security.h"
+#include "platform/embedded/api/tokens.h"
 #include "platform/embedded/domain.h"
 #include "platform/embedded/lsa_handles.h"
 #include "platform/embedded/network_buffer.h"

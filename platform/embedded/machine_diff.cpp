@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "platform/embedded/api/registry.h"
-#include "platform/embedded/api/security.h"
+#include "platform/embedded/api/tokens.h"
 #include "platform/embedded/reg_text.h"
 #include "platform/embedded/sddl.h"
 #include "platform/embedded/store_tree.h"
@@ -76,9 +76,12 @@ void AddStep(const reg_text::Step& step, MachineState& state) {
         state.keys[step.key].path = step.key;
     }
     if (step.kind != reg_text::Step::Kind::SetValue) return;
-    if (step.key == kSecurityKey) state.keys[step.value.name].security = step.value.data;
-    else if (step.key == kFilesKey) state.files[step.value.name] = reinterpret_cast<const char*>(step.value.data.data());
-    else state.keys[step.key].values.push_back(step.value);
+    if (step.key == kSecurityKey)
+        state.keys[step.value.name].security = step.value.data;
+    else if (step.key == kFilesKey)
+        state.files[step.value.name] = reinterpret_cast<const char*>(step.value.data.data());
+    else
+        state.keys[step.key].values.push_back(step.value);
 }
 
 MachineState ReadFile(const fs::path& place) {
@@ -104,8 +107,8 @@ std::string Line(const StoredValue& value) { return reg_text::FormatValue(value,
 std::string SecurityText(const Bytes& descriptor) {
     if (descriptor.empty()) return "inherited";
     const std::optional<security::Parts> parts = security::Read(security::ByteView(descriptor));
-    constexpr SECURITY_INFORMATION kAll = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION |
-                                          DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION;
+    constexpr SECURITY_INFORMATION kAll =
+        OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION;
     return parts ? security::SddlText(*parts, kAll) : "damaged";
 }
 
@@ -120,11 +123,15 @@ std::string NameOf(const StoredValue& value) { return value.name.empty() ? "@" :
 class Comparison {
   public:
     std::vector<std::string> Run(const MachineState& before, const MachineState& after) {
-        Walk(before.keys, after.keys, [&](const std::string&, const KeyState* was, const KeyState* is) { Keys(was, is); });
+        Walk(before.keys, after.keys,
+             [&](const std::string&, const KeyState* was, const KeyState* is) { Keys(was, is); });
         Walk(before.files, after.files, [&](const std::string& path, const std::string* was, const std::string* is) {
-            if (was == nullptr) m_lines.push_back("+ file " + path + ": " + *is);
-            else if (is == nullptr) m_lines.push_back("- file " + path + ": " + *was);
-            else if (*was != *is) m_lines.push_back("~ file " + path + ": " + *was + " -> " + *is);
+            if (was == nullptr)
+                m_lines.push_back("+ file " + path + ": " + *is);
+            else if (is == nullptr)
+                m_lines.push_back("- file " + path + ": " + *was);
+            else if (*was != *is)
+                m_lines.push_back("~ file " + path + ": " + *was + " -> " + *is);
         });
         return std::move(m_lines);
     }
@@ -173,8 +180,10 @@ class Comparison {
 
     void Values(const std::string& path, const StoredValue* was, const StoredValue* is) {
         const std::string start = " [" + path + "] ";
-        if (was == nullptr) m_lines.push_back('+' + start + NameOf(*is) + " = " + DataOf(*is));
-        else if (is == nullptr) m_lines.push_back('-' + start + NameOf(*was) + " = " + DataOf(*was));
+        if (was == nullptr)
+            m_lines.push_back('+' + start + NameOf(*is) + " = " + DataOf(*is));
+        else if (is == nullptr)
+            m_lines.push_back('-' + start + NameOf(*was) + " = " + DataOf(*was));
         else if (was->type != is->type || was->data != is->data) {
             m_lines.push_back('~' + start + NameOf(*is) + " = " + DataOf(*was) + " -> " + DataOf(*is));
         }

@@ -18,8 +18,8 @@ struct KeyState {
 };
 
 struct MachineState {
-    std::map<std::string, KeyState, NameLess> keys;         // by path
-    std::map<std::string, std::string, NameLess> files;     // "C:\\x\\y": "12 bytes, hash 0123456789abcdef" or "directory"
+    std::map<std::string, KeyState, NameLess> keys;      // by path
+    std::map<std::string, std::string, NameLess> files;  // "C:\\x\\y": "12 bytes, hash 0123456789abcdef" or "directory"
 };
 
 // Of a machine's folder, or of a file that WriteState's text was saved to. Throws std::runtime_error with a reason.

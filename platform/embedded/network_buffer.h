@@ -22,11 +22,11 @@ class RecordBlock {
     // Fields below are those of the record that was added last.
     void Add(const Record& record) { m_records.push_back(record); }
 
-    void Text(LPWSTR Record::* field, std::string_view narrow) {
+    void Text(LPWSTR Record::*field, std::string_view narrow) {
         Tail(Terminated(narrow), [field](Record& record, void* place) { record.*field = static_cast<LPWSTR>(place); });
     }
     // A counted text; it has a terminator all the same.
-    void Text(LSA_UNICODE_STRING Record::* field, std::string_view narrow) {
+    void Text(LSA_UNICODE_STRING Record::*field, std::string_view narrow) {
         const Bytes text = Terminated(narrow);
         const auto size = USHORT(text.size());
         Tail(text, [field, size](Record& record, void* place) {
@@ -34,7 +34,7 @@ class RecordBlock {
         });
     }
     // Null when there are none.
-    void Raw(PVOID Record::* field, const Bytes& bytes) {
+    void Raw(PVOID Record::*field, const Bytes& bytes) {
         if (bytes.empty()) return;
         Tail(bytes, [field](Record& record, void* place) { record.*field = place; });
     }

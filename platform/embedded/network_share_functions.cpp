@@ -37,8 +37,13 @@ bool IsShareName(std::string_view name) {
 
 // The records of levels 2 and 502 begin alike.
 Share Take(const SHARE_INFO_2& info) {
-    Share share{NarrowOf(info.shi2_netname), info.shi2_type, NarrowOf(info.shi2_remark), info.shi2_permissions,
-                info.shi2_max_uses, NarrowOf(info.shi2_path), false};
+    Share share{NarrowOf(info.shi2_netname),
+                info.shi2_type,
+                NarrowOf(info.shi2_remark),
+                info.shi2_permissions,
+                info.shi2_max_uses,
+                NarrowOf(info.shi2_path),
+                false};
     const bool isRoot = share.path.size() == 3;
     if (!isRoot && share.path.ends_with('\\')) share.path.pop_back();
     return share;
@@ -145,10 +150,14 @@ NET_API_STATUS NetShareGetInfo(LMSTR server, LMSTR name, DWORD level, LPBYTE* bu
     const auto share = FindShare(*machine, NarrowOf(name));
     if (!share) return NERR_NetNameNotFound;
     switch (level) {
-        case 0: return Tell<SHARE_INFO_0>(*machine, *share, buffer);
-        case 1: return Tell<SHARE_INFO_1>(*machine, *share, buffer);
-        case 2: return Tell<SHARE_INFO_2>(*machine, *share, buffer);
-        default: return Tell<SHARE_INFO_502>(*machine, *share, buffer);
+        case 0:
+            return Tell<SHARE_INFO_0>(*machine, *share, buffer);
+        case 1:
+            return Tell<SHARE_INFO_1>(*machine, *share, buffer);
+        case 2:
+            return Tell<SHARE_INFO_2>(*machine, *share, buffer);
+        default:
+            return Tell<SHARE_INFO_502>(*machine, *share, buffer);
     }
 }
 
@@ -191,9 +200,13 @@ NET_API_STATUS NetShareEnum(LMSTR server, DWORD level, LPBYTE* buffer, DWORD pre
     if (buffer == nullptr || read == nullptr || total == nullptr) return ERROR_INVALID_PARAMETER;
     const Range<DWORD> range{preferredBytes, read, total, resume};
     switch (level) {
-        case 0: return List<SHARE_INFO_0>(*machine, buffer, range);
-        case 1: return List<SHARE_INFO_1>(*machine, buffer, range);
-        case 2: return List<SHARE_INFO_2>(*machine, buffer, range);
-        default: return List<SHARE_INFO_502>(*machine, buffer, range);
+        case 0:
+            return List<SHARE_INFO_0>(*machine, buffer, range);
+        case 1:
+            return List<SHARE_INFO_1>(*machine, buffer, range);
+        case 2:
+            return List<SHARE_INFO_2>(*machine, buffer, range);
+        default:
+            return List<SHARE_INFO_502>(*machine, buffer, range);
     }
 }

@@ -35,8 +35,13 @@ DWORD Number(const std::vector<std::string>& lines, std::string_view name, DWORD
 
 Share Read(Store& store, const std::string& name) {
     const auto lines = store.ReadList(kSharesKey, name);
-    return {name, Number(lines, "Type", STYPE_DISKTREE), Field(lines, "Remark"), Number(lines, "Permissions", 0),
-            Number(lines, "MaxUses", SHI_USES_UNLIMITED), Field(lines, "Path"), false};
+    return {name,
+            Number(lines, "Type", STYPE_DISKTREE),
+            Field(lines, "Remark"),
+            Number(lines, "Permissions", 0),
+            Number(lines, "MaxUses", SHI_USES_UNLIMITED),
+            Field(lines, "Path"),
+            false};
 }
 
 Share Administrative(std::string name, DWORD type, const char* remark, std::string path) {

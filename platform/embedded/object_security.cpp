@@ -1,8 +1,8 @@
 // GetSecurityInfo, SetSecurityInfo and their named forms; GetFileSecurityA and SetFileSecurityA.
 #include "platform/embedded/object_security.h"
 
-#include "platform/embedded/acl_inherit.h"
 #include "platform/embedded/access_check.h"
+#include "platform/embedded/acl_inherit.h"
 #include "platform/embedded/api/registry.h"
 #include "platform/embedded/gate.h"
 #include "platform/embedded/security_memory.h"
@@ -113,9 +113,13 @@ std::unique_ptr<SecuredObject> OpenByHandle(HANDLE handle, SE_OBJECT_TYPE type, 
     if (handle == nullptr || handle == INVALID_HANDLE_VALUE) return nullptr;
     switch (type) {
         case SE_REGISTRY_KEY:
-        case SE_REGISTRY_WOW64_32KEY: return MakeKeyObject(static_cast<HKEY>(handle));
-        case SE_FILE_OBJECT: return MakeFileObject(handle);
-        default: *error = ERROR_NOT_SUPPORTED; return nullptr;
+        case SE_REGISTRY_WOW64_32KEY:
+            return MakeKeyObject(static_cast<HKEY>(handle));
+        case SE_FILE_OBJECT:
+            return MakeFileObject(handle);
+        default:
+            *error = ERROR_NOT_SUPPORTED;
+            return nullptr;
     }
 }
 
@@ -123,10 +127,15 @@ std::unique_ptr<SecuredObject> OpenByName(const char* name, SE_OBJECT_TYPE type,
     *error = ERROR_INVALID_PARAMETER;
     if (name == nullptr) return nullptr;
     switch (type) {
-        case SE_FILE_OBJECT: return MakeFileObject(name, false);
-        case SE_REGISTRY_KEY: return OpenKeyObject(name, rights, error);
-        case SE_REGISTRY_WOW64_32KEY: return OpenKeyObject(name, rights | KEY_WOW64_32KEY, error);
-        default: *error = ERROR_NOT_SUPPORTED; return nullptr;
+        case SE_FILE_OBJECT:
+            return MakeFileObject(name, false);
+        case SE_REGISTRY_KEY:
+            return OpenKeyObject(name, rights, error);
+        case SE_REGISTRY_WOW64_32KEY:
+            return OpenKeyObject(name, rights | KEY_WOW64_32KEY, error);
+        default:
+            *error = ERROR_NOT_SUPPORTED;
+            return nullptr;
     }
 }
 
@@ -153,8 +162,8 @@ DWORD SetSecurityInfo(HANDLE handle, SE_OBJECT_TYPE type, SECURITY_INFORMATION i
     });
 }
 
-DWORD GetNamedSecurityInfoA(LPCSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION information, PSID* owner, PSID* group,
-                            PACL* dacl, PACL* sacl, PSECURITY_DESCRIPTOR* descriptor) {
+DWORD GetNamedSecurityInfoA(LPCSTR name, SE_OBJECT_TYPE type, SECURITY_INFORMATION information, PSID* owner,
+                            PSID* group, PACL* dacl, PACL* sacl, PSECURITY_DESCRIPTOR* descriptor) {
     return security::Call("GetNamedSecurityInfoA", [&](DWORD* error) {
         const auto object = security::OpenByName(name, type, embedded::access::RightsToRead(information), error);
         return object ? security::Answer(*object, information, {owner, group, dacl, sacl, descriptor}) : *error;

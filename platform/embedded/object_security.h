@@ -22,8 +22,8 @@ class SecuredObject {
 
 // Writing a key's list passes its inheritable entries on to the keys below.
 std::unique_ptr<SecuredObject> MakeKeyObject(HKEY key);
-// "MACHINE\\SOFTWARE\\X", "CURRENT_USER\\...", "USERS\\...", "CLASSES_ROOT\\..."; `rights` may choose a view. Null with a
-// Windows error.
+// "MACHINE\\SOFTWARE\\X", "CURRENT_USER\\...", "USERS\\...", "CLASSES_ROOT\\..."; `rights` may choose a view. Null with
+// a Windows error.
 std::unique_ptr<SecuredObject> OpenKeyObject(const char* name, DWORD rights, DWORD* error);
 // What is below a directory and has no descriptor of its own follows the directory's, unless it is to be left alone.
 std::unique_ptr<SecuredObject> MakeFileObject(const char* path, bool leaveBelowAlone);

@@ -1,4 +1,5 @@
-// Keys as secured objects. They work on the store's tree, so that a list and what is passed on of it change in one step.
+// Keys as secured objects. They work on the store's tree, so that a list and what is passed on of it change in one
+// step.
 #include "platform/embedded/object_security.h"
 
 #include "platform/embedded/registry_handles.h"
@@ -9,8 +10,8 @@ namespace {
 
 constexpr access::ObjectType kKey = access::ObjectType::Key;
 
-// Makes the inherited entries of everything below a key anew. Keys without a descriptor of their own need nothing: theirs is
-// computed whenever it is looked at. A protected list stops what comes from above.
+// Makes the inherited entries of everything below a key anew. Keys without a descriptor of their own need nothing:
+// theirs is computed whenever it is looked at. A protected list stops what comes from above.
 void PassOn(const StoreKey& key, const Bytes& above, StoreChange& change) {
     for (std::size_t i = 0; i < key.SubkeyCount(); ++i) {
         const StoreKey& below = *key.SubkeyAt(i);

@@ -29,7 +29,8 @@ class Creation {
     // 0 and the self-relative descriptor, or a Windows error.
     DWORD Run(Bytes* result) {
         if (const DWORD error = ChooseOwners()) return error;
-        if (m_creator.HasSacl() && (m_flags & SEF_AVOID_PRIVILEGE_CHECK) == 0 && !m_token.HasEnabled(kSecurityPrivilege)) {
+        if (m_creator.HasSacl() && (m_flags & SEF_AVOID_PRIVILEGE_CHECK) == 0 &&
+            !m_token.HasEnabled(kSecurityPrivilege)) {
             return ERROR_PRIVILEGE_NOT_HELD;
         }
         const std::optional<Bytes> dacl = ChooseDacl(), sacl = Kept(m_creator.sacl, m_object);
@@ -47,7 +48,9 @@ class Creation {
     DWORD ChooseOwners() {
         const ByteView parentsOwner = Has(SEF_DEFAULT_OWNER_FROM_PARENT) ? m_parent.owner : ByteView();
         const ByteView parentsGroup = Has(SEF_DEFAULT_GROUP_FROM_PARENT) ? m_parent.group : ByteView();
-        m_result.owner = !m_creator.owner.empty() ? m_creator.owner : !parentsOwner.empty() ? parentsOwner : m_token.owner;
+        m_result.owner = !m_creator.owner.empty() ? m_creator.owner
+                         : !parentsOwner.empty()  ? parentsOwner
+                                                  : m_token.owner;
         m_result.group = !m_creator.group.empty() ? m_creator.group
                          : !parentsGroup.empty()  ? parentsGroup
                                                   : ByteView(m_token.primaryGroup);
@@ -57,8 +60,8 @@ class Creation {
         return check && !MayName(m_token, m_result.owner) ? ERROR_INVALID_OWNER : 0;
     }
 
-    // An explicit list of the creator's, else what the parent passes on, else the creator's default, else the token's. With
-    // automatic inheritance the parent's entries follow an explicit list that is not protected.
+    // An explicit list of the creator's, else what the parent passes on, else the creator's default, else the token's.
+    // With automatic inheritance the parent's entries follow an explicit list that is not protected.
     std::optional<Bytes> ChooseDacl() {
         const bool automatic = Has(SEF_DACL_AUTO_INHERIT);
         const bool isExplicit = m_creator.HasDacl() && (m_creator.control & SE_DACL_DEFAULTED) == 0;
@@ -99,8 +102,8 @@ std::shared_ptr<Token> TokenOrOwn(HANDLE handle) {
     return opened ? opened->Shared() : nullptr;
 }
 
-BOOL Create(PSECURITY_DESCRIPTOR parent, PSECURITY_DESCRIPTOR creator, PSECURITY_DESCRIPTOR* descriptor, BOOL isContainer,
-            ULONG flags, HANDLE handle, PGENERIC_MAPPING mapping) {
+BOOL Create(PSECURITY_DESCRIPTOR parent, PSECURITY_DESCRIPTOR creator, PSECURITY_DESCRIPTOR* descriptor,
+            BOOL isContainer, ULONG flags, HANDLE handle, PGENERIC_MAPPING mapping) {
     if (descriptor == nullptr || mapping == nullptr) return Fail(ERROR_INVALID_PARAMETER);
     const std::shared_ptr<Token> token = TokenOrOwn(handle);
     if (!token) return FALSE;

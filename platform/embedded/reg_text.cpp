@@ -70,8 +70,10 @@ class Reader {
         return line;
     }
     void SkipLineEnd() {
-        if (!AtEnd() && Peek() == '\r') Take();
-        else if (AtEnd() || Peek() != '\n') return;
+        if (!AtEnd() && Peek() == '\r')
+            Take();
+        else if (AtEnd() || Peek() != '\n')
+            return;
         else {
             Take();
             return;
@@ -195,16 +197,21 @@ void TakeData(Reader& reader, bool version5, StoredValue* value) {
 
 // "name"=data, @=data, and a hyphen for data that is to go. False for the hyphen.
 bool TakeValue(Reader& reader, bool version5, StoredValue* value) {
-    if (reader.Peek() == '"') value->name = TakeQuoted(reader);
-    else if (reader.Peek() == '@') reader.Take();
-    else throw Problem{"neither a key nor a value"};
+    if (reader.Peek() == '"')
+        value->name = TakeQuoted(reader);
+    else if (reader.Peek() == '@')
+        reader.Take();
+    else
+        throw Problem{"neither a key nor a value"};
     if (value->name.size() > 16383) throw Problem{"the name of a value is too long"};
     reader.SkipBlanks();
     if (!reader.TakeWord("=")) throw Problem{"no equals sign after the name of a value"};
     reader.SkipBlanks();
     const bool sets = reader.Peek() != '-';
-    if (sets) TakeData(reader, version5, value);
-    else reader.Take();
+    if (sets)
+        TakeData(reader, version5, value);
+    else
+        reader.Take();
     reader.ExpectLineEnd();
     return sets;
 }
@@ -325,7 +332,8 @@ bool Parse(const std::string& bytes, std::vector<Step>* steps, std::string* prob
 
 std::string FormatValue(const StoredValue& value, bool version5, bool wrapped) {
     std::string start = value.name.empty() ? "@=" : Quote(value.name) + "=";
-    if (IsPlainText(value)) return start + Quote({reinterpret_cast<const char*>(value.data.data()), value.data.size() - 1});
+    if (IsPlainText(value))
+        return start + Quote({reinterpret_cast<const char*>(value.data.data()), value.data.size() - 1});
     if (value.type == REG_DWORD && value.data.size() == 4) {
         DWORD number = 0;
         std::memcpy(&number, value.data.data(), sizeof number);

@@ -19,12 +19,12 @@ struct Step {
     std::size_t line = 0;
 };
 
-// Reads a file's bytes: REGEDIT4 or "Windows Registry Editor Version 5.00", 8-bit or UTF-16 with its mark, either line end.
-// False, with "line 12: ..." in `problem`, when anything cannot be understood.
+// Reads a file's bytes: REGEDIT4 or "Windows Registry Editor Version 5.00", 8-bit or UTF-16 with its mark, either line
+// end. False, with "line 12: ..." in `problem`, when anything cannot be understood.
 bool Parse(const std::string& bytes, std::vector<Step>* steps, std::string* problem);
 
-// "name"=type:data on one line or, wrapped, on several lines with CRLF. Both forms are understood by Parse; texts that the
-// quoted form would change are written as bytes. `version5` writes the bytes of texts in UTF-16.
+// "name"=type:data on one line or, wrapped, on several lines with CRLF. Both forms are understood by Parse; texts that
+// the quoted form would change are written as bytes. `version5` writes the bytes of texts in UTF-16.
 std::string FormatValue(const StoredValue& value, bool version5, bool wrapped);
 
 // The line of a value without its name, read as a REGEDIT4 file has it. False when it is none.

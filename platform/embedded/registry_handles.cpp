@@ -22,7 +22,8 @@ std::string RootPath(HKEY root, Machine& machine) {
 }
 
 bool StartsWithKey(std::string_view path, std::string_view key) {
-    return text::EqualNoCase(path.substr(0, key.size()), key) && (path.size() == key.size() || path[key.size()] == '\\');
+    return text::EqualNoCase(path.substr(0, key.size()), key) &&
+           (path.size() == key.size() || path[key.size()] == '\\');
 }
 
 // The 32-bit view of a path from the hive on: SOFTWARE leads to SOFTWARE\Wow6432Node.

@@ -1,5 +1,5 @@
-// What the registry functions share: the object behind a key's handle, how a handle and a path lead to a key of a store, and
-// what a caller may do there.
+// What the registry functions share: the object behind a key's handle, how a handle and a path lead to a key of a
+// store, and what a caller may do there.
 #ifndef INSTALIB_EMBEDDED_REGISTRY_HANDLES_H
 #define INSTALIB_EMBEDDED_REGISTRY_HANDLES_H
 
@@ -14,9 +14,9 @@
 
 namespace embedded::registry {
 
-constexpr std::size_t kLongestKeyName = 255;      // characters
+constexpr std::size_t kLongestKeyName = 255;  // characters
 constexpr std::size_t kLongestValueName = 16383;
-constexpr std::size_t kDeepestKey = 512;          // names below the hive's root
+constexpr std::size_t kDeepestKey = 512;  // names below the hive's root
 
 // An open key. It holds on to the store and to the key's identifier: the key itself may be deleted meanwhile.
 class OpenKey : public HandleObject {

@@ -57,7 +57,8 @@ ACCESS_MASK GrantedToMaker(REGSAM desired) {
 SECURITY_INFORMATION PartsIn(PSECURITY_DESCRIPTOR descriptor) {
     const std::optional<security::Parts> parts = security::Read(descriptor);
     if (!parts) return DACL_SECURITY_INFORMATION;  // it is refused when it is read again
-    return (parts->owner.empty() ? 0 : OWNER_SECURITY_INFORMATION) | (parts->group.empty() ? 0 : GROUP_SECURITY_INFORMATION) |
+    return (parts->owner.empty() ? 0 : OWNER_SECURITY_INFORMATION) |
+           (parts->group.empty() ? 0 : GROUP_SECURITY_INFORMATION) |
            (parts->HasDacl() ? DACL_SECURITY_INFORMATION : 0) | (parts->HasSacl() ? SACL_SECURITY_INFORMATION : 0);
 }
 
@@ -166,9 +167,8 @@ LSTATUS RegDeleteKeyA(HKEY key, LPCSTR subkey) {
 }
 
 LSTATUS RegDeleteKeyExA(HKEY key, LPCSTR subkey, REGSAM view, DWORD reserved) {
-    return Call("RegDeleteKeyExA", [&]() -> LSTATUS {
-        return reserved != 0 ? ERROR_INVALID_PARAMETER : DeleteKey(key, subkey, view);
-    });
+    return Call("RegDeleteKeyExA",
+                [&]() -> LSTATUS { return reserved != 0 ? ERROR_INVALID_PARAMETER : DeleteKey(key, subkey, view); });
 }
 
 LSTATUS RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD nameSize, LPDWORD reserved, LPSTR keyClass,

@@ -82,8 +82,8 @@ LSTATUS RegSetKeySecurity(HKEY key, SECURITY_INFORMATION what, PSECURITY_DESCRIP
                      [&](const StoreKey& open, StoreChange& change) -> LSTATUS {
                          if (descriptor == nullptr) return ERROR_INVALID_PARAMETER;
                          Bytes changed;
-                         const DWORD error = access::Modify(access::ObjectType::Key, DescriptorOf(open), what, descriptor,
-                                                            &changed);
+                         const DWORD error =
+                             access::Modify(access::ObjectType::Key, DescriptorOf(open), what, descriptor, &changed);
                          if (error != 0) return LSTATUS(error);
                          change.SetSecurity(open.id, {}, changed);
                          return ERROR_SUCCESS;

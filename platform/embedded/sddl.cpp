@@ -15,20 +15,23 @@ struct NamedBits {
 };
 
 // sddl.h of the Windows SDK. Within a table texts are written in this order; the first whole match of a mask wins.
-constexpr NamedBits kEntryTypes[] = {{"A", ACCESS_ALLOWED_ACE_TYPE}, {"D", ACCESS_DENIED_ACE_TYPE}, {"AU", SYSTEM_AUDIT_ACE_TYPE},
-                                 {"ML", 0x11}};
-constexpr NamedBits kEntryFlags[] = {{"OI", OBJECT_INHERIT_ACE}, {"CI", CONTAINER_INHERIT_ACE}, {"NP", NO_PROPAGATE_INHERIT_ACE},
-                                 {"IO", INHERIT_ONLY_ACE},   {"ID", INHERITED_ACE},         {"SA", SUCCESSFUL_ACCESS_ACE_FLAG},
-                                 {"FA", FAILED_ACCESS_ACE_FLAG}};
+constexpr NamedBits kEntryTypes[] = {
+    {"A", ACCESS_ALLOWED_ACE_TYPE}, {"D", ACCESS_DENIED_ACE_TYPE}, {"AU", SYSTEM_AUDIT_ACE_TYPE}, {"ML", 0x11}};
+constexpr NamedBits kEntryFlags[] = {
+    {"OI", OBJECT_INHERIT_ACE},    {"CI", CONTAINER_INHERIT_ACE}, {"NP", NO_PROPAGATE_INHERIT_ACE},
+    {"IO", INHERIT_ONLY_ACE},      {"ID", INHERITED_ACE},         {"SA", SUCCESSFUL_ACCESS_ACE_FLAG},
+    {"FA", FAILED_ACCESS_ACE_FLAG}};
 constexpr NamedBits kWholeMasks[] = {{"FA", 0x1F01FF}, {"FR", 0x120089}, {"FW", 0x120116}, {"FX", 0x1200A0},
-                                 {"KA", 0xF003F},  {"KR", 0x20019},  {"KW", 0x20006},  {"KX", 0x20019}};
-constexpr NamedBits kMaskBits[] = {{"CC", 0x1},         {"DC", 0x2},     {"LC", 0x4},     {"SW", 0x8},
-                               {"RP", 0x10},        {"WP", 0x20},    {"DT", 0x40},    {"LO", 0x80},
-                               {"CR", 0x100},       {"SD", DELETE},  {"RC", READ_CONTROL}, {"WD", WRITE_DAC},
-                               {"WO", WRITE_OWNER}, {"GA", GENERIC_ALL}, {"GX", GENERIC_EXECUTE}, {"GW", GENERIC_WRITE},
-                               {"GR", GENERIC_READ}};
-constexpr NamedBits kDaclFlags[] = {{"P", SE_DACL_PROTECTED}, {"AR", SE_DACL_AUTO_INHERIT_REQ}, {"AI", SE_DACL_AUTO_INHERITED}};
-constexpr NamedBits kSaclFlags[] = {{"P", SE_SACL_PROTECTED}, {"AR", SE_SACL_AUTO_INHERIT_REQ}, {"AI", SE_SACL_AUTO_INHERITED}};
+                                     {"KA", 0xF003F},  {"KR", 0x20019},  {"KW", 0x20006},  {"KX", 0x20019}};
+constexpr NamedBits kMaskBits[] = {
+    {"CC", 0x1},           {"DC", 0x2},         {"LC", 0x4},         {"SW", 0x8},         {"RP", 0x10},
+    {"WP", 0x20},          {"DT", 0x40},        {"LO", 0x80},        {"CR", 0x100},       {"SD", DELETE},
+    {"RC", READ_CONTROL},  {"WD", WRITE_DAC},   {"WO", WRITE_OWNER}, {"GA", GENERIC_ALL}, {"GX", GENERIC_EXECUTE},
+    {"GW", GENERIC_WRITE}, {"GR", GENERIC_READ}};
+constexpr NamedBits kDaclFlags[] = {
+    {"P", SE_DACL_PROTECTED}, {"AR", SE_DACL_AUTO_INHERIT_REQ}, {"AI", SE_DACL_AUTO_INHERITED}};
+constexpr NamedBits kSaclFlags[] = {
+    {"P", SE_SACL_PROTECTED}, {"AR", SE_SACL_AUTO_INHERIT_REQ}, {"AI", SE_SACL_AUTO_INHERITED}};
 constexpr std::string_view kNullList = "NO_ACCESS_CONTROL";
 
 using Table = std::span<const NamedBits>;
@@ -72,7 +75,7 @@ std::string WriteList(const char* name, Table flags, WORD control, ByteView list
     return text;
 }
 
-// --- Reading --------------------------------------------------------------------------------------------------------------
+// --- Reading ---
 
 // Takes the longest row's text off the front of `text`.
 const NamedBits* Take(Table table, std::string_view& text) {
@@ -179,11 +182,16 @@ DWORD TakeComponent(std::string_view& text, Draft& draft) {
     const char name = text::Upper(text[0]);
     text.remove_prefix(2);
     switch (name) {
-        case 'O': return TakeSid(text, draft.owner);
-        case 'G': return TakeSid(text, draft.group);
-        case 'D': return TakeList(text, kDaclFlags, SE_DACL_PRESENT, draft.control, draft.dacl);
-        case 'S': return TakeList(text, kSaclFlags, SE_SACL_PRESENT, draft.control, draft.sacl);
-        default: return ERROR_INVALID_PARAMETER;
+        case 'O':
+            return TakeSid(text, draft.owner);
+        case 'G':
+            return TakeSid(text, draft.group);
+        case 'D':
+            return TakeList(text, kDaclFlags, SE_DACL_PRESENT, draft.control, draft.dacl);
+        case 'S':
+            return TakeList(text, kSaclFlags, SE_SACL_PRESENT, draft.control, draft.sacl);
+        default:
+            return ERROR_INVALID_PARAMETER;
     }
 }
 
@@ -191,8 +199,10 @@ DWORD TakeComponent(std::string_view& text, Draft& draft) {
 
 std::string SddlText(const Parts& parts, SECURITY_INFORMATION information) {
     std::string text;
-    if ((information & OWNER_SECURITY_INFORMATION) != 0 && !parts.owner.empty()) text += "O:" + SidShortText(parts.owner);
-    if ((information & GROUP_SECURITY_INFORMATION) != 0 && !parts.group.empty()) text += "G:" + SidShortText(parts.group);
+    if ((information & OWNER_SECURITY_INFORMATION) != 0 && !parts.owner.empty())
+        text += "O:" + SidShortText(parts.owner);
+    if ((information & GROUP_SECURITY_INFORMATION) != 0 && !parts.group.empty())
+        text += "G:" + SidShortText(parts.group);
     if ((information & DACL_SECURITY_INFORMATION) != 0 && parts.HasDacl()) {
         text += WriteList("D:", kDaclFlags, parts.control, parts.dacl);
     }
@@ -218,7 +228,8 @@ using embedded::control::CallKind;
 using security::Fail;
 
 BOOL ConvertSecurityDescriptorToStringSecurityDescriptorA(PSECURITY_DESCRIPTOR descriptor, DWORD revision,
-                                                          SECURITY_INFORMATION information, LPSTR* text, PULONG length) {
+                                                          SECURITY_INFORMATION information, LPSTR* text,
+                                                          PULONG length) {
     if (gate::Refuses(CallKind::Security, "ConvertSecurityDescriptorToStringSecurityDescriptorA")) return FALSE;
     if (text == nullptr) return Fail(ERROR_INVALID_PARAMETER);
     if (revision != SDDL_REVISION_1) return Fail(ERROR_UNKNOWN_REVISION);

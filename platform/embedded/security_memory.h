@@ -52,7 +52,8 @@ inline BOOL HandOutText(const std::string& text, LPSTR* result) {
     return HandOut({reinterpret_cast<const BYTE*>(text.c_str()), text.size() + 1}, result);
 }
 
-// Into a caller's buffer of `size` bytes: stores what is needed, fails with ERROR_INSUFFICIENT_BUFFER when it does not fit.
+// Into a caller's buffer of `size` bytes: stores what is needed, fails with ERROR_INSUFFICIENT_BUFFER when it does not
+// fit.
 inline BOOL FillBuffer(std::span<const BYTE> bytes, void* buffer, DWORD size, LPDWORD needed) {
     if (needed != nullptr) *needed = DWORD(bytes.size());
     if (buffer == nullptr || size < bytes.size()) return Fail(ERROR_INSUFFICIENT_BUFFER);

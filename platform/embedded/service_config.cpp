@@ -98,8 +98,9 @@ BOOL QueryServiceConfigA(SC_HANDLE service, LPQUERY_SERVICE_CONFIGA result, DWOR
     }
     if (!Fits(size, bytes, needed)) return FALSE;
     TextTail tail(result + 1);
-    *result = {config->type, config->startType, config->errorControl, tail.Put(config->path), tail.Put(config->group),
-               config->tag, tail.Put(dependencies), tail.Put(config->account), tail.Put(config->displayName)};
+    *result = {config->type,           config->startType,         config->errorControl,
+               tail.Put(config->path), tail.Put(config->group),   config->tag,
+               tail.Put(dependencies), tail.Put(config->account), tail.Put(config->displayName)};
     return TRUE;
 }
 

@@ -25,11 +25,15 @@ BOOL Answer(DWORD error) {
 // The right that a control needs, 0 for a control that no caller may send.
 DWORD RightFor(DWORD control) {
     switch (control) {
-        case SERVICE_CONTROL_STOP: return SERVICE_STOP;
+        case SERVICE_CONTROL_STOP:
+            return SERVICE_STOP;
         case SERVICE_CONTROL_PAUSE:
-        case SERVICE_CONTROL_CONTINUE: return SERVICE_PAUSE_CONTINUE;
-        case SERVICE_CONTROL_INTERROGATE: return SERVICE_INTERROGATE;
-        default: break;
+        case SERVICE_CONTROL_CONTINUE:
+            return SERVICE_PAUSE_CONTINUE;
+        case SERVICE_CONTROL_INTERROGATE:
+            return SERVICE_INTERROGATE;
+        default:
+            break;
     }
     return control >= kFirstUserControl && control <= kLastUserControl ? SERVICE_USER_DEFINED_CONTROL : 0;
 }

@@ -102,8 +102,7 @@ SC_HANDLE OpenSCManagerA(LPCSTR machineName, LPCSTR database, DWORD desired) {
     if (machine == nullptr) return Fail(RPC_S_SERVER_UNAVAILABLE);
     DWORD granted = 0;
     // Whoever opens the manager may connect to it, asked for or not.
-    const DWORD error =
-        access::Check(access::ObjectType::ServiceManager, {}, desired | SC_MANAGER_CONNECT, &granted);
+    const DWORD error = access::Check(access::ObjectType::ServiceManager, {}, desired | SC_MANAGER_CONNECT, &granted);
     if (error != 0) return Fail(error);
     return SC_HANDLE(handles::Add(std::make_shared<ManagerObject>(std::move(machine), granted)));
 }
@@ -120,9 +119,9 @@ SC_HANDLE OpenServiceA(SC_HANDLE manager, LPCSTR name, DWORD desired) {
     return NewServiceHandle(object->machine, name, desired);
 }
 
-SC_HANDLE CreateServiceA(SC_HANDLE manager, LPCSTR name, LPCSTR displayName, DWORD desired, DWORD type,
-                         DWORD startType, DWORD errorControl, LPCSTR path, LPCSTR group, LPDWORD tag,
-                         LPCSTR dependencies, LPCSTR account, LPCSTR password) {
+SC_HANDLE CreateServiceA(SC_HANDLE manager, LPCSTR name, LPCSTR displayName, DWORD desired, DWORD type, DWORD startType,
+                         DWORD errorControl, LPCSTR path, LPCSTR group, LPDWORD tag, LPCSTR dependencies,
+                         LPCSTR account, LPCSTR password) {
     if (gate::Refuses(CallKind::Service, "CreateServiceA")) return nullptr;
     const auto object = ManagerFor(manager, SC_MANAGER_CREATE_SERVICE);
     if (object == nullptr) return nullptr;
@@ -133,8 +132,8 @@ SC_HANDLE CreateServiceA(SC_HANDLE manager, LPCSTR name, LPCSTR displayName, DWO
     RemoveIfAbandoned(machine, name);
     if (IsMarkedForDeletion(machine, name)) return Fail(ERROR_SERVICE_MARKED_FOR_DELETE);
     if (Load(machine, name)) return Fail(ERROR_SERVICE_EXISTS);
-    const Settings settings{type,  startType, errorControl, path,     group,
-                            tag,   dependencies, account,   password, displayName == nullptr ? name : displayName};
+    const Settings settings{type, startType,    errorControl, path,     group,
+                            tag,  dependencies, account,      password, displayName == nullptr ? name : displayName};
     Config config;
     if (const DWORD error = Apply(machine, name, settings, config)) return Fail(error);
     if (!Save(machine, name, config)) return Fail(ERROR_ACCESS_DENIED);

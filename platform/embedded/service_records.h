@@ -20,7 +20,7 @@ struct Config {
     DWORD errorControl = 0;
     std::string path;
     std::string group;
-    DWORD tag = 0;                         // 0: none
+    DWORD tag = 0;                          // 0: none
     std::vector<std::string> dependencies;  // services, and load order groups marked with '+'
     std::string account;
     std::string displayName;

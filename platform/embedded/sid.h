@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/embedded/api/security.h"
+#include "platform/embedded/api/tokens.h"
 #include "platform/embedded/store.h"
 
 namespace embedded::security {

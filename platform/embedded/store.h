@@ -1,6 +1,7 @@
-// A machine's store of record: one durable tree of keys with values and security descriptors, shared by all processes that
-// use the machine. The registry functions show its hives HKLM and HKU; the other services of the machine are views over it,
-// and what has no place in Windows' own registry lives below the hidden root META, which no registry call reaches.
+// A machine's store of record: one durable tree of keys with values and security descriptors, shared by all processes
+// that use the machine. The registry functions show its hives HKLM and HKU; the other services of the machine are views
+// over it, and what has no place in Windows' own registry lives below the hidden root META, which no registry call
+// reaches.
 //
 // Paths are separated by backslashes and start with the hive: "HKLM\\SYSTEM\\CurrentControlSet\\Services\\X",
 // "HKU\\S-1-5-...", "META\\Files\\C\\x". Names compare without regard to case and keep the case they were created with.
@@ -24,7 +25,7 @@ using Bytes = std::vector<BYTE>;
 struct StoredValue {
     std::string name;  // in the case it was created with
     DWORD type = 0;
-    Bytes data;        // exactly as it was set
+    Bytes data;  // exactly as it was set
 };
 
 class StoreTree;
@@ -32,8 +33,8 @@ class StoreTree;
 // Exported, as the control functions are, for tests and tools that plant and look up what no Windows call shows.
 class __attribute__((visibility("default"))) Store : public std::enable_shared_from_this<Store> {
   public:
-    // Opens, or creates, the store in a folder of the host. One object per folder and process: the same folder gives the same
-    // object. Throws std::runtime_error with a reason when the folder cannot be used.
+    // Opens, or creates, the store in a folder of the host. One object per folder and process: the same folder gives
+    // the same object. Throws std::runtime_error with a reason when the folder cannot be used.
     static std::shared_ptr<Store> Open(const std::filesystem::path& folder);
     ~Store();
 
@@ -53,8 +54,8 @@ class __attribute__((visibility("default"))) Store : public std::enable_shared_f
     Bytes Security(std::string_view path);
     bool SetSecurity(std::string_view path, const Bytes& descriptor);
 
-    // Text and numbers as the registry keeps them: REG_SZ with its terminator, REG_DWORD. A missing value, one of another
-    // type or without a terminator is read as what is there, or the default.
+    // Text and numbers as the registry keeps them: REG_SZ with its terminator, REG_DWORD. A missing value, one of
+    // another type or without a terminator is read as what is there, or the default.
     std::string ReadText(std::string_view path, std::string_view name, std::string_view fallback = {});
     DWORD ReadNumber(std::string_view path, std::string_view name, DWORD fallback = 0);
     bool WriteText(std::string_view path, std::string_view name, std::string_view text);
@@ -63,9 +64,9 @@ class __attribute__((visibility("default"))) Store : public std::enable_shared_f
     std::vector<std::string> ReadList(std::string_view path, std::string_view name);
     bool WriteList(std::string_view path, std::string_view name, const std::vector<std::string>& texts);
 
-    // Holds the machine's store for this thread against every other process and thread, so that a view can read, decide and
-    // write in one step: all that is written until the outermost lock goes is there afterwards, or, when the process dies or
-    // the disk is full, nothing of it. Calls above may be made meanwhile; locks nest.
+    // Holds the machine's store for this thread against every other process and thread, so that a view can read, decide
+    // and write in one step: all that is written until the outermost lock goes is there afterwards, or, when the
+    // process dies or the disk is full, nothing of it. Calls above may be made meanwhile; locks nest.
     class Lock {
       public:
         explicit Lock(Store& store);

@@ -19,7 +19,7 @@ std::string_view TakeName(std::string_view& path) {
     return name;
 }
 
-// --- Values ---------------------------------------------------------------------------------------------------------------
+// --- Values ---
 
 const StoredValue* StoreValues::Find(std::string_view name) const {
     const auto found = m_byName.find(name);
@@ -54,7 +54,7 @@ bool StoreValues::Erase(std::string_view name) {
     return true;
 }
 
-// --- Keys -----------------------------------------------------------------------------------------------------------------
+// --- Keys ---
 
 StoreKey* StoreKey::Subkey(std::string_view subkeyName) const {
     if (!subkeys) return nullptr;
@@ -141,7 +141,7 @@ void StoreKeys::Remove(StoreKey& key, std::uint64_t time) {
     for (const StoreKey* gone : doomed) m_keys.erase(gone->id);
 }
 
-// --- Operations as bytes --------------------------------------------------------------------------------------------------
+// --- Operations as bytes ---
 
 // Reads what StoreChange wrote; the bytes come from a file.
 class StoreKeys::Decoder {

@@ -1,5 +1,5 @@
-// The tree of keys in memory. It changes only by applying recorded operations, the same ones in every process, so that all
-// of them give a new key the same identifier. Every step costs at most the logarithm of the number of siblings.
+// The tree of keys in memory. It changes only by applying recorded operations, the same ones in every process, so that
+// all of them give a new key the same identifier. Every step costs at most the logarithm of the number of siblings.
 #ifndef INSTALIB_EMBEDDED_STORE_KEYS_H
 #define INSTALIB_EMBEDDED_STORE_KEYS_H
 
@@ -21,13 +21,15 @@ using KeyId = std::uint64_t;
 constexpr KeyId kRootKey = 1;  // above the hives
 
 struct NameLess {
-    bool operator()(std::string_view left, std::string_view right) const { return text::CompareNoCase(left, right) < 0; }
+    bool operator()(std::string_view left, std::string_view right) const {
+        return text::CompareNoCase(left, right) < 0;
+    }
 };
 
 // A sorted map that also finds its n-th entry.
 template <class Name, class Entry, class Less = std::less<Name>>
-using CountedMap = __gnu_pbds::tree<Name, Entry, Less, __gnu_pbds::rb_tree_tag,
-                                    __gnu_pbds::tree_order_statistics_node_update>;
+using CountedMap =
+    __gnu_pbds::tree<Name, Entry, Less, __gnu_pbds::rb_tree_tag, __gnu_pbds::tree_order_statistics_node_update>;
 
 // The values of one key: by name, and by their order of creation.
 class StoreValues {
@@ -54,7 +56,8 @@ struct StoreKey {
     std::string name;
     std::uint64_t lastWrite = 0;  // as a FILETIME
     Bytes security;
-    // The longest names and data so far, in characters and bytes. As on Windows they shrink only when the last one goes.
+    // The longest names and data so far, in characters and bytes. As on Windows they shrink only when the last one
+    // goes.
     std::size_t longestSubkey = 0, longestValueName = 0, longestData = 0;
 
     std::size_t SubkeyCount() const { return subkeys ? subkeys->size() : 0; }
@@ -100,8 +103,8 @@ class StoreKeys {
 // Takes the first name off a path "A\\B\\C"; empty when nothing is left.
 std::string_view TakeName(std::string_view& path);
 
-// The changes of one call, carried out together or not at all. Paths are below `base`; keys that are missing on the way to
-// something that is set are made, what is missing when it is to be removed is left at that.
+// The changes of one call, carried out together or not at all. Paths are below `base`; keys that are missing on the way
+// to something that is set are made, what is missing when it is to be removed is left at that.
 class StoreChange {
   public:
     void Create(KeyId base, std::string_view path);

@@ -56,8 +56,10 @@ void StoreTree::BeginStep() {
 
 void StoreTree::EndStep() {
     if (--m_steps == 0 && !m_pending.empty()) {
-        if (m_journal.Append(m_pending, Now())) FoldIfWanted();
-        else m_journal.Reread();
+        if (m_journal.Append(m_pending, Now()))
+            FoldIfWanted();
+        else
+            m_journal.Reread();
         m_pending.clear();
     }
     Unlock();

@@ -13,8 +13,8 @@ class StoreTree : private JournalReader {
   public:
     explicit StoreTree(int folder);
 
-    // For the time of reading: keeps this process's other threads away and has everything that any process reported as done.
-    // Pointers into the tree hold as long. Throws DamagedStore when the file was damaged meanwhile.
+    // For the time of reading: keeps this process's other threads away and has everything that any process reported as
+    // done. Pointers into the tree hold as long. Throws DamagedStore when the file was damaged meanwhile.
     class Reading {
       public:
         explicit Reading(StoreTree& tree);
@@ -43,8 +43,8 @@ class StoreTree : private JournalReader {
 
     void Lock();
     void Unlock();
-    // A step locks too, and what is committed until its end becomes one frame: a process that dies in between has changed
-    // nothing. They nest; the outermost counts. A step that the disk does not take is undone as a whole.
+    // A step locks too, and what is committed until its end becomes one frame: a process that dies in between has
+    // changed nothing. They nest; the outermost counts. A step that the disk does not take is undone as a whole.
     void BeginStep();
     void EndStep();
     bool Flush();

@@ -1,5 +1,5 @@
-// Text helpers of the embedded machine: case, conversion, splitting. Case rules are those of ASCII letters unless the text
-// is converted; names of keys and files compare so.
+// Text helpers of the embedded machine: case, conversion, splitting. Case rules are those of ASCII letters unless the
+// text is converted; names of keys and files compare so.
 #ifndef INSTALIB_EMBEDDED_TEXT_H
 #define INSTALIB_EMBEDDED_TEXT_H
 

@@ -32,13 +32,29 @@ struct GroupPrivileges {
     Bytes group;
     std::initializer_list<const char*> names;
 };
-const std::initializer_list<const char*> kOfAdministrators = {
-    SE_INCREASE_QUOTA_NAME,  SE_SECURITY_NAME,           SE_TAKE_OWNERSHIP_NAME,      SE_LOAD_DRIVER_NAME,
-    SE_SYSTEM_PROFILE_NAME,  SE_SYSTEMTIME_NAME,         SE_PROF_SINGLE_PROCESS_NAME, SE_INC_BASE_PRIORITY_NAME,
-    SE_CREATE_PAGEFILE_NAME, SE_BACKUP_NAME,             SE_RESTORE_NAME,             SE_SHUTDOWN_NAME,
-    SE_DEBUG_NAME,           SE_SYSTEM_ENVIRONMENT_NAME, SE_CHANGE_NOTIFY_NAME,       SE_REMOTE_SHUTDOWN_NAME,
-    SE_UNDOCK_NAME,          SE_MANAGE_VOLUME_NAME,      SE_IMPERSONATE_NAME,         SE_CREATE_GLOBAL_NAME,
-    SE_INC_WORKING_SET_NAME, SE_TIME_ZONE_NAME,          SE_CREATE_SYMBOLIC_LINK_NAME};
+const std::initializer_list<const char*> kOfAdministrators = {SE_INCREASE_QUOTA_NAME,
+                                                              SE_SECURITY_NAME,
+                                                              SE_TAKE_OWNERSHIP_NAME,
+                                                              SE_LOAD_DRIVER_NAME,
+                                                              SE_SYSTEM_PROFILE_NAME,
+                                                              SE_SYSTEMTIME_NAME,
+                                                              SE_PROF_SINGLE_PROCESS_NAME,
+                                                              SE_INC_BASE_PRIORITY_NAME,
+                                                              SE_CREATE_PAGEFILE_NAME,
+                                                              SE_BACKUP_NAME,
+                                                              SE_RESTORE_NAME,
+                                                              SE_SHUTDOWN_NAME,
+                                                              SE_DEBUG_NAME,
+                                                              SE_SYSTEM_ENVIRONMENT_NAME,
+                                                              SE_CHANGE_NOTIFY_NAME,
+                                                              SE_REMOTE_SHUTDOWN_NAME,
+                                                              SE_UNDOCK_NAME,
+                                                              SE_MANAGE_VOLUME_NAME,
+                                                              SE_IMPERSONATE_NAME,
+                                                              SE_CREATE_GLOBAL_NAME,
+                                                              SE_INC_WORKING_SET_NAME,
+                                                              SE_TIME_ZONE_NAME,
+                                                              SE_CREATE_SYMBOLIC_LINK_NAME};
 const std::initializer_list<const char*> kOfEveryone = {SE_CHANGE_NOTIFY_NAME};
 const std::initializer_list<const char*> kOfSystem = {SE_TCB_NAME, SE_ASSIGNPRIMARYTOKEN_NAME, SE_AUDIT_NAME};
 
@@ -99,8 +115,13 @@ bool AlterProcessToken(Change change) {
 }  // namespace
 
 Token::Token(const Token& other)
-    : user(other.user), groups(other.groups), owner(other.owner), primaryGroup(other.primaryGroup), type(other.type),
-      level(other.level), m_privileges(other.Privileges()) {}
+    : user(other.user),
+      groups(other.groups),
+      owner(other.owner),
+      primaryGroup(other.primaryGroup),
+      type(other.type),
+      level(other.level),
+      m_privileges(other.Privileges()) {}
 
 PrivilegeBits Token::Privileges() const {
     const std::lock_guard lock(m_mutex);
@@ -159,15 +180,15 @@ namespace embedded::control {
 bool SetTokenGroup(const std::string& sid, GroupUse use) {
     const std::optional<Bytes> wanted = security::ParseSid(sid);
     return wanted && security::AlterProcessToken([&](security::Token& token) {
-        for (security::TokenGroup& group : token.groups) {
-            if (group.sid != *wanted) continue;
-            group.attributes &= ~(SE_GROUP_MANDATORY | SE_GROUP_ENABLED | SE_GROUP_USE_FOR_DENY_ONLY);
-            if (use == GroupUse::Enabled) group.attributes |= SE_GROUP_ENABLED;
-            if (use == GroupUse::DenyOnly) group.attributes |= SE_GROUP_USE_FOR_DENY_ONLY;
-            return true;
-        }
-        return false;
-    });
+               for (security::TokenGroup& group : token.groups) {
+                   if (group.sid != *wanted) continue;
+                   group.attributes &= ~(SE_GROUP_MANDATORY | SE_GROUP_ENABLED | SE_GROUP_USE_FOR_DENY_ONLY);
+                   if (use == GroupUse::Enabled) group.attributes |= SE_GROUP_ENABLED;
+                   if (use == GroupUse::DenyOnly) group.attributes |= SE_GROUP_USE_FOR_DENY_ONLY;
+                   return true;
+               }
+               return false;
+           });
 }
 
 bool DropPrivilege(const std::string& name) {

@@ -47,8 +47,8 @@ class Token {
     void SetPrivileges(const PrivilegeBits& privileges);
     bool HasEnabled(DWORD privilege) const { return (Privileges().enabled & PrivilegeBit(privilege)) != 0; }
 
-    // Whether entries for this identifier speak of the token: allowing ones need an enabled group, denying ones count for
-    // groups that are there for deny only, too.
+    // Whether entries for this identifier speak of the token: allowing ones need an enabled group, denying ones count
+    // for groups that are there for deny only, too.
     bool IsAllowedBy(ByteView sid) const { return Matches(sid, SE_GROUP_ENABLED); }
     bool IsDeniedBy(ByteView sid) const { return Matches(sid, SE_GROUP_ENABLED | SE_GROUP_USE_FOR_DENY_ONLY); }
     // Whether it may be given as the owner of an object.

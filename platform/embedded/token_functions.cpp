@@ -46,7 +46,7 @@ std::shared_ptr<Token> ImpersonationCopy(const Token& token, SECURITY_IMPERSONAT
 
 bool IsLevel(SECURITY_IMPERSONATION_LEVEL level) { return level >= SecurityAnonymous && level <= SecurityDelegation; }
 
-// --- GetTokenInformation --------------------------------------------------------------------------------------------------
+// --- GetTokenInformation ---
 
 // An answer whose records hold pointers to the identifiers behind them, laid out for the buffer at `base`.
 class Answer {
@@ -118,18 +118,25 @@ Bytes PlainAnswer(Value value) {
 // Empty for a class that is not known or that the token does not have.
 Bytes AnswerTo(TOKEN_INFORMATION_CLASS informationClass, const Token& token, const void* base) {
     switch (informationClass) {
-        case TokenUser: return SidAnswer<TOKEN_USER>(token.user, base);
-        case TokenGroups: return GroupsAnswer(token, base);
-        case TokenPrivileges: return PrivilegesAnswer(token.Privileges(), token.Privileges().held);
-        case TokenOwner: return SidAnswer<TOKEN_OWNER>(token.owner, base);
-        case TokenPrimaryGroup: return SidAnswer<TOKEN_PRIMARY_GROUP>(token.primaryGroup, base);
-        case TokenType: return PlainAnswer(token.type);
-        case TokenImpersonationLevel: return token.type == TokenImpersonation ? PlainAnswer(token.level) : Bytes();
+        case TokenUser:
+            return SidAnswer<TOKEN_USER>(token.user, base);
+        case TokenGroups:
+            return GroupsAnswer(token, base);
+        case TokenPrivileges:
+            return PrivilegesAnswer(token.Privileges(), token.Privileges().held);
+        case TokenOwner:
+            return SidAnswer<TOKEN_OWNER>(token.owner, base);
+        case TokenPrimaryGroup:
+            return SidAnswer<TOKEN_PRIMARY_GROUP>(token.primaryGroup, base);
+        case TokenType:
+            return PlainAnswer(token.type);
+        case TokenImpersonationLevel:
+            return token.type == TokenImpersonation ? PlainAnswer(token.level) : Bytes();
     }
     return {};
 }
 
-// --- AdjustTokenPrivileges ------------------------------------------------------------------------------------------------
+// --- AdjustTokenPrivileges ---
 
 struct Adjustment {
     PrivilegeBits bits;
@@ -164,7 +171,8 @@ BOOL OpenProcessToken(HANDLE process, DWORD desired, PHANDLE token) {
     if (token == nullptr) return Fail(ERROR_INVALID_PARAMETER);
     const auto object = process == kThisProcess ? nullptr : handles::Find(process);
     // A child runs as the one who started it.
-    if (process != kThisProcess && (!object || object->Kind() != ResourceKind::Process)) return Fail(ERROR_INVALID_HANDLE);
+    if (process != kThisProcess && (!object || object->Kind() != ResourceKind::Process))
+        return Fail(ERROR_INVALID_HANDLE);
     return security::Report(security::Guarded([&]() -> DWORD {
         HandOutToken(security::ProcessToken(), desired, token);
         return 0;
@@ -203,8 +211,8 @@ BOOL AdjustTokenPrivileges(HANDLE token, BOOL disableAll, PTOKEN_PRIVILEGES newS
         return Fail(ERROR_INVALID_PARAMETER);
     }
     const PrivilegeBits before = opened->Target().Privileges();
-    const Adjustment after = disableAll != FALSE ? Adjustment{{before.held, 0, before.byDefault}, true}
-                                                 : Adjust(before, *newState);
+    const Adjustment after =
+        disableAll != FALSE ? Adjustment{{before.held, 0, before.byDefault}, true} : Adjust(before, *newState);
     if (previousState != nullptr) {
         const std::uint64_t changed = (before.enabled ^ after.bits.enabled) | (before.held ^ after.bits.held);
         if (!security::FillBuffer(PrivilegesAnswer(before, changed), previousState, size, needed)) return FALSE;

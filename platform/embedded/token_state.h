@@ -4,8 +4,8 @@
 
 namespace embedded::security {
 
-// Forgets the process's token and every thread's impersonation; the next use builds the token of the current user of the
-// local machine. For a change of machine or of user.
+// Forgets the process's token and every thread's impersonation; the next use builds the token of the current user of
+// the local machine. For a change of machine or of user.
 void ResetForMachine();
 
 }  // namespace embedded::security

@@ -31,8 +31,8 @@ namespace world {
 
 // The machine that this process runs on.
 std::shared_ptr<Machine> Local();
-// A machine of the local one's world by computer name, with or without leading backslashes, in any letter case; null when
-// there is none. Null, empty and the local name give the local machine.
+// A machine of the local one's world by computer name, with or without leading backslashes, in any letter case; null
+// when there is none. Null, empty and the local name give the local machine.
 std::shared_ptr<Machine> Find(const char* name);
 std::shared_ptr<Machine> Find(const WCHAR* name);
 

@@ -290,7 +290,8 @@ class ConnectionTest : public NetworkTest {
         Wide boss("FARPC\\boss");
         LOCALGROUP_MEMBERS_INFO_3 member{boss.Get()};
         ASSERT_EQ(NetLocalGroupAddMembers(Wide("FARPC").Get(), Wide("Administrators").Get(), 3,
-                                          reinterpret_cast<LPBYTE>(&member), 1), 0u);
+                                          reinterpret_cast<LPBYTE>(&member), 1),
+                  0u);
     }
 };
 

@@ -66,8 +66,7 @@ INSTANTIATE_TEST_SUITE_P(
         Form{"Number", true, "\"V\"=dword:DEADbeef", REG_DWORD, {0xEF, 0xBE, 0xAD, 0xDE}},
         Form{"Blanks", true, "  \"V\" = hex:01, 02", REG_BINARY, {1, 2}},
         Form{"Binary", true, "\"V\"=hex:01,2,\\\r\n  ff", REG_BINARY, {1, 2, 255}},
-        Form{"EmptyBinary", true, "\"V\"=hex:", REG_BINARY, {}},
-        Form{"None", true, "\"V\"=hex(0):07", REG_NONE, {7}},
+        Form{"EmptyBinary", true, "\"V\"=hex:", REG_BINARY, {}}, Form{"None", true, "\"V\"=hex(0):07", REG_NONE, {7}},
         Form{"ExpandText5", true, "\"V\"=hex(2):25,00,54,00,00,00", REG_EXPAND_SZ, {'%', 'T', 0}},
         Form{"ExpandText4", false, "\"V\"=hex(2):25,54,00", REG_EXPAND_SZ, {'%', 'T', 0}},
         Form{"List5", true, "\"V\"=hex(7):61,00,00,00,\\\r\n  62,00,00,00,00,00", REG_MULTI_SZ, {'a', 0, 'b', 0, 0}},
@@ -105,7 +104,8 @@ TEST_P(RegTextBad, IsRefusedWithItsLineAndChangesNothing) {
 const std::string kOneLine = kHeader4 + "\"Good\"=\"x\"\r\n";  // what follows is line 5
 INSTANTIATE_TEST_SUITE_P(
     Files, RegTextBad,
-    testing::Values(Bad{"Empty", "", "line 1: the file begins"}, Bad{"OtherFile", "MZ\x90\x01\x02", "line 1: the file begins"},
+    testing::Values(Bad{"Empty", "", "line 1: the file begins"},
+                    Bad{"OtherFile", "MZ\x90\x01\x02", "line 1: the file begins"},
                     Bad{"NoQuote", kOneLine + "\"V=1\r\n\r\n", "line 5: no closing quotation mark"},
                     Bad{"NoEquals", kOneLine + "\"V\"\r\n", "line 5: no equals sign"},
                     Bad{"NoData", kOneLine + "\"V\"=\r\n", "line 5: data of an unknown form"},
@@ -118,16 +118,25 @@ INSTANTIATE_TEST_SUITE_P(
                     Bad{"NoBracket", kOneLine + "[HKEY_LOCAL_MACHINE\\X\r\n", "line 5: no closing bracket"},
                     Bad{"UnknownRoot", kOneLine + "[HKEY_NOWHERE\\X]\r\n", "line 5: no such root"},
                     Bad{"RootDeleted", kOneLine + "[-HKEY_LOCAL_MACHINE]\r\n", "line 5: a root key"},
-                    Bad{"LongKey", kOneLine + "[HKEY_LOCAL_MACHINE\\" + std::string(256, 'k') + "]\r\n", "line 5: the name"},
+                    Bad{"LongKey", kOneLine + "[HKEY_LOCAL_MACHINE\\" + std::string(256, 'k') + "]\r\n",
+                        "line 5: the name"},
                     Bad{"NoKey", "REGEDIT4\n\"V\"=\"x\"\n", "line 2: a value before"}),
     [](const auto& test) { return test.param.what; });
 
 // Whatever a value holds, an export read into another machine gives it back.
 TEST_F(RegText, ExportComesBackByteForByte) {
-    const std::vector<std::pair<DWORD, TestBytes>> values = {
-        {REG_SZ, {'a', '\\', '"', 0}}, {REG_SZ, {'a'}},          {REG_SZ, {}},         {REG_SZ, {'a', 0, 'b', 0}},
-        {REG_SZ, {'a', '\n', 0}},      {REG_SZ, {0xE9, 0}},      {REG_DWORD, {1, 2}},  {REG_DWORD, {1, 2, 3, 4}},
-        {REG_EXPAND_SZ, {'%', 0}},     {REG_BINARY, TestBytes(300, 7)}, {REG_NONE, {}}, {REG_MULTI_SZ, {'a', 0, 0}}};
+    const std::vector<std::pair<DWORD, TestBytes>> values = {{REG_SZ, {'a', '\\', '"', 0}},
+                                                             {REG_SZ, {'a'}},
+                                                             {REG_SZ, {}},
+                                                             {REG_SZ, {'a', 0, 'b', 0}},
+                                                             {REG_SZ, {'a', '\n', 0}},
+                                                             {REG_SZ, {0xE9, 0}},
+                                                             {REG_DWORD, {1, 2}},
+                                                             {REG_DWORD, {1, 2, 3, 4}},
+                                                             {REG_EXPAND_SZ, {'%', 0}},
+                                                             {REG_BINARY, TestBytes(300, 7)},
+                                                             {REG_NONE, {}},
+                                                             {REG_MULTI_SZ, {'a', 0, 0}}};
     for (std::size_t i = 0; i < values.size(); ++i) {
         SetRaw(HKEY_LOCAL_MACHINE, kKey, ("V\"\\" + std::to_string(i)).c_str(), values[i].first, values[i].second);
     }

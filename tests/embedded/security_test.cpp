@@ -39,7 +39,8 @@ TEST_F(EmbeddedSecurity, TruncatedDescriptorsGrantNothing) {
     ASSERT_EQ(control::CheckStoredDescriptor(whole, KEY_READ, &granted), DWORD(ERROR_SUCCESS));
     for (std::size_t length = 1; length < whole.size(); ++length) {
         const std::vector<BYTE> cut(whole.begin(), whole.begin() + std::ptrdiff_t(length));
-        EXPECT_EQ(control::CheckStoredDescriptor(cut, KEY_READ, &granted), DWORD(ERROR_INVALID_SECURITY_DESCR)) << length;
+        EXPECT_EQ(control::CheckStoredDescriptor(cut, KEY_READ, &granted), DWORD(ERROR_INVALID_SECURITY_DESCR))
+            << length;
     }
 }
 
@@ -48,7 +49,8 @@ TEST_F(EmbeddedSecurity, DamagedDescriptorsAreReadWithinTheirBytes) {
     std::mt19937 random(20);  // the same damage in every run
     for (int round = 0; round < 20000; ++round) {
         std::vector<BYTE> damaged = whole;
-        for (unsigned flips = 1 + random() % 4; flips > 0; --flips) damaged[random() % damaged.size()] ^= BYTE(1u << random() % 8);
+        for (unsigned flips = 1 + random() % 4; flips > 0; --flips)
+            damaged[random() % damaged.size()] ^= BYTE(1u << random() % 8);
         DWORD granted = 0;
         const DWORD error = control::CheckStoredDescriptor(damaged, MAXIMUM_ALLOWED, &granted);
         EXPECT_TRUE(error == 0 || error == ERROR_ACCESS_DENIED || error == ERROR_INVALID_SECURITY_DESCR) << error;
@@ -67,8 +69,8 @@ TEST_F(EmbeddedSecurity, CallersDescriptorsMayBeDamaged) {
         const bool valid = IsValidSecurityDescriptor(room.data());
         EXPECT_EQ(valid, GetSecurityDescriptorLength(room.data()) != 0);
         DWORD sizes[5] = {};
-        EXPECT_FALSE(MakeAbsoluteSD(room.data(), nullptr, &sizes[0], nullptr, &sizes[1], nullptr, &sizes[2], nullptr, &sizes[3],
-                                    nullptr, &sizes[4]));
+        EXPECT_FALSE(MakeAbsoluteSD(room.data(), nullptr, &sizes[0], nullptr, &sizes[1], nullptr, &sizes[2], nullptr,
+                                    &sizes[3], nullptr, &sizes[4]));
         EXPECT_EQ(valid, GetLastError() == ERROR_INSUFFICIENT_BUFFER);
         EXPECT_EQ(valid, !SddlOf(room.data()).starts_with("<error"));
     }

@@ -1,5 +1,5 @@
-// What the machine's store promises to the processes that share it: nothing reported is lost, nothing torn is read, and no
-// step gets slower with the number of keys than it must.
+// What the machine's store promises to the processes that share it: nothing reported is lost, nothing torn is read, and
+// no step gets slower with the number of keys than it must.
 #include "platform/embedded/store.h"
 
 #include <gmock/gmock.h>
@@ -48,8 +48,8 @@ class StoreTest : public FreshMachine {
     }
     static LONG SetNumberResult(DWORD number, const std::string& name) {
         RegistryKey key;
-        const LONG error = RegCreateKeyExA(HKEY_LOCAL_MACHINE, kKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Receive(),
-                                           nullptr);
+        const LONG error =
+            RegCreateKeyExA(HKEY_LOCAL_MACHINE, kKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Receive(), nullptr);
         if (error != 0) return error;
         return RegSetValueExA(key.Get(), name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), 4);
     }
@@ -87,9 +87,9 @@ TEST_F(StoreTest, WritersOfSeveralProcessesLoseNothing) {
     for (const pid_t child : children) EXPECT_EQ(Wait(child), 0);
     for (int writer = 0; writer < 4; ++writer) {
         for (DWORD i = 0; i < 300; ++i) {
-            ASSERT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kKey,
-                                ("V" + std::to_string(writer) + "_" + std::to_string(i)).c_str()),
-                      i);
+            ASSERT_EQ(
+                GetNumber(HKEY_LOCAL_MACHINE, kKey, ("V" + std::to_string(writer) + "_" + std::to_string(i)).c_str()),
+                i);
         }
     }
 }
@@ -219,7 +219,8 @@ TEST_F(StoreTest, FoldingDisturbsNobody) {
     for (int seen = 0; seen < 199;) {
         DWORD number = 0, size = sizeof number;
         const std::string name = "N0_" + std::to_string(seen);
-        if (RegQueryValueExA(early.Get(), name.c_str(), nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size) == 0) ++seen;
+        if (RegQueryValueExA(early.Get(), name.c_str(), nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size) == 0)
+            ++seen;
     }
     for (const pid_t writer : writers) EXPECT_EQ(Wait(writer), 0);
     EXPECT_LT(fs::file_size(File()), 20u * 1024 * 1024) << "24 megabytes were written: nothing was folded";
@@ -251,7 +252,7 @@ TEST_F(StoreTest, LockKeepsOtherProcessesAndThreadsOut) {
     EXPECT_EQ(store->ReadNumber("META\\Count", "N"), 800u);
 }
 
-// --- Scaling: the time of one step at a size against that at a sixteenth of it ---------------------------------------------
+// --- Scaling: the time of one step at a size against that at a sixteenth of it ---
 
 double SecondsOf(const std::function<void()>& work) {
     const auto start = std::chrono::steady_clock::now();
@@ -300,41 +301,42 @@ TEST_P(StoreScaling, StepsStayCheapInALargeKey) {
 
 INSTANTIATE_TEST_SUITE_P(
     Steps, StoreScaling,
-    testing::Values(
-        Growth{"DeleteKeyAtIndexZero", MakeKeys,
-               [](HKEY key, int) {
-                   char name[32] = "";
-                   DWORD size = sizeof name;
-                   ASSERT_EQ(RegEnumKeyExA(key, 0, name, &size, nullptr, nullptr, nullptr, nullptr), 0);
-                   ASSERT_EQ(RegDeleteKeyA(key, name), 0);
-               }},
-        Growth{"EnumerateKeysByIndex", MakeKeys,
-               [](HKEY key, int index) {
-                   char name[32] = "";
-                   DWORD size = sizeof name;
-                   ASSERT_EQ(RegEnumKeyExA(key, DWORD(index), name, &size, nullptr, nullptr, nullptr, nullptr), 0);
-               }},
-        Growth{"DeleteValueAtIndexZero", MakeValues,
-               [](HKEY key, int) {
-                   char name[32] = "";
-                   DWORD size = sizeof name;
-                   ASSERT_EQ(RegEnumValueA(key, 0, name, &size, nullptr, nullptr, nullptr, nullptr), 0);
-                   ASSERT_EQ(RegDeleteValueA(key, name), 0);
-               }},
-        Growth{"CreateKey", MakeKeys,
-               [](HKEY key, int index) {
-                   RegistryKey made;
-                   ASSERT_EQ(RegCreateKeyExA(key, ("New" + std::to_string(index)).c_str(), 0, nullptr, 0, KEY_READ, nullptr,
-                                             made.Receive(), nullptr),
-                             0);
-               }},
-        Growth{"QueryInfo", MakeKeys,
-               [](HKEY key, int) {
-                   DWORD count = 0, longest = 0;
-                   ASSERT_EQ(RegQueryInfoKeyA(key, nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr, nullptr,
-                                              nullptr, nullptr, nullptr),
-                             0);
-               }}),
+    testing::Values(Growth{"DeleteKeyAtIndexZero", MakeKeys,
+                           [](HKEY key, int) {
+                               char name[32] = "";
+                               DWORD size = sizeof name;
+                               ASSERT_EQ(RegEnumKeyExA(key, 0, name, &size, nullptr, nullptr, nullptr, nullptr), 0);
+                               ASSERT_EQ(RegDeleteKeyA(key, name), 0);
+                           }},
+                    Growth{"EnumerateKeysByIndex", MakeKeys,
+                           [](HKEY key, int index) {
+                               char name[32] = "";
+                               DWORD size = sizeof name;
+                               ASSERT_EQ(
+                                   RegEnumKeyExA(key, DWORD(index), name, &size, nullptr, nullptr, nullptr, nullptr),
+                                   0);
+                           }},
+                    Growth{"DeleteValueAtIndexZero", MakeValues,
+                           [](HKEY key, int) {
+                               char name[32] = "";
+                               DWORD size = sizeof name;
+                               ASSERT_EQ(RegEnumValueA(key, 0, name, &size, nullptr, nullptr, nullptr, nullptr), 0);
+                               ASSERT_EQ(RegDeleteValueA(key, name), 0);
+                           }},
+                    Growth{"CreateKey", MakeKeys,
+                           [](HKEY key, int index) {
+                               RegistryKey made;
+                               ASSERT_EQ(RegCreateKeyExA(key, ("New" + std::to_string(index)).c_str(), 0, nullptr, 0,
+                                                         KEY_READ, nullptr, made.Receive(), nullptr),
+                                         0);
+                           }},
+                    Growth{"QueryInfo", MakeKeys,
+                           [](HKEY key, int) {
+                               DWORD count = 0, longest = 0;
+                               ASSERT_EQ(RegQueryInfoKeyA(key, nullptr, nullptr, nullptr, &count, &longest, nullptr,
+                                                          nullptr, nullptr, nullptr, nullptr, nullptr),
+                                         0);
+                           }}),
     [](const auto& test) { return test.param.what; });
 
 TEST_F(StoreTest, DeletingATreeIsLinear) {

@@ -73,7 +73,10 @@ TEST_P(CommandLineTest, IsSplitIntoSwitchesAndTexts) {
 INSTANTIATE_TEST_SUITE_P(
     Lines, CommandLineTest,
     testing::Values(
-        Line{"Typical", "setup.exe -r:HOST -s data", '-', {{"#0", "setup.exe"}, {"r", "HOST"}, {"s", ""}, {"#1", "data"}}},
+        Line{"Typical",
+             "setup.exe -r:HOST -s data",
+             '-',
+             {{"#0", "setup.exe"}, {"r", "HOST"}, {"s", ""}, {"#1", "data"}}},
         Line{"Empty", "", '-', {}}, Line{"OnlyBlanks", "   ", '-', {}},
         Line{"RunsOfBlanksAreOne", "  a   b ", '-', {{"#0", "a"}, {"#1", "b"}}},
         Line{"TabsAreNoSeparators", "a\tb c", '-', {{"#0", "a\tb"}, {"#1", "c"}}},
@@ -85,7 +88,9 @@ INSTANTIATE_TEST_SUITE_P(
         Line{"LastOfEqualSwitchesCounts", "-r:ONE -r:TWO", '-', {{"r", "TWO"}}},
         Line{"TextAndSwitchShareAKey", "-#0:x a", '-', {{"#0", "a"}}},
         Line{"SwitchAfterTextSharesItsKey", "a -#0:x", '-', {{"#0", "x"}}},
-        Line{"Distribution", "-SMSInstall -SMSUninstall", '-',
+        Line{"Distribution",
+             "-SMSInstall -SMSUninstall",
+             '-',
              {{"SMSInstall", "KORVAULT.ICF"}, {"SMSUninstall", "KORVAULT.ICF"}}},
         Line{"DistributionWithAFile", "-SMSInstall:X.ICF", '-', {{"SMSInstall", "X.ICF"}}},
         Line{"DistributionInLowerCase", "-smsinstall", '-', {{"s", "msinstall"}}},

@@ -83,7 +83,8 @@ TEST_F(LogTest, LinesOfSeveralWritersStayWholeAndNoneOverwritesAnother) {
     for (std::size_t writer = 0; writer < written.size(); ++writer) {
         writers.emplace_back([writer, &lines = written[writer]] {
             for (int i = 0; i < 100; ++i) {
-                const std::string text = std::to_string(writer) + ":" + std::to_string(i) + std::string(std::size_t(i), '.');
+                const std::string text =
+                    std::to_string(writer) + ":" + std::to_string(i) + std::string(std::size_t(i), '.');
                 if (WriteText(kFile, text.c_str())) lines.push_back(text);
             }
         });

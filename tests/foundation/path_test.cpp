@@ -43,12 +43,12 @@ TEST_F(PathTest, EndsInNoOrExactlyOneBackSlash) {
 #ifndef _WIN32
 TEST_F(PathTest, KeepsABackSlashThatEndsADoubleByteCharacter) {
     ASSERT_TRUE(embedded::control::SetCodePage(932));
-    Check({{"C:\\\x83\x5C", "C:\\\x83\x5C", "C:\\\x83\x5C\\"},                     // one character
-           {"C:\\\x83\x5C\\\\", "C:\\\x83\x5C", "C:\\\x83\x5C\\"},                 // and real ones behind it
-           {"\x83\x5C", "\x83\x5C", "\x83\x5C\\"},                                 // nothing before it
-           {"\x83\x83\x5C", "\x83\x83", "\x83\x83\x5C"},                           // 0x83 is a second byte: real
-           {"a\x83\x83\x83\x5C", "a\x83\x83\x83\x5C", "a\x83\x83\x83\x5C\\"},      // three: two and one
-           {"\xB1\x5C", "\xB1", "\xB1\\"}});                                       // half-width: a single byte
+    Check({{"C:\\\x83\x5C", "C:\\\x83\x5C", "C:\\\x83\x5C\\"},                 // one character
+           {"C:\\\x83\x5C\\\\", "C:\\\x83\x5C", "C:\\\x83\x5C\\"},             // and real ones behind it
+           {"\x83\x5C", "\x83\x5C", "\x83\x5C\\"},                             // nothing before it
+           {"\x83\x83\x5C", "\x83\x83", "\x83\x83\x5C"},                       // 0x83 is a second byte: real
+           {"a\x83\x83\x83\x5C", "a\x83\x83\x83\x5C", "a\x83\x83\x83\x5C\\"},  // three: two and one
+           {"\xB1\x5C", "\xB1", "\xB1\\"}});                                   // half-width: a single byte
 }
 
 TEST_F(PathTest, CaseConversionLeavesDoubleByteCharactersAlone) {

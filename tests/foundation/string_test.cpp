@@ -16,11 +16,15 @@
 
 namespace {
 
-std::string Bytes(const CString& text) { return std::string(static_cast<const char*>(text), std::size_t(text.GetLength())); }
+std::string Bytes(const CString& text) {
+    return std::string(static_cast<const char*>(text), std::size_t(text.GetLength()));
+}
 
 // A character could be taken for an offset into the text, a number for a character.
 template <class Left, class Right>
-concept Adds = requires(Left left, Right right) { left + right; };
+concept Adds = requires(Left left, Right right) {
+    left + right;
+};
 static_assert(Adds<CString, char> && !Adds<CString, int> && !Adds<int, CString>);
 
 TEST(StringTest, CopiesAreIndependentAndAMovedFromStringIsUsable) {
@@ -57,11 +61,22 @@ TEST(StringTest, OperandsMayBeTheStringItselfOrAPartOfIt) {
 TEST(StringTest, PartsAreClampedAndNullOrNegativeIsEmpty) {
     const CString text("abcde");
     const char* const null = nullptr;
-    for (const auto& [part, expected] : std::vector<std::pair<CString, std::string>>{
-             {text.Left(9), "abcde"}, {text.Left(-1), ""}, {text.Right(2), "de"}, {text.Right(9), "abcde"},
-             {text.Right(-1), ""}, {text.Mid(3), "de"}, {text.Mid(5), ""}, {text.Mid(-2, 2), "ab"},
-             {text.Mid(1, 99), "bcde"}, {CString(text) += null, "abcde"}, {CString(text) = null, ""}, {null, ""},
-             {CString(null, 5), ""}, {CString("abc", -1), ""}, {CString('x', -1), ""}, {CString('x', 2), "xx"}}) {
+    for (const auto& [part, expected] : std::vector<std::pair<CString, std::string>>{{text.Left(9), "abcde"},
+                                                                                     {text.Left(-1), ""},
+                                                                                     {text.Right(2), "de"},
+                                                                                     {text.Right(9), "abcde"},
+                                                                                     {text.Right(-1), ""},
+                                                                                     {text.Mid(3), "de"},
+                                                                                     {text.Mid(5), ""},
+                                                                                     {text.Mid(-2, 2), "ab"},
+                                                                                     {text.Mid(1, 99), "bcde"},
+                                                                                     {CString(text) += null, "abcde"},
+                                                                                     {CString(text) = null, ""},
+                                                                                     {null, ""},
+                                                                                     {CString(null, 5), ""},
+                                                                                     {CString("abc", -1), ""},
+                                                                                     {CString('x', -1), ""},
+                                                                                     {CString('x', 2), "xx"}}) {
         EXPECT_EQ(Bytes(part), expected);
     }
     EXPECT_EQ(text.GetAt(4), 'e');
@@ -71,9 +86,13 @@ TEST(StringTest, PartsAreClampedAndNullOrNegativeIsEmpty) {
 
 TEST(StringTest, FindsFromAStartAndFromTheEnd) {
     const CString text("a\\b\\c");
-    for (const auto& [found, expected] :
-         {std::pair{text.Find('\\'), 1}, {text.Find('\\', 2), 3}, {text.Find('\\', 4), -1}, {text.Find("\\c"), 3},
-          {text.Find("x"), -1}, {text.ReverseFind('\\'), 3}, {text.ReverseFind('x'), -1}}) {
+    for (const auto& [found, expected] : {std::pair{text.Find('\\'), 1},
+                                          {text.Find('\\', 2), 3},
+                                          {text.Find('\\', 4), -1},
+                                          {text.Find("\\c"), 3},
+                                          {text.Find("x"), -1},
+                                          {text.ReverseFind('\\'), 3},
+                                          {text.ReverseFind('x'), -1}}) {
         EXPECT_EQ(found, expected);
     }
 }
@@ -147,8 +166,9 @@ TEST(StringTest, MemoryThatCannotBeHadLeavesStringAndMap) {
         map.SetAt("k", "old");
         const bool allRan = RunsOut([&] { text = large; }) && RunsOut([&] { text += large; }) &&
                             RunsOut([&] { text.Format("%s", static_cast<const char*>(large)); }) &&
-                            RunsOut([&] { text.GetBuffer(100 << 20); }) && RunsOut([&] { const CString copy(large); }) &&
-                            RunsOut([&] { map.SetAt("k", large); }) && RunsOut([&] { map.SetAt("n", large); });
+                            RunsOut([&] { text.GetBuffer(100 << 20); }) &&
+                            RunsOut([&] { const CString copy(large); }) && RunsOut([&] { map.SetAt("k", large); }) &&
+                            RunsOut([&] { map.SetAt("n", large); });
         std::_Exit(allRan && text == "abc" && map.GetCount() == 1 && map["k"] == "old" ? 0 : 1);
     };
     EXPECT_EXIT(child(), testing::ExitedWithCode(0), "");

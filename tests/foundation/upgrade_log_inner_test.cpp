@@ -58,8 +58,8 @@ TEST_F(UpgradeLogTest, LongValueOfTheVariableIsUsedWhole) {
 TEST_F(UpgradeLogTest, LineIsLostWhileAnotherHoldsTheFileOpen) {
     WriteBytes(kFile, "");
     {
-        const FileHandle other(CreateFileA(kFile, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                           FILE_ATTRIBUTE_NORMAL, nullptr));
+        const FileHandle other(CreateFileA(kFile, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
         ASSERT_TRUE(other);
         WriteUpgradeLog("lost");
     }

@@ -41,13 +41,15 @@ int ExitCode(int status) {
 #endif
 }
 
-constexpr const char* kServiceNames[] = {"OVSJobEngine", "OVSTapeEngine", "OVSDBEngine", "OVSMsgEngine",
-                                         "Halvenor Alert Notification Server", "OVSDiscoverySvc"};
+constexpr const char* kServiceNames[] = {
+    "OVSJobEngine",   "OVSTapeEngine", "OVSDBEngine", "OVSMsgEngine", "Halvenor Alert Notification Server",
+    "OVSDiscoverySvc"};
 
 }  // namespace
 
 bool RunResult::SaysInOneLine(const std::string& text) const {
-    return errors.starts_with("kvsetup: ") && errors.find('\n') == errors.size() - 1 && errors.find(text) != errors.npos;
+    return errors.starts_with("kvsetup: ") && errors.find('\n') == errors.size() - 1 &&
+           errors.find(text) != errors.npos;
 }
 
 void KvsetupRun::SetUp() {

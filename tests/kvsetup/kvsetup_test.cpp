@@ -100,7 +100,7 @@ TEST_F(KvsetupRun, StatusShowsEveryGenerationAsText) {
     EXPECT_THAT(Run("status").output, HasSubstr("No product"));
     TestBytes record(49);
     record[8] = 5;
-    record[9] = 6;   // 6.5
+    record[9] = 6;  // 6.5
     record[10] = 100;
     record[12] = 0xFE;  // subtype -2
     SetRaw(HKEY_LOCAL_MACHINE, kProducts, "Mine", REG_BINARY, record);

@@ -1,5 +1,5 @@
-// What an installation and its removal leave of a machine, compared as a whole: registry, services, accounts, shares, rights
-// and files.
+// What an installation and its removal leave of a machine, compared as a whole: registry, services, accounts, shares,
+// rights and files.
 #include <cstring>
 #include <thread>
 
@@ -41,8 +41,8 @@ class WholeMachine : public KvsetupRun {
     }
 };
 
-// What a removal leaves on purpose: the log, "RNNAME" of the environment, the ".asx" key without its value, the rights that the
-// backup operators were given, and the number of the account that is never given out again.
+// What a removal leaves on purpose: the log, "RNNAME" of the environment, the ".asx" key without its value, the rights
+// that the backup operators were given, and the number of the account that is never given out again.
 bool IsNeverRemoved(const std::string& line) {
     static const char* const kept[] = {"C:\\KVSETUP.LOG", "\"RNNAME\"", "SOFTWARE\\Classes\\.asx]",
                                        "META\\Accounts\\Rights\\S-1-5-32-551]", "META\\Accounts] \"NextRid\""};
@@ -79,9 +79,12 @@ void PrepareFresh() {}
 void PrepareOtherProduct() {
     SetTextValue(HKEY_LOCAL_MACHINE, "SOFTWARE\\Orvanex\\Another Product\\Base", "Kept", "other");
     SetTextValue(HKEY_CURRENT_USER, "SOFTWARE\\Orvanex\\Another Product", "Kept", "other");
-    SetTextValue(HKEY_LOCAL_MACHINE, "SOFTWARE\\Orvanex\\OV-InstalledITProducts\\Another Product", "DisplayName", "Another");
-    SetTextValue(HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment", "OTHERPATH", "C:\\O");
-    SetTextValue(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Another", "DisplayName", "Another");
+    SetTextValue(HKEY_LOCAL_MACHINE, "SOFTWARE\\Orvanex\\OV-InstalledITProducts\\Another Product", "DisplayName",
+                 "Another");
+    SetTextValue(HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment", "OTHERPATH",
+                 "C:\\O");
+    SetTextValue(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Another", "DisplayName",
+                 "Another");
 }
 
 void PrepareOtherAgent() {
@@ -104,7 +107,8 @@ void PrepareGenerations() {
         SetTextValue(HKEY_LOCAL_MACHINE, base.c_str(), "HOME", "C:\\OLD");
         SetTextValue(HKEY_LOCAL_MACHINE, (std::string(root) + "\\Products").c_str(), "Note", "no record");
     }
-    SetTextValue(HKEY_LOCAL_MACHINE, "SOFTWARE\\Halvenor\\Korvault\\CurrentVersion\\SNMP", "Pathname", "C:\\OLD\\tasnmp.dll");
+    SetTextValue(HKEY_LOCAL_MACHINE, "SOFTWARE\\Halvenor\\Korvault\\CurrentVersion\\SNMP", "Pathname",
+                 "C:\\OLD\\tasnmp.dll");
 }
 
 class RemovalOn : public WholeMachine, public testing::WithParamInterface<World> {};

@@ -80,7 +80,8 @@ TEST_F(ComputerFilesTest, DeletesATreeWithReadOnlyFilesAndNothingElse) {
     EXPECT_NE(CComputer::DeleteTree("C:\\TEST\\tree"), 0) << "nothing to delete is no failure";
     EXPECT_EQ(CComputer::DeleteTree(""), 0) << "the drive is not meant";
     EXPECT_EQ(CComputer::DeleteTree(nullptr), 0);
-    const FileHandle used(CreateFileA(In("used\\used.txt").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const FileHandle used(
+        CreateFileA(In("used\\used.txt").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(used);
     EXPECT_NE(CComputer::DeleteTree("C:\\TEST\\used"), 0) << "a file in use does not change the result";
     ExpectFiles({"tree2\\z.txt", "used\\used.txt"}, {"tree", "used\\other.txt"});
@@ -89,7 +90,8 @@ TEST_F(ComputerFilesTest, DeletesATreeWithReadOnlyFilesAndNothingElse) {
 TEST_F(ComputerFilesTest, ChangesAttributesInMatchingDirectoriesOnly) {
     Write({"a.dll", "a.txt", "sub\\b.dll", "sub.dll\\c.dll"});
     EXPECT_EQ(CComputer::ChangeFilesAttribute("C:\\TEST", "*.dll", FILE_ATTRIBUTE_HIDDEN), 1);
-    for (const char* path : {"a.dll", "sub.dll\\c.dll"}) EXPECT_EQ(AttributesOf(path), DWORD(FILE_ATTRIBUTE_HIDDEN)) << path;
+    for (const char* path : {"a.dll", "sub.dll\\c.dll"})
+        EXPECT_EQ(AttributesOf(path), DWORD(FILE_ATTRIBUTE_HIDDEN)) << path;
     for (const char* path : {"a.txt", "sub\\b.dll", "sub.dll"}) EXPECT_EQ(AttributesOf(path), 0u) << path;
 }
 

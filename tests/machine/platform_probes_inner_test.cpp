@@ -43,14 +43,16 @@ TEST_F(ProbesTest, MachineIsRemoteWhenItIsNamedAndNotTheLocalOne) {
     EXPECT_EQ(Trace(), "");
     EXPECT_EQ(Is_Remote_Machine(lower), 0);
     EXPECT_EQ(Is_Remote_Machine("OTHER"), 1);
-    EXPECT_EQ(Trace(), "The machine(" + std::string(lower) + ") is on the local ...\r\nThe machine(OTHER) is on the remote ...\r\n");
+    EXPECT_EQ(Trace(), "The machine(" + std::string(lower) +
+                           ") is on the local ...\r\nThe machine(OTHER) is on the remote ...\r\n");
 }
 
 TEST_F(ProbesTest, LocalMachineIs64BitWhenItHasASecondProgramFilesDirectory) {
     EXPECT_EQ(Is_Local_64Bit_System(nullptr), 1);
     EXPECT_EQ(Is_Local_64Bit_System("OTHER"), 0);
-    EXPECT_EQ(Trace(), "Is_Local_64Bit_System() -  is local 64bit machine. Return TRUE.\r\n"
-                       "Is_Local_64Bit_System() - OTHER is not local. Return false.\r\n");
+    EXPECT_EQ(Trace(),
+              "Is_Local_64Bit_System() -  is local 64bit machine. Return TRUE.\r\n"
+              "Is_Local_64Bit_System() - OTHER is not local. Return false.\r\n");
     EXPECT_EQ(IsRemote_64Bit_System(ComputerName().c_str()), 0);
     EXPECT_EQ(IsRemote_64Bit_System("OTHER"), 0);
     const std::string before = GetText(HKEY_LOCAL_MACHINE, kVersionKey, "ProgramFilesDir (x86)");
@@ -59,7 +61,8 @@ TEST_F(ProbesTest, LocalMachineIs64BitWhenItHasASecondProgramFilesDirectory) {
     RegDeleteValueA(key.Get(), "ProgramFilesDir (x86)");
     const std::string name = ComputerName();
     EXPECT_EQ(Is_Local_64Bit_System(name.c_str()), 0);
-    EXPECT_EQ(Trace(), "Is_Local_64Bit_System() - " + name + " is local machine but not 64bit machine. Return FALSE.\r\n");
+    EXPECT_EQ(Trace(),
+              "Is_Local_64Bit_System() - " + name + " is local machine but not 64bit machine. Return FALSE.\r\n");
     SetText(HKEY_LOCAL_MACHINE, kVersionKey, "ProgramFilesDir (x86)", before);
 }
 
@@ -118,8 +121,10 @@ void UseWindows2000() { control::SetWindowsVersion({5, 0, 2195, 2, ""}); }
 TEST_F(ProbesTest, OlderWindowsNeedsItsInstallersFileVersion) {
     UseWindows2000();
     for (const auto& [image, enough] : {std::pair<ModuleImage, int>{{.fileVersion = {2, 0, 2600, 1}}, 0},
-                                        {{.fileVersion = {2, 0, 2600, 2}}, 1}, {{.fileVersion = {2, 0, 2601, 0}}, 1},
-                                        {{.fileVersion = {2, 1, 0, 0}}, 1}, {{.fileVersion = {1, 9, 9999, 9}}, 0},
+                                        {{.fileVersion = {2, 0, 2600, 2}}, 1},
+                                        {{.fileVersion = {2, 0, 2601, 0}}, 1},
+                                        {{.fileVersion = {2, 1, 0, 0}}, 1},
+                                        {{.fileVersion = {1, 9, 9999, 9}}, 0},
                                         {{.fileVersion = {3, 0, 0, 0}}, 1}}) {
         WriteBytes(kInstaller, BuildModule(image));
         EXPECT_EQ(IsMsiVersionOK(nullptr), enough) << image.fileVersion[0] << "." << image.fileVersion[1];

@@ -107,8 +107,11 @@ TEST_F(ScramblingTest, PasswordsGoThereAndBackOrLeaveTheOutput) {
 }
 
 TEST_F(ScramblingTest, StrongerScramblingIsTheNumberThree) {
-    for (const auto& [text, strong] : {std::pair{"[INSTALL]\r\nEM=3\r\n", 1}, {"[install]\r\nem=3x\r\n", 1},
-                                       {"[INSTALL]\r\nEM=2\r\n", 0}, {"[OTHER]\r\nEM=3\r\n", 0}, {"", 0}}) {
+    for (const auto& [text, strong] : {std::pair{"[INSTALL]\r\nEM=3\r\n", 1},
+                                       {"[install]\r\nem=3x\r\n", 1},
+                                       {"[INSTALL]\r\nEM=2\r\n", 0},
+                                       {"[OTHER]\r\nEM=3\r\n", 0},
+                                       {"", 0}}) {
         WriteBytes("C:\\TEST\\setup.icf", text);
         EXPECT_EQ(KSET_Is3DESEncrypt("C:\\TEST\\setup.icf"), strong) << text;
     }

@@ -145,8 +145,14 @@ TEST_F(AccountsTest, StatusesBecomeWindowsErrors) {
     const struct {
         DWORD status;
         DWORD error;
-    } cases[] = {{0, 0},           {0xC0000022, 5},    {0xC0000034, 2},   {0x105, 234},
-                 {0x8000001A, 259}, {0xC0020017, 1722}, {0xC0000060, 1313}, {0xC0000008, 6}};
+    } cases[] = {{0, 0},
+                 {0xC0000022, 5},
+                 {0xC0000034, 2},
+                 {0x105, 234},
+                 {0x8000001A, 259},
+                 {0xC0020017, 1722},
+                 {0xC0000060, 1313},
+                 {0xC0000008, 6}};
     for (const auto& one : cases)
         EXPECT_EQ(LsaNtStatusToWinError(NTSTATUS(one.status)), one.error) << std::hex << one.status;
 }

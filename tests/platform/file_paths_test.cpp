@@ -6,8 +6,7 @@
 
 namespace {
 
-// --- Finding
-// ----------------------------------------------------------------------------------------------------------------
+// --- Finding ---
 
 struct PatternCase {
     const char* name;
@@ -62,8 +61,7 @@ TEST_F(Files, FindTellsSizeAndAttributes) {
     EXPECT_EQ(ErrorOf([&] { return FindNextFileA(FileHandle().Get(), &data); }), DWORD(ERROR_INVALID_HANDLE));
 }
 
-// --- Paths and drives
-// -------------------------------------------------------------------------------------------------------
+// --- Paths and drives ---
 
 struct PathCase {
     const char* name;

@@ -6,8 +6,7 @@
 
 namespace {
 
-// --- Opening
-// ----------------------------------------------------------------------------------------------------------------
+// --- Opening ---
 
 struct OpenCase {
     const char* name;
@@ -145,8 +144,7 @@ TEST_F(Files, AppendingHandleWritesAtTheEnd) {
     EXPECT_EQ(ReadBytes(In("f")), "abcd");
 }
 
-// --- Sharing and locks
-// ------------------------------------------------------------------------------------------------------
+// --- Sharing and locks ---
 
 struct ShareCase {
     const char* name;
@@ -223,8 +221,7 @@ TEST_F(Files, OnlyAWholeLockIsUnlocked) {
     EXPECT_EQ(ErrorOf([&] { return UnlockFile(other.Get(), 2, 0, 2, 0); }), DWORD(ERROR_NOT_LOCKED));
 }
 
-// --- Attributes, times, moving, copying
-// -------------------------------------------------------------------------------------
+// --- Attributes, times, moving, copying ---
 
 TEST_F(Files, AttributesAreKeptWithTheFile) {
     WriteBytes(In("f"), "x");
@@ -316,8 +313,7 @@ TEST_F(Files, CopyTakesContentAndAttributes) {
     EXPECT_EQ(copy("f", "g", FALSE), DWORD(ERROR_ACCESS_DENIED)) << "the copy is read-only";
 }
 
-// --- Directories
-// ------------------------------------------------------------------------------------------------------------
+// --- Directories ---
 
 TEST_F(Files, DirectoryGoesOnlyWhenEmpty) {
     WriteBytes(In("d\\f"), "x");

@@ -40,8 +40,7 @@ Answer Ask(DWORD size, Reader reader) {
     return answer;
 }
 
-// --- Values
-// ---------------------------------------------------------------------------------------------------------------
+// --- Values ---
 
 struct ValueCase {
     const char* name;
@@ -145,8 +144,7 @@ TEST_F(Profile, LastErrorTellsWhetherTheValueWasThere) {
     EXPECT_EQ(errorFor("s", "k", kFile, 3), DWORD(ERROR_MORE_DATA));
 }
 
-// --- Lists
-// ----------------------------------------------------------------------------------------------------------------
+// --- Lists ---
 
 struct ListCase {
     const char* name;
@@ -217,8 +215,7 @@ TEST_F(Profile, SectionIsReadAsLinesWithoutComments) {
     EXPECT_EQ(section(nullptr).error, DWORD(ERROR_INVALID_PARAMETER));
 }
 
-// --- Numbers
-// --------------------------------------------------------------------------------------------------------------
+// --- Numbers ---
 
 struct NumberCase {
     const char* name;
@@ -264,8 +261,7 @@ TEST_F(Profile, MissingNumberIsTheDefault) {
     EXPECT_EQ(int(GetPrivateProfileIntA("s", "k", -5, kFile.c_str())), -5);
 }
 
-// --- Writing
-// --------------------------------------------------------------------------------------------------------------
+// --- Writing ---
 
 struct WriteCase {
     const char* name;

@@ -20,7 +20,8 @@ class Registry : public FreshMachine {
 
     static RegistryKey Create(HKEY root, const std::string& path, REGSAM rights = KEY_ALL_ACCESS) {
         RegistryKey key;
-        EXPECT_EQ(RegCreateKeyExA(root, path.c_str(), 0, nullptr, 0, rights, nullptr, key.Receive(), nullptr), 0) << path;
+        EXPECT_EQ(RegCreateKeyExA(root, path.c_str(), 0, nullptr, 0, rights, nullptr, key.Receive(), nullptr), 0)
+            << path;
         return key;
     }
     static RegistryKey Open(HKEY root, const std::string& path, REGSAM rights = KEY_READ) {
@@ -36,7 +37,8 @@ class Registry : public FreshMachine {
         std::vector<std::string> names;
         char name[256] = "";
         for (DWORD index = 0, size = sizeof name;
-             RegEnumKeyExA(key, index, name, &size, nullptr, nullptr, nullptr, nullptr) == 0; size = sizeof name, ++index) {
+             RegEnumKeyExA(key, index, name, &size, nullptr, nullptr, nullptr, nullptr) == 0;
+             size = sizeof name, ++index) {
             names.emplace_back(name, size);
         }
         return names;
@@ -45,7 +47,8 @@ class Registry : public FreshMachine {
         std::vector<std::string> names;
         char name[256] = "";
         for (DWORD index = 0, size = sizeof name;
-             RegEnumValueA(key, index, name, &size, nullptr, nullptr, nullptr, nullptr) == 0; size = sizeof name, ++index) {
+             RegEnumValueA(key, index, name, &size, nullptr, nullptr, nullptr, nullptr) == 0;
+             size = sizeof name, ++index) {
             names.emplace_back(name, size);
         }
         return names;
@@ -65,7 +68,8 @@ TEST_F(Registry, NamesKeepTheirCaseAndMatchInAnyCase) {
     EXPECT_EQ(OpenResult(m_key.Get(), "mIXEDcASE"), 0);
     DWORD disposition = 0;
     RegistryKey again;
-    EXPECT_EQ(RegCreateKeyExA(m_key.Get(), "MIXEDCASE", 0, nullptr, 0, KEY_READ, nullptr, again.Receive(), &disposition), 0);
+    EXPECT_EQ(
+        RegCreateKeyExA(m_key.Get(), "MIXEDCASE", 0, nullptr, 0, KEY_READ, nullptr, again.Receive(), &disposition), 0);
     EXPECT_EQ(disposition, DWORD(REG_OPENED_EXISTING_KEY));
     EXPECT_THAT(Subkeys(m_key.Get()), ElementsAre("MixedCase"));
     Set("Value", {1});
@@ -77,7 +81,8 @@ TEST_F(Registry, NamesKeepTheirCaseAndMatchInAnyCase) {
 TEST_F(Registry, CreateMakesTheWholePathAndSaysWhetherItDid) {
     DWORD disposition = 0;
     RegistryKey key;
-    EXPECT_EQ(RegCreateKeyExA(m_key.Get(), "A\\B\\C", 0, nullptr, 0, KEY_READ, nullptr, key.Receive(), &disposition), 0);
+    EXPECT_EQ(RegCreateKeyExA(m_key.Get(), "A\\B\\C", 0, nullptr, 0, KEY_READ, nullptr, key.Receive(), &disposition),
+              0);
     EXPECT_EQ(disposition, DWORD(REG_CREATED_NEW_KEY));
     EXPECT_EQ(OpenResult(m_key.Get(), "A\\B"), 0);
     EXPECT_EQ(OpenResult(m_key.Get(), "A\\B\\"), 0) << "a backslash at the end counts for nothing";
@@ -136,10 +141,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(StoredData{"Text", REG_SZ, {'a', 'b', 0}}, StoredData{"EmptyText", REG_SZ, {0}},
                     StoredData{"TextOfNothing", REG_SZ, {}}, StoredData{"TextWithZeroInside", REG_SZ, {'a', 0, 'b', 0}},
                     StoredData{"ExpandText", REG_EXPAND_SZ, {'%', 'T', '%', 0}},
-                    StoredData{"List", REG_MULTI_SZ, {'a', 0, 'b', 0, 0}}, StoredData{"Number", REG_DWORD, {1, 2, 3, 4}},
-                    StoredData{"ShortNumber", REG_DWORD, {1, 2}}, StoredData{"Binary", REG_BINARY, {0, 255, 0}},
-                    StoredData{"EmptyBinary", REG_BINARY, {}}, StoredData{"None", REG_NONE, {7}},
-                    StoredData{"LongNumber", REG_QWORD, {1, 2, 3, 4, 5, 6, 7, 8}},
+                    StoredData{"List", REG_MULTI_SZ, {'a', 0, 'b', 0, 0}},
+                    StoredData{"Number", REG_DWORD, {1, 2, 3, 4}}, StoredData{"ShortNumber", REG_DWORD, {1, 2}},
+                    StoredData{"Binary", REG_BINARY, {0, 255, 0}}, StoredData{"EmptyBinary", REG_BINARY, {}},
+                    StoredData{"None", REG_NONE, {7}}, StoredData{"LongNumber", REG_QWORD, {1, 2, 3, 4, 5, 6, 7, 8}},
                     StoredData{"TypeOfOurOwn", 4711, {'x'}}),
     [](const auto& test) { return test.param.what; });
 
@@ -203,8 +208,8 @@ TEST_F(Registry, LimitsOfNames) {
 TEST_F(Registry, KeyNameOf256CharactersIsRefused) {
     SKIP_UNDER_WINE("RegCreateKeyExA takes key names of more than 255 characters");
     RegistryKey key;
-    EXPECT_EQ(RegCreateKeyExA(m_key.Get(), std::string(256, 'k').c_str(), 0, nullptr, 0, KEY_READ, nullptr, key.Receive(),
-                              nullptr),
+    EXPECT_EQ(RegCreateKeyExA(m_key.Get(), std::string(256, 'k').c_str(), 0, nullptr, 0, KEY_READ, nullptr,
+                              key.Receive(), nullptr),
               ERROR_INVALID_PARAMETER);
 }
 
@@ -286,7 +291,8 @@ TEST_F(Registry, QueryInfoCountsAndMeasures) {
     EXPECT_EQ(RegQueryInfoKeyA(m_key.Get(), nullptr, nullptr, nullptr, &subkeys, &longestSubkey, nullptr, &values,
                                &longestName, &longestData, &security, nullptr),
               0);
-    EXPECT_THAT((std::vector<DWORD>{subkeys, longestSubkey, values, longestName, longestData}), ElementsAre(2, 6, 2, 4, 5));
+    EXPECT_THAT((std::vector<DWORD>{subkeys, longestSubkey, values, longestName, longestData}),
+                ElementsAre(2, 6, 2, 4, 5));
 }
 
 TEST_F(Registry, ViewOf32BitProgramsHasItsOwnSoftwareKey) {

@@ -1,4 +1,5 @@
-// Tokens, privileges, the access check and private objects. The tests run as a member of Administrators on both targets.
+// Tokens, privileges, the access check and private objects. The tests run as a member of Administrators on both
+// targets.
 #include <vector>
 
 #include "tests/support/fresh_machine.h"
@@ -64,8 +65,10 @@ TEST_F(SecurityTokens, TokenTellsUserGroupsAndPrivileges) {
     EXPECT_EQ(privileges.size(), 4 + 12 * held->PrivilegeCount);
     DWORD notify = 0xdeadbeef, backup = 0xdeadbeef;
     for (DWORD i = 0; i < held->PrivilegeCount; ++i) {
-        if (held->Privileges[i].Luid.LowPart == Privilege(SE_CHANGE_NOTIFY_NAME).LowPart) notify = held->Privileges[i].Attributes;
-        if (held->Privileges[i].Luid.LowPart == Privilege(SE_BACKUP_NAME).LowPart) backup = held->Privileges[i].Attributes;
+        if (held->Privileges[i].Luid.LowPart == Privilege(SE_CHANGE_NOTIFY_NAME).LowPart)
+            notify = held->Privileges[i].Attributes;
+        if (held->Privileges[i].Luid.LowPart == Privilege(SE_BACKUP_NAME).LowPart)
+            backup = held->Privileges[i].Attributes;
     }
     EXPECT_EQ(notify, DWORD(SE_PRIVILEGE_ENABLED | SE_PRIVILEGE_ENABLED_BY_DEFAULT));
     EXPECT_EQ(backup, 0u) << "administrators hold it, disabled";
@@ -138,7 +141,7 @@ TEST_F(SecurityTokens, ThreadHasATokenWhileItImpersonates) {
     EXPECT_FALSE(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, token.Receive()));
 }
 
-// --- AccessCheck ----------------------------------------------------------------------------------------------------------
+// --- AccessCheck ---
 
 struct CheckCase {
     const char* name;
@@ -167,7 +170,8 @@ TEST_P(SecurityCheck, DecidesByTheOrderOfTheList) {
     DWORD size = sizeof privileges, granted = 0xdeadbeef;
     BOOL status = 7;
     SetLastError(0xdeadbeef);
-    ASSERT_TRUE(AccessCheck(descriptor.Get(), token.Get(), row.desired, &g_fileMapping, privileges, &size, &granted, &status));
+    ASSERT_TRUE(
+        AccessCheck(descriptor.Get(), token.Get(), row.desired, &g_fileMapping, privileges, &size, &granted, &status));
     EXPECT_EQ(GetLastError(), row.granted == 0 ? DWORD(ERROR_ACCESS_DENIED) : 0xdeadbeef);
     EXPECT_EQ(status, row.granted != 0);
     EXPECT_EQ(granted, row.granted);
@@ -176,27 +180,30 @@ TEST_P(SecurityCheck, DecidesByTheOrderOfTheList) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, SecurityCheck,
-    testing::Values(
-        CheckCase{"AllowedGroup", "O:SYG:SYD:(A;;FA;;;BA)", 0x120089, 0x120089, nullptr},
-        CheckCase{"RightThatIsMissing", "O:SYG:SYD:(A;;0x1;;;BA)", 0x3, 0, nullptr},
-        CheckCase{"RightsOfSeveralEntries", "O:SYG:SYD:(A;;0x1;;;BA)(A;;0x2;;;WD)", 0x3, 0x3, nullptr},
-        CheckCase{"EmptyListGrantsNothing", "O:SYG:SYD:", 0x1, 0, nullptr},
-        CheckCase{"NoListGrantsAll", "O:SYG:SY", 0x1, 0x1, nullptr},
-        CheckCase{"NullListGrantsAll", "O:SYG:SYD:NO_ACCESS_CONTROL", MAXIMUM_ALLOWED, 0x1F01FF,
-                  "the text of a null list gives an empty one"},
-        CheckCase{"DenyBeforeAllow", "O:SYG:SYD:(D;;0x1;;;WD)(A;;FA;;;BA)", 0x1, 0, nullptr},
-        CheckCase{"AllowBeforeDeny", "O:SYG:SYD:(A;;FA;;;BA)(D;;0x1;;;WD)", 0x1, 0x1, nullptr},
-        CheckCase{"DenyOfAnotherRight", "O:SYG:SYD:(D;;0x2;;;WD)(A;;FA;;;BA)", 0x1, 0x1, nullptr},
-        CheckCase{"InheritOnlyDoesNotCount", "O:SYG:SYD:(A;IO;FA;;;BA)", 0x1, 0, nullptr},
-        CheckCase{"OwnerReadsAndWritesTheList", "O:BAG:SYD:", READ_CONTROL | WRITE_DAC, READ_CONTROL | WRITE_DAC, nullptr},
-        CheckCase{"OwnerHasNoMore", "O:BAG:SYD:", DELETE, 0, "owners may delete"},
-        CheckCase{"OwnerRightsReplaceThem", "O:BAG:SYD:(A;;0x1;;;OW)", READ_CONTROL, 0, "entries for owner rights are unknown"},
-        CheckCase{"Maximum", "O:SYG:SYD:(A;;FA;;;BA)", MAXIMUM_ALLOWED, 0x1F01FF, nullptr},
-        CheckCase{"MaximumWithoutDenied", "O:SYG:SYD:(D;;0x1;;;WD)(A;;FA;;;BA)", MAXIMUM_ALLOWED, 0x1F01FE, nullptr},
-        CheckCase{"MaximumOfNothing", "O:SYG:SYD:", MAXIMUM_ALLOWED, 0, nullptr},
-        CheckCase{"MaximumNeedsWhatIsNamed", "O:SYG:SYD:(A;;0x1;;;BA)", MAXIMUM_ALLOWED | 0x2, 0, "what is named is not needed"},
-        CheckCase{"AskingForNothing", "O:SYG:SYD:(A;;FA;;;BA)", 0, 0, nullptr},
-        CheckCase{"ForeignGroup", "O:SYG:SYD:(A;;FA;;;S-1-5-21-1-2-3-1000)", 0x1, 0, nullptr}),
+    testing::Values(CheckCase{"AllowedGroup", "O:SYG:SYD:(A;;FA;;;BA)", 0x120089, 0x120089, nullptr},
+                    CheckCase{"RightThatIsMissing", "O:SYG:SYD:(A;;0x1;;;BA)", 0x3, 0, nullptr},
+                    CheckCase{"RightsOfSeveralEntries", "O:SYG:SYD:(A;;0x1;;;BA)(A;;0x2;;;WD)", 0x3, 0x3, nullptr},
+                    CheckCase{"EmptyListGrantsNothing", "O:SYG:SYD:", 0x1, 0, nullptr},
+                    CheckCase{"NoListGrantsAll", "O:SYG:SY", 0x1, 0x1, nullptr},
+                    CheckCase{"NullListGrantsAll", "O:SYG:SYD:NO_ACCESS_CONTROL", MAXIMUM_ALLOWED, 0x1F01FF,
+                              "the text of a null list gives an empty one"},
+                    CheckCase{"DenyBeforeAllow", "O:SYG:SYD:(D;;0x1;;;WD)(A;;FA;;;BA)", 0x1, 0, nullptr},
+                    CheckCase{"AllowBeforeDeny", "O:SYG:SYD:(A;;FA;;;BA)(D;;0x1;;;WD)", 0x1, 0x1, nullptr},
+                    CheckCase{"DenyOfAnotherRight", "O:SYG:SYD:(D;;0x2;;;WD)(A;;FA;;;BA)", 0x1, 0x1, nullptr},
+                    CheckCase{"InheritOnlyDoesNotCount", "O:SYG:SYD:(A;IO;FA;;;BA)", 0x1, 0, nullptr},
+                    CheckCase{"OwnerReadsAndWritesTheList", "O:BAG:SYD:", READ_CONTROL | WRITE_DAC,
+                              READ_CONTROL | WRITE_DAC, nullptr},
+                    CheckCase{"OwnerHasNoMore", "O:BAG:SYD:", DELETE, 0, "owners may delete"},
+                    CheckCase{"OwnerRightsReplaceThem", "O:BAG:SYD:(A;;0x1;;;OW)", READ_CONTROL, 0,
+                              "entries for owner rights are unknown"},
+                    CheckCase{"Maximum", "O:SYG:SYD:(A;;FA;;;BA)", MAXIMUM_ALLOWED, 0x1F01FF, nullptr},
+                    CheckCase{"MaximumWithoutDenied", "O:SYG:SYD:(D;;0x1;;;WD)(A;;FA;;;BA)", MAXIMUM_ALLOWED, 0x1F01FE,
+                              nullptr},
+                    CheckCase{"MaximumOfNothing", "O:SYG:SYD:", MAXIMUM_ALLOWED, 0, nullptr},
+                    CheckCase{"MaximumNeedsWhatIsNamed", "O:SYG:SYD:(A;;0x1;;;BA)", MAXIMUM_ALLOWED | 0x2, 0,
+                              "what is named is not needed"},
+                    CheckCase{"AskingForNothing", "O:SYG:SYD:(A;;FA;;;BA)", 0, 0, nullptr},
+                    CheckCase{"ForeignGroup", "O:SYG:SYD:(A;;FA;;;S-1-5-21-1-2-3-1000)", 0x1, 0, nullptr}),
     [](const auto& row) { return row.param.name; });
 
 TEST_F(SecurityTokens, AccessCheckRefusesWhatItCannotDecide) {
@@ -229,8 +236,8 @@ TEST_F(SecurityTokens, SystemSecurityNeedsItsPrivilege) {
     const KernelHandle with = ImpersonationToken();
     ASSERT_EQ(Enable(SE_SECURITY_NAME, false), DWORD(ERROR_SUCCESS));
     const KernelHandle without = ImpersonationToken();
-    ASSERT_TRUE(AccessCheck(descriptor.Get(), with.Get(), ACCESS_SYSTEM_SECURITY, &g_fileMapping, &privileges, &size, &granted,
-                            &status));
+    ASSERT_TRUE(AccessCheck(descriptor.Get(), with.Get(), ACCESS_SYSTEM_SECURITY, &g_fileMapping, &privileges, &size,
+                            &granted, &status));
     EXPECT_TRUE(status);
     EXPECT_EQ(granted, DWORD(ACCESS_SYSTEM_SECURITY));
     EXPECT_EQ(privileges.PrivilegeCount, 1u);
@@ -250,7 +257,7 @@ TEST_F(SecurityTokens, MapGenericMaskReplacesEveryGenericBit) {
     EXPECT_EQ(mask, 0x1200A9u);
 }
 
-// --- Private objects ------------------------------------------------------------------------------------------------------
+// --- Private objects ---
 
 struct PrivateCase {
     const char* name;
@@ -269,23 +276,24 @@ TEST_P(SecurityPrivateObject, ListComesFromCreatorElseParentElseToken) {
     const KernelHandle token = ProcessToken(TOKEN_QUERY);
     PrivateDescriptor object;
     ASSERT_TRUE(CreatePrivateObjectSecurity(row.parent != nullptr ? parent.Get() : nullptr,
-                                            row.creator != nullptr ? creator.Get() : nullptr, object.Receive(), row.isDirectory,
-                                            token.Get(), &g_fileMapping));
+                                            row.creator != nullptr ? creator.Get() : nullptr, object.Receive(),
+                                            row.isDirectory, token.Get(), &g_fileMapping));
     EXPECT_EQ(SddlOf(object.Get(), DACL_SECURITY_INFORMATION), row.list);
     EXPECT_EQ(SddlOf(object.Get(), OWNER_SECURITY_INFORMATION), "O:BA");
 }
 
 INSTANTIATE_TEST_SUITE_P(
     All, SecurityPrivateObject,
-    testing::Values(PrivateCase{"CreatorsIsMapped", nullptr, "D:(A;;GA;;;BA)(D;;GR;;;WD)", false, "D:(A;;FA;;;BA)(D;;FR;;;WD)"},
-                    PrivateCase{"CreatorsHidesParents", "O:SYG:SYD:(A;OI;FA;;;SY)", "D:(A;;FR;;;WD)", false, "D:(A;;FR;;;WD)"},
-                    PrivateCase{"FileInheritsObjectEntries", "O:SYG:SYD:(A;OICI;GA;;;BA)(A;CI;FR;;;WD)(A;OI;FX;;;AU)", nullptr,
-                                false, "D:(A;;FA;;;BA)(A;;FX;;;AU)"},
-                    PrivateCase{"DirectoryInheritsAll", "O:SYG:SYD:(A;OICI;GA;;;SY)(A;CINP;FR;;;WD)(A;OI;FX;;;AU)", nullptr, true,
-                                "D:(A;;FA;;;SY)(A;OICIIO;GA;;;SY)(A;;FR;;;WD)(A;OIIO;FX;;;AU)"},
-                    PrivateCase{"CreatorOwnerBecomesTheOwner", "O:SYG:SYD:(A;OICIIO;FA;;;CO)", nullptr, true,
-                                "D:(A;;FA;;;BA)(A;OICIIO;FA;;;CO)"},
-                    PrivateCase{"NothingGivesTheTokensList", nullptr, nullptr, false, "D:(A;;FA;;;BA)(A;;FA;;;SY)"}),
+    testing::Values(
+        PrivateCase{"CreatorsIsMapped", nullptr, "D:(A;;GA;;;BA)(D;;GR;;;WD)", false, "D:(A;;FA;;;BA)(D;;FR;;;WD)"},
+        PrivateCase{"CreatorsHidesParents", "O:SYG:SYD:(A;OI;FA;;;SY)", "D:(A;;FR;;;WD)", false, "D:(A;;FR;;;WD)"},
+        PrivateCase{"FileInheritsObjectEntries", "O:SYG:SYD:(A;OICI;GA;;;BA)(A;CI;FR;;;WD)(A;OI;FX;;;AU)", nullptr,
+                    false, "D:(A;;FA;;;BA)(A;;FX;;;AU)"},
+        PrivateCase{"DirectoryInheritsAll", "O:SYG:SYD:(A;OICI;GA;;;SY)(A;CINP;FR;;;WD)(A;OI;FX;;;AU)", nullptr, true,
+                    "D:(A;;FA;;;SY)(A;OICIIO;GA;;;SY)(A;;FR;;;WD)(A;OIIO;FX;;;AU)"},
+        PrivateCase{"CreatorOwnerBecomesTheOwner", "O:SYG:SYD:(A;OICIIO;FA;;;CO)", nullptr, true,
+                    "D:(A;;FA;;;BA)(A;OICIIO;FA;;;CO)"},
+        PrivateCase{"NothingGivesTheTokensList", nullptr, nullptr, false, "D:(A;;FA;;;BA)(A;;FA;;;SY)"}),
     [](const auto& row) { return row.param.name; });
 
 TEST_F(SecurityTokens, PrivateObjectIsSetAndReadInParts) {
@@ -293,7 +301,8 @@ TEST_F(SecurityTokens, PrivateObjectIsSetAndReadInParts) {
     const Sddl creator("D:(A;;FR;;;WD)"), change("O:SYG:SYD:P(A;;GA;;;BO)");
     const KernelHandle token = ProcessToken(TOKEN_QUERY);
     PrivateDescriptor object;
-    ASSERT_TRUE(CreatePrivateObjectSecurity(nullptr, creator.Get(), object.Receive(), FALSE, token.Get(), &g_fileMapping));
+    ASSERT_TRUE(
+        CreatePrivateObjectSecurity(nullptr, creator.Get(), object.Receive(), FALSE, token.Get(), &g_fileMapping));
     PSECURITY_DESCRIPTOR raw = object.Release();
     ASSERT_TRUE(SetPrivateObjectSecurity(DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION, change.Get(), &raw,
                                          &g_fileMapping, token.Get()));

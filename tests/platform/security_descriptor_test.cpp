@@ -20,8 +20,8 @@ class SecurityDescriptors : public FreshMachine {
 TEST_F(SecurityDescriptors, AbsoluteAndSelfRelativeFormsHoldTheSame) {
     const Sddl source(kFull);
     DWORD size = 0, daclSize = 0, saclSize = 0, ownerSize = 0, groupSize = 0;
-    EXPECT_FALSE(MakeAbsoluteSD(source.Get(), nullptr, &size, nullptr, &daclSize, nullptr, &saclSize, nullptr, &ownerSize,
-                                nullptr, &groupSize));
+    EXPECT_FALSE(MakeAbsoluteSD(source.Get(), nullptr, &size, nullptr, &daclSize, nullptr, &saclSize, nullptr,
+                                &ownerSize, nullptr, &groupSize));
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
     EXPECT_EQ(size, sizeof(SECURITY_DESCRIPTOR));
     EXPECT_EQ(std::vector<DWORD>({daclSize, saclSize, ownerSize, groupSize}), std::vector<DWORD>({52, 0, 16, 12}));
@@ -47,7 +47,8 @@ TEST_F(SecurityDescriptors, RevisionAndFormAreChecked) {
     EXPECT_FALSE(InitializeSecurityDescriptor(&m_empty, 2));
     EXPECT_EQ(GetLastError(), DWORD(ERROR_UNKNOWN_REVISION));
     const Sddl source(kFull);
-    EXPECT_FALSE(SetSecurityDescriptorDacl(source.Get(), TRUE, nullptr, FALSE));  // self-relative: no place for a pointer
+    EXPECT_FALSE(
+        SetSecurityDescriptorDacl(source.Get(), TRUE, nullptr, FALSE));  // self-relative: no place for a pointer
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_SECURITY_DESCR));
     m_empty.Revision = 2;
     EXPECT_FALSE(SetSecurityDescriptorDacl(&m_empty, TRUE, nullptr, FALSE));
@@ -114,11 +115,12 @@ TEST_F(SecurityDescriptors, TextIsReadAndWrittenAsWindowsDoes) {
 }
 
 TEST_F(SecurityDescriptors, TextThatIsNoneIsRefused) {
-    for (const char* const text : {"Q:", "D:(Z;;FA;;;WD)", "D:(A;;FA;;;QQ)", "O:QQ", "D:(A;;ZZ;;;WD)", "D:(A;ZZ;FA;;;WD)",
-                                   "D:(A;;FA;;;WD", "D:(A;;FA)"}) {
+    for (const char* const text : {"Q:", "D:(Z;;FA;;;WD)", "D:(A;;FA;;;QQ)", "O:QQ", "D:(A;;ZZ;;;WD)",
+                                   "D:(A;ZZ;FA;;;WD)", "D:(A;;FA;;;WD", "D:(A;;FA)"}) {
         PSECURITY_DESCRIPTOR made = nullptr;
         SetLastError(0);
-        EXPECT_FALSE(ConvertStringSecurityDescriptorToSecurityDescriptorA(text, SDDL_REVISION_1, &made, nullptr)) << text;
+        EXPECT_FALSE(ConvertStringSecurityDescriptorToSecurityDescriptorA(text, SDDL_REVISION_1, &made, nullptr))
+            << text;
         EXPECT_NE(GetLastError(), 0u) << text;
     }
 }

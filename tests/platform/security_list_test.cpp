@@ -31,10 +31,10 @@ class SecurityList : public FreshMachine {
 };
 
 // Whether the call failed and left this last error.
-#define EXPECT_FAILS_WITH(error, call)       \
-    do {                                     \
-        SetLastError(0xdeadbeef);            \
-        EXPECT_FALSE(call);                  \
+#define EXPECT_FAILS_WITH(error, call)           \
+    do {                                         \
+        SetLastError(0xdeadbeef);                \
+        EXPECT_FALSE(call);                      \
         EXPECT_EQ(GetLastError(), DWORD(error)); \
     } while (false)
 
@@ -42,7 +42,8 @@ TEST_F(SecurityList, AllocatedSidHasWindowsBytesAndGoesBackThroughFreeSid) {
     SID_IDENTIFIER_AUTHORITY nt = SECURITY_NT_AUTHORITY;
     AllocatedSid sid;
     PSID made = nullptr;
-    ASSERT_TRUE(AllocateAndInitializeSid(&nt, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 9, 9, 9, 9, 9, 9, &made));
+    ASSERT_TRUE(AllocateAndInitializeSid(&nt, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 9, 9, 9, 9, 9, 9,
+                                         &made));
     sid.Reset(made);
     const BYTE expected[] = {1, 2, 0, 0, 0, 0, 0, 5, 32, 0, 0, 0, 0x20, 2, 0, 0};
     ASSERT_EQ(GetLengthSid(made), sizeof expected);
@@ -98,8 +99,10 @@ TEST_F(SecurityList, InitializeAclChecksSizeAndRevision) {
 
 TEST_F(SecurityList, AddedEntryHasWindowsBytes) {
     const PACL list = NewList(64);
-    ASSERT_TRUE(AddAccessDeniedAceEx(list, ACL_REVISION, CONTAINER_INHERIT_ACE | INHERITED_ACE, 0x12345678, m_everyone.Get()));
-    const BYTE expected[] = {2, 0, 64, 0, 1, 0, 0, 0, 1, 0x12, 20, 0, 0x78, 0x56, 0x34, 0x12, 1, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0};
+    ASSERT_TRUE(
+        AddAccessDeniedAceEx(list, ACL_REVISION, CONTAINER_INHERIT_ACE | INHERITED_ACE, 0x12345678, m_everyone.Get()));
+    const BYTE expected[] = {2,    0,    64, 0, 1, 0, 0, 0, 1, 0x12, 20, 0, 0x78, 0x56,
+                             0x34, 0x12, 1,  1, 0, 0, 0, 0, 0, 1,    0,  0, 0,    0};
     EXPECT_EQ(std::memcmp(list, expected, sizeof expected), 0);
     ACL_SIZE_INFORMATION size;
     ASSERT_TRUE(GetAclInformation(list, &size, sizeof size, AclSizeInformation));
@@ -145,12 +148,13 @@ TEST_F(SecurityList, AddAceGoesBeforeTheIndexAndSaysWhatDoesNotFit) {
     ASSERT_TRUE(GetAce(source.Dacl(), 0, &first));
     ASSERT_TRUE(AddAce(list, ACL_REVISION, 0, first, 24 + 20));
     EXPECT_EQ(SddlOf(list), "(A;;CC;;;BA)(A;;DC;;;SY)(A;;LC;;;WD)");
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, AddAce(list, ACL_REVISION, MAXDWORD, first, 30));  // ends within an entry
+    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER,
+                      AddAce(list, ACL_REVISION, MAXDWORD, first, 30));  // ends within an entry
     EXPECT_FAILS_WITH(ERROR_INSUFFICIENT_BUFFER, AddAce(list, ACL_REVISION, 0, first, 24));
     EXPECT_TRUE(CanariesAreAlive());
 }
 
-// --- SetEntriesInAclA -----------------------------------------------------------------------------------------------------
+// --- SetEntriesInAclA ---
 
 EXPLICIT_ACCESSA Explicit(PSID sid, ACCESS_MODE mode, DWORD mask, DWORD inheritance = NO_INHERITANCE) {
     EXPLICIT_ACCESSA entry = {};
@@ -186,19 +190,19 @@ TEST_P(SecurityMerge, NewEntriesTakeTheirPlace) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, SecurityMerge,
-    testing::Values(
-        MergeCase{"GrantGoesBeforeOldAllows", "D:(A;;DC;;;BA)(A;ID;LC;;;BU)", GRANT_ACCESS, "WD",
-                  "(A;;SW;;;WD)(A;;DC;;;BA)(A;ID;LC;;;BU)", nullptr},
-        MergeCase{"GrantStaysBehindDenies", "D:(D;;CC;;;BG)(A;;DC;;;BA)(A;ID;LC;;;BU)", GRANT_ACCESS, "WD",
-                  "(D;;CC;;;BG)(A;;SW;;;WD)(A;;DC;;;BA)(A;ID;LC;;;BU)", "SetEntriesInAclA puts grants before denies"},
-        MergeCase{"GrantJoinsOldRights", "D:(A;;DC;;;BA)(A;ID;LC;;;BA)", GRANT_ACCESS, "BA", "(A;;DCSW;;;BA)(A;ID;LC;;;BA)",
-                  "SetEntriesInAclA adds a second entry"},
-        MergeCase{"SetReplacesOldRights", "D:(A;;DC;;;BA)(A;ID;LC;;;BU)", SET_ACCESS, "BA", "(A;;SW;;;BA)(A;ID;LC;;;BU)",
-                  nullptr},
-        MergeCase{"DenyGoesFirst", "D:(D;;CC;;;BG)(A;;DC;;;BA)", DENY_ACCESS, "WD", "(D;;SW;;;WD)(D;;CC;;;BG)(A;;DC;;;BA)",
-                  nullptr},
-        MergeCase{"RevokeRemovesAllowsOnly", "D:(D;;CC;;;BA)(A;;DC;;;BA)(A;;LC;;;WD)", REVOKE_ACCESS, "BA",
-                  "(D;;CC;;;BA)(A;;LC;;;WD)", nullptr}),
+    testing::Values(MergeCase{"GrantGoesBeforeOldAllows", "D:(A;;DC;;;BA)(A;ID;LC;;;BU)", GRANT_ACCESS, "WD",
+                              "(A;;SW;;;WD)(A;;DC;;;BA)(A;ID;LC;;;BU)", nullptr},
+                    MergeCase{"GrantStaysBehindDenies", "D:(D;;CC;;;BG)(A;;DC;;;BA)(A;ID;LC;;;BU)", GRANT_ACCESS, "WD",
+                              "(D;;CC;;;BG)(A;;SW;;;WD)(A;;DC;;;BA)(A;ID;LC;;;BU)",
+                              "SetEntriesInAclA puts grants before denies"},
+                    MergeCase{"GrantJoinsOldRights", "D:(A;;DC;;;BA)(A;ID;LC;;;BA)", GRANT_ACCESS, "BA",
+                              "(A;;DCSW;;;BA)(A;ID;LC;;;BA)", "SetEntriesInAclA adds a second entry"},
+                    MergeCase{"SetReplacesOldRights", "D:(A;;DC;;;BA)(A;ID;LC;;;BU)", SET_ACCESS, "BA",
+                              "(A;;SW;;;BA)(A;ID;LC;;;BU)", nullptr},
+                    MergeCase{"DenyGoesFirst", "D:(D;;CC;;;BG)(A;;DC;;;BA)", DENY_ACCESS, "WD",
+                              "(D;;SW;;;WD)(D;;CC;;;BG)(A;;DC;;;BA)", nullptr},
+                    MergeCase{"RevokeRemovesAllowsOnly", "D:(D;;CC;;;BA)(A;;DC;;;BA)(A;;LC;;;WD)", REVOKE_ACCESS, "BA",
+                              "(D;;CC;;;BA)(A;;LC;;;WD)", nullptr}),
     [](const auto& row) { return row.param.name; });
 
 TEST_F(SecurityList, MergeOfNothingIsNoListAndBadTrusteesAreRefused) {
@@ -213,9 +217,10 @@ TEST_F(SecurityList, MergeOfNothingIsNoListAndBadTrusteesAreRefused) {
 
 TEST_F(SecurityList, GrantsWithoutAnOldListKeepTheirOrder) {
     const TestSid operators("BO");
-    EXPLICIT_ACCESSA entries[] = {Explicit(m_everyone.Get(), GRANT_ACCESS, KEY_READ, SUB_CONTAINERS_AND_OBJECTS_INHERIT),
-                                  Explicit(operators.Get(), GRANT_ACCESS, KEY_ALL_ACCESS, SUB_CONTAINERS_AND_OBJECTS_INHERIT),
-                                  Explicit(m_administrators.Get(), GRANT_ACCESS, KEY_ALL_ACCESS)};
+    EXPLICIT_ACCESSA entries[] = {
+        Explicit(m_everyone.Get(), GRANT_ACCESS, KEY_READ, SUB_CONTAINERS_AND_OBJECTS_INHERIT),
+        Explicit(operators.Get(), GRANT_ACCESS, KEY_ALL_ACCESS, SUB_CONTAINERS_AND_OBJECTS_INHERIT),
+        Explicit(m_administrators.Get(), GRANT_ACCESS, KEY_ALL_ACCESS)};
     PACL list = nullptr;
     ASSERT_EQ(SetEntriesInAclA(3, entries, nullptr, &list), DWORD(ERROR_SUCCESS));
     const LocalBuffer owner(list);

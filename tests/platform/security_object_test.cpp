@@ -10,7 +10,8 @@ constexpr char kKey[] = "SOFTWARE\\InstalibTest";
 
 RegistryKey OpenTestKey(const char* path = kKey) {
     RegistryKey key;
-    EXPECT_EQ(RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Receive(), nullptr), 0);
+    EXPECT_EQ(RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, key.Receive(), nullptr),
+              0);
     return key;
 }
 
@@ -46,7 +47,8 @@ TEST_F(SecurityObjects, ProtectedListOfAKeyReplacesTheOldOne) {
 TEST_F(SecurityObjects, KeysBelowInheritTheList) {
     SKIP_UNDER_WINE("SetSecurityInfo does not pass entries on to subkeys");
     const RegistryKey key = OpenTestKey();
-    const RegistryKey old = OpenTestKey("SOFTWARE\\InstalibTest\\Old"), own = OpenTestKey("SOFTWARE\\InstalibTest\\Own"),
+    const RegistryKey old = OpenTestKey("SOFTWARE\\InstalibTest\\Old"),
+                      own = OpenTestKey("SOFTWARE\\InstalibTest\\Own"),
                       closed = OpenTestKey("SOFTWARE\\InstalibTest\\Closed");
     ASSERT_EQ(SetList(own.Get(), "D:(A;;KR;;;AU)", DACL_SECURITY_INFORMATION), DWORD(ERROR_SUCCESS));
     ASSERT_EQ(SetList(closed.Get(), "D:(A;;KA;;;BA)", kProtected), DWORD(ERROR_SUCCESS));
@@ -78,8 +80,8 @@ TEST_F(SecurityObjects, HandlesNeedTheRightForWhatTheyReadAndWrite) {
     EXPECT_EQ(ListOf(nullptr), "<error 6>");
     PACL list = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
-    EXPECT_EQ(GetSecurityInfo(OpenTestKey().Get(), SE_REGISTRY_KEY, SACL_SECURITY_INFORMATION, nullptr, nullptr, nullptr, &list,
-                              &descriptor),
+    EXPECT_EQ(GetSecurityInfo(OpenTestKey().Get(), SE_REGISTRY_KEY, SACL_SECURITY_INFORMATION, nullptr, nullptr,
+                              nullptr, &list, &descriptor),
               DWORD(ERROR_ACCESS_DENIED));
 }
 
@@ -91,14 +93,14 @@ TEST_F(SecurityObjects, KeysAreFoundByName) {
               DWORD(ERROR_SUCCESS));
     PSECURITY_DESCRIPTOR descriptor = nullptr;
     PACL list = nullptr;
-    ASSERT_EQ(GetNamedSecurityInfoA(name.data(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list, nullptr,
-                                    &descriptor),
+    ASSERT_EQ(GetNamedSecurityInfoA(name.data(), SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list,
+                                    nullptr, &descriptor),
               DWORD(ERROR_SUCCESS));
     const LocalBuffer owner(descriptor);
     EXPECT_EQ(SddlOf(list), "(A;;KA;;;BA)");
 }
 
-// --- Files ----------------------------------------------------------------------------------------------------------------
+// --- Files ---
 
 std::string FileList(const std::string& path) {
     DWORD size = 0;
@@ -124,9 +126,7 @@ TEST_F(SecurityObjects, FileWithoutNameHasNoSecurity) {
     EXPECT_EQ(GetLastError(), DWORD(ERROR_FILE_NOT_FOUND));
 }
 
-TEST_F(SecurityObjects, FileSecurityIsSizedAndRead) {
-    EXPECT_THAT(FileList("C:\\TEST"), testing::StartsWith("D:"));
-}
+TEST_F(SecurityObjects, FileSecurityIsSizedAndRead) { EXPECT_THAT(FileList("C:\\TEST"), testing::StartsWith("D:")); }
 
 TEST_F(SecurityObjects, FileListIsKeptAsItWasSet) {
     SKIP_UNDER_WINE("file lists shrink to mode bits");

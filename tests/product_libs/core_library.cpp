@@ -23,13 +23,13 @@ EXPORTED DWORD WINAPI QSICreateQueue(void* reserved, const char* queue, DWORD ze
     return Answer("create", static_cast<const void*>(reserved), queue, zero, text);
 }
 EXPORTED DWORD WINAPI QSIGetQJobItemList(const char* queue, DWORD first, const void* items, DWORD size, DWORD* count,
-                                               const void* information) {
+                                         const void* information) {
     *count = 7;
     return Answer("list", queue, first, items, size, information);
 }
 EXPORTED DWORD WINAPI QSIMapJobStatus(DWORD status, DWORD result) { return Answer("map", status, result); }
 EXPORTED DWORD WINAPI KVAddQueueJob(const char* queue, const char* job, WORD type, const char* text, DWORD flags,
-                                          DWORD* number) {
+                                    DWORD* number) {
     *number = 7;
     return Answer("add", queue, job, DWORD(type), text, flags);
 }

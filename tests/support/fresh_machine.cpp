@@ -17,10 +17,7 @@ namespace {
 
 // What a test may have left on a machine that outlives it. Subkeys go with their key.
 [[maybe_unused]] constexpr const char* kFamilyKeys[] = {
-    "SOFTWARE\\Orvanex",
-    "SOFTWARE\\Halvenor",
-    "SOFTWARE\\Wow6432Node\\Orvanex",
-    "SOFTWARE\\Wow6432Node\\Halvenor",
+    "SOFTWARE\\Orvanex",      "SOFTWARE\\Halvenor", "SOFTWARE\\Wow6432Node\\Orvanex", "SOFTWARE\\Wow6432Node\\Halvenor",
     "SOFTWARE\\InstalibTest",
 };
 
@@ -188,8 +185,8 @@ bool DeleteBelow(HKEY parent, const char* name) {
         RegistryKey key;
         if (RegOpenKeyExA(parent, name, 0, KEY_ALL_ACCESS, key.Receive()) != 0) return false;
         char child[256] = "";
-        for (DWORD size = sizeof child; RegEnumKeyExA(key.Get(), 0, child, &size, nullptr, nullptr, nullptr, nullptr) == 0;
-             size = sizeof child) {
+        for (DWORD size = sizeof child;
+             RegEnumKeyExA(key.Get(), 0, child, &size, nullptr, nullptr, nullptr, nullptr) == 0; size = sizeof child) {
             if (!DeleteBelow(key.Get(), child)) return false;
         }
     }

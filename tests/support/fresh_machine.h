@@ -31,7 +31,8 @@ class FreshMachine : public testing::Test {
     static bool FileExists(const std::string& path);
     static void MakeFolder(const std::string& path);
 
-    // Copies a library of tests/product_libs, by its file name, to a path or into a folder (final backslash) of the machine.
+    // Copies a library of tests/product_libs, by its file name, to a path or into a folder (final backslash) of the
+    // machine.
     static void PlaceLibrary(const std::string& name, const std::string& target);
     // The folder of the running program as GetModuleFileNameA tells it, with a final backslash.
     static std::string ProgramFolder();

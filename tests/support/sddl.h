@@ -13,7 +13,8 @@
 // The parts of a descriptor that `information` names; "<error N>" when it has no text.
 inline std::string SddlOf(PSECURITY_DESCRIPTOR descriptor, SECURITY_INFORMATION information = 0xF) {
     LPSTR text = nullptr;
-    if (!ConvertSecurityDescriptorToStringSecurityDescriptorA(descriptor, SDDL_REVISION_1, information, &text, nullptr)) {
+    if (!ConvertSecurityDescriptorToStringSecurityDescriptorA(descriptor, SDDL_REVISION_1, information, &text,
+                                                              nullptr)) {
         return "<error " + std::to_string(GetLastError()) + ">";
     }
     const LocalBuffer owner(text);

@@ -1,4 +1,5 @@
-// The exported operation on access lists of files: the resulting list entry by entry, and what happens to a failing call.
+// The exported operation on access lists of files: the resulting list entry by entry, and what happens to a failing
+// call.
 #include "instalib/file_security.h"
 
 #include "platform/handles.h"
@@ -78,10 +79,12 @@ TEST_F(FileSecurity, AccountHasOneEntryBetweenExplicitAndInheritedOnes) {
         const char* before;
         const char* after;
     } cases[] = {
-        {"deny and allow entries become one", "D:(D;;FW;;;BA)(A;;FR;;;BA)(A;;FA;;;SY)", "D:(A;;FA;;;SY)(A;;0x1200a9;;;BA)"},
+        {"deny and allow entries become one", "D:(D;;FW;;;BA)(A;;FR;;;BA)(A;;FA;;;SY)",
+         "D:(A;;FA;;;SY)(A;;0x1200a9;;;BA)"},
         {"others keep their order, denials included", "D:(D;;FW;;;BG)(A;;FA;;;SY)(D;;FR;;;BU)",
          "D:(D;;FW;;;BG)(A;;FA;;;SY)(D;;FR;;;BU)(A;;0x1200a9;;;BA)"},
-        {"it comes before inherited ones", "D:AI(A;ID;FR;;;WD)(A;ID;FA;;;SY)", "D:AI(A;;0x1200a9;;;BA)(A;ID;FR;;;WD)(A;ID;FA;;;SY)"},
+        {"it comes before inherited ones", "D:AI(A;ID;FR;;;WD)(A;ID;FA;;;SY)",
+         "D:AI(A;;0x1200a9;;;BA)(A;ID;FR;;;WD)(A;ID;FA;;;SY)"},
         {"its inherited entries go too", "D:AI(A;;FA;;;SY)(A;ID;FA;;;BA)(D;ID;FW;;;BA)(A;ID;FR;;;WD)",
          "D:AI(A;;FA;;;SY)(A;;0x1200a9;;;BA)(A;ID;FR;;;WD)"},
         {"what follows the first inherited entry stays behind it", "D:AI(A;ID;FR;;;WD)(A;;FA;;;SY)(A;;FR;;;BA)",
@@ -145,7 +148,8 @@ TEST_F(FileSecurity, EveryFailingCallPrintsItsMessage) {
         {"SetSecurityDescriptorControl", "SetSecurityDescriptorControl() failed.Error 13\n"},
         {"SetFileSecurityA", "SetFileSecurity() failed. Error 13\n"},
     };
-    // The privilege is a matter of the caller's rights, a system may lack the control function, and closing cannot fail.
+    // The privilege is a matter of the caller's rights, a system may lack the control function, and closing cannot
+    // fail.
     for (const char* name : {"OpenProcessToken", "LookupPrivilegeValueA", "AdjustTokenPrivileges", "LoadLibraryA",
                              "GetProcAddress", "FreeLibrary", "CloseHandle", "HeapFree"}) {
         control::ExemptCall(name);

@@ -134,8 +134,7 @@ TEST_F(ServiceControl, TrailByteAtADirectorysEndIsNoBackslash) {
     ASSERT_TRUE(control::SetCodePage(932));
     const CService service("Double", "S.EXE", nullptr, 0x10, nullptr);
     ASSERT_NE(service.InstallService("C:\\\x95\\", 2, nullptr, nullptr), 0) << GetLastError();
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, std::string(kServices) + "Double", "ImagePath"),
-              "\"C:\\\x95\\\\S.EXE\"");
+    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, std::string(kServices) + "Double", "ImagePath"), "\"C:\\\x95\\\\S.EXE\"");
 }
 
 TEST_F(ServiceControl, StopWithoutWaitNeedsTheControlsAnswerToSayStopped) {

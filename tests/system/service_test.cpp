@@ -39,7 +39,8 @@ class Services : public FreshMachine {
         return group == "<none>" ? "" : group;
     }
     static int Install(DWORD type = kOwnProcess, const char* group = "G") {
-        return CService::InstallService(kName, "Shown", "\"C:\\TEST\\S.EXE\"", type, 3, group, nullptr, nullptr, nullptr);
+        return CService::InstallService(kName, "Shown", "\"C:\\TEST\\S.EXE\"", type, 3, group, nullptr, nullptr,
+                                        nullptr);
     }
     static int Change(const char* displayName, DWORD type, DWORD startType, const char* group) {
         return CService::ChangeService(kName, displayName, nullptr, type, startType, group, nullptr, nullptr, nullptr);
@@ -79,7 +80,8 @@ TEST_F(Services, StandardServiceIsInstalledFromItsDirectory) {
 
 TEST_F(Services, InstallingAnExistingServiceChangesNothing) {
     ASSERT_NE(Install(), 0) << GetLastError();
-    EXPECT_NE(CService::InstallService(kName, "Other", "C:\\OTHER.EXE", kOwnProcess, 2, "H", nullptr, nullptr, nullptr), 0);
+    EXPECT_NE(CService::InstallService(kName, "Other", "C:\\OTHER.EXE", kOwnProcess, 2, "H", nullptr, nullptr, nullptr),
+              0);
     EXPECT_EQ(Text(kName, "ImagePath"), "\"C:\\TEST\\S.EXE\"");
     EXPECT_EQ(Number(kName, "Start"), 3);
 }
@@ -166,7 +168,8 @@ TEST_F(Services, RemovedServiceIsGone) {
 // Under Wine the manager runs a small program of the tests; the embedded machine runs a service without one.
 TEST_F(Services, AServiceRunsFromItsInstallationToItsRemoval) {
     const CService service(kName, "test_service.exe", nullptr, kOwnProcess, nullptr);
-    ASSERT_NE(service.InstallService((ProgramFolder() + "product_libs").c_str(), 3, nullptr, nullptr), 0) << GetLastError();
+    ASSERT_NE(service.InstallService((ProgramFolder() + "product_libs").c_str(), 3, nullptr, nullptr), 0)
+        << GetLastError();
     EXPECT_NE(service.StartServiceA(1), 0) << GetLastError();
     EXPECT_NE(service.IsStarted(), 0);
     EXPECT_NE(service.StartServiceA(0), 0) << "running already";

@@ -37,8 +37,9 @@ class SystemAccount : public FreshMachine {
     static std::vector<std::string> Members(const WCHAR* server, const WCHAR* group) {
         NetBuffer buffer;
         DWORD count = 0, total = 0;
-        const NET_API_STATUS status = NetLocalGroupGetMembers(server, group, 3, reinterpret_cast<BYTE**>(buffer.Receive()),
-                                                              MAX_PREFERRED_LENGTH, &count, &total, nullptr);
+        const NET_API_STATUS status =
+            NetLocalGroupGetMembers(server, group, 3, reinterpret_cast<BYTE**>(buffer.Receive()), MAX_PREFERRED_LENGTH,
+                                    &count, &total, nullptr);
         if (status != 0) return {"<error " + std::to_string(status) + ">"};
         std::vector<std::string> names;
         const auto* const members = static_cast<const LOCALGROUP_MEMBERS_INFO_3*>(buffer.Get());
@@ -209,7 +210,7 @@ TEST_F(SystemAccount, TooLongTextsAreRefusedAndNothingIsCreated) {
                  {"TESTPC", "TESTPC", longer.c_str(), "Secret.1"},
                  {"TESTPC", "TESTPC", "Svc", longer.c_str()}};
     for (const auto& texts : cases) {
-        for (const auto run : {&CSystemAccount::Register, +[](const char* a, const char* b, const char* c, const char* d) {
+        for (const auto run : {&CSystemAccount::Register, +[](const char*a, const char*b, const char*c, const char*d) {
                                    return CSystemAccount::Create(nullptr, a, b, c, d);
                                }}) {
             SetLastError(0);

@@ -17,8 +17,7 @@ struct _PRIVILEGE_SET;  // security.h
 #define ERROR_SPECIAL_ACCOUNT 1371
 #define ERROR_NO_SUCH_DOMAIN 1355
 
-// --- Names and identifiers
-// --------------------------------------------------------------------------------------------------
+// --- Names and identifiers ---
 typedef enum _SID_NAME_USE {
     SidTypeUser = 1,
     SidTypeGroup,
@@ -29,7 +28,8 @@ typedef enum _SID_NAME_USE {
     SidTypeInvalid,
     SidTypeUnknown,
     SidTypeComputer
-} SID_NAME_USE, *PSID_NAME_USE;
+} SID_NAME_USE,
+    *PSID_NAME_USE;
 
 // `size` holds the buffer's characters with the terminator and receives the name's length without it;
 // ERROR_INSUFFICIENT_BUFFER (122) and the needed size with the terminator when it does not fit.
@@ -42,8 +42,7 @@ MACHINE_API BOOL LookupAccountNameA(LPCSTR system, LPCSTR account, PSID sid, LPD
 MACHINE_API BOOL LookupAccountSidA(LPCSTR system, PSID sid, LPSTR name, LPDWORD nameSize, LPSTR domain,
                                    LPDWORD domainSize, PSID_NAME_USE use);
 
-// --- Users
-// ------------------------------------------------------------------------------------------------------------------
+// --- Users ---
 #define USER_PRIV_GUEST 0
 #define USER_PRIV_USER 1
 #define USER_PRIV_ADMIN 2
@@ -110,8 +109,7 @@ MACHINE_API NET_API_STATUS NetUserDel(LPCWSTR server, LPCWSTR user);
 MACHINE_API NET_API_STATUS NetUserChangePassword(LPCWSTR domain, LPCWSTR user, LPCWSTR oldPassword,
                                                  LPCWSTR newPassword);
 
-// --- Local groups
-// -----------------------------------------------------------------------------------------------------------
+// --- Local groups ---
 typedef struct _LOCALGROUP_INFO_0 {
     LPWSTR lgrpi0_name;
 } LOCALGROUP_INFO_0, *PLOCALGROUP_INFO_0, *LPLOCALGROUP_INFO_0;
@@ -160,8 +158,7 @@ MACHINE_API NET_API_STATUS NetLocalGroupGetMembers(LPCWSTR server, LPCWSTR group
 // (2453).
 MACHINE_API NET_API_STATUS NetGetDCName(LPCWSTR server, LPCWSTR domain, LPBYTE* buffer);
 
-// --- Local security authority
-// -----------------------------------------------------------------------------------------------
+// --- Local security authority ---
 #define STATUS_SUCCESS ((NTSTATUS)0)
 #define STATUS_MORE_ENTRIES ((NTSTATUS)0x00000105)
 #define STATUS_NO_MORE_ENTRIES ((NTSTATUS)0x8000001A)
@@ -207,7 +204,8 @@ typedef enum _POLICY_INFORMATION_CLASS {
     PolicyPdAccountInformation,
     PolicyAccountDomainInformation,
     PolicyLsaServerRoleInformation
-} POLICY_INFORMATION_CLASS, *PPOLICY_INFORMATION_CLASS;
+} POLICY_INFORMATION_CLASS,
+    *PPOLICY_INFORMATION_CLASS;
 
 typedef struct _POLICY_PRIMARY_DOMAIN_INFO {
     LSA_UNICODE_STRING Name;

@@ -1,5 +1,5 @@
-// Types, constants and memory that every family of the embedded machine uses. Names, values and layouts are Windows' own
-// (winnt.h, winerror.h, minwindef.h of the Windows SDK).
+// Types, constants and memory that every family of the embedded machine uses. Names, values and layouts are Windows'
+// own (winnt.h, winerror.h, minwindef.h of the Windows SDK).
 #ifndef INSTALIB_EMBEDDED_API_BASE_H
 #define INSTALIB_EMBEDDED_API_BASE_H
 
@@ -70,14 +70,14 @@ typedef DWORD ACCESS_MASK;
 typedef void* PSECURITY_DESCRIPTOR;
 typedef DWORD SECURITY_INFORMATION;
 
-#define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR) - 1)
+#define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR)-1)
 
-#define LOBYTE(w) ((BYTE)((DWORD_PTR)(w) & 0xff))
+#define LOBYTE(w) ((BYTE)((DWORD_PTR)(w)&0xff))
 #define HIBYTE(w) ((BYTE)(((DWORD_PTR)(w) >> 8) & 0xff))
-#define LOWORD(l) ((WORD)((DWORD_PTR)(l) & 0xffff))
+#define LOWORD(l) ((WORD)((DWORD_PTR)(l)&0xffff))
 #define HIWORD(l) ((WORD)(((DWORD_PTR)(l) >> 16) & 0xffff))
-#define MAKEWORD(a, b) ((WORD)(((BYTE)((DWORD_PTR)(a) & 0xff)) | ((WORD)((BYTE)((DWORD_PTR)(b) & 0xff))) << 8))
-#define MAKELONG(a, b) ((LONG)(((WORD)((DWORD_PTR)(a) & 0xffff)) | ((DWORD)((WORD)((DWORD_PTR)(b) & 0xffff))) << 16))
+#define MAKEWORD(a, b) ((WORD)(((BYTE)((DWORD_PTR)(a)&0xff)) | ((WORD)((BYTE)((DWORD_PTR)(b)&0xff))) << 8))
+#define MAKELONG(a, b) ((LONG)(((WORD)((DWORD_PTR)(a)&0xffff)) | ((DWORD)((WORD)((DWORD_PTR)(b)&0xffff))) << 16))
 
 #ifndef GUID_DEFINED
 #define GUID_DEFINED
@@ -90,7 +90,7 @@ typedef struct _GUID {
 #endif
 
 typedef struct _FILETIME {
-    DWORD dwLowDateTime;   // 100-nanosecond steps since 1601-01-01 UTC
+    DWORD dwLowDateTime;  // 100-nanosecond steps since 1601-01-01 UTC
     DWORD dwHighDateTime;
 } FILETIME, *PFILETIME, *LPFILETIME;
 

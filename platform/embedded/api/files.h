@@ -91,8 +91,8 @@ typedef struct _WIN32_FIND_DATAA {
 } WIN32_FIND_DATAA, *PWIN32_FIND_DATAA, *LPWIN32_FIND_DATAA;
 static_assert(sizeof(WIN32_FIND_DATAA) == 320, "the record has Windows' size");
 
-MACHINE_API HANDLE CreateFileA(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
-                               DWORD flagsAndAttributes, HANDLE templateFile);
+MACHINE_API HANDLE CreateFileA(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                               DWORD disposition, DWORD flagsAndAttributes, HANDLE templateFile);
 // All input and output is synchronous; of an OVERLAPPED only the offset counts.
 MACHINE_API BOOL ReadFile(HANDLE file, LPVOID buffer, DWORD bytes, LPDWORD bytesRead, LPOVERLAPPED overlapped);
 MACHINE_API BOOL WriteFile(HANDLE file, LPCVOID buffer, DWORD bytes, LPDWORD bytesWritten, LPOVERLAPPED overlapped);
@@ -103,7 +103,8 @@ MACHINE_API BOOL FlushFileBuffers(HANDLE file);
 MACHINE_API BOOL LockFile(HANDLE file, DWORD offsetLow, DWORD offsetHigh, DWORD bytesLow, DWORD bytesHigh);
 MACHINE_API BOOL UnlockFile(HANDLE file, DWORD offsetLow, DWORD offsetHigh, DWORD bytesLow, DWORD bytesHigh);
 MACHINE_API BOOL GetFileTime(HANDLE file, LPFILETIME creation, LPFILETIME lastAccess, LPFILETIME lastWrite);
-MACHINE_API BOOL SetFileTime(HANDLE file, const FILETIME* creation, const FILETIME* lastAccess, const FILETIME* lastWrite);
+MACHINE_API BOOL SetFileTime(HANDLE file, const FILETIME* creation, const FILETIME* lastAccess,
+                             const FILETIME* lastWrite);
 
 MACHINE_API BOOL DeleteFileA(LPCSTR name);
 MACHINE_API BOOL MoveFileA(LPCSTR existing, LPCSTR renamed);
@@ -119,7 +120,8 @@ MACHINE_API HANDLE FindFirstFileA(LPCSTR pattern, LPWIN32_FIND_DATAA data);
 MACHINE_API BOOL FindNextFileA(HANDLE find, LPWIN32_FIND_DATAA data);
 MACHINE_API BOOL FindClose(HANDLE find);
 
-// These answer the length without the terminator, or the size needed with it when the buffer is too small; 0 on failure.
+// These answer the length without the terminator, or the size needed with it when the buffer is too small; 0 on
+// failure.
 MACHINE_API DWORD GetCurrentDirectoryA(DWORD size, LPSTR buffer);
 MACHINE_API DWORD GetFullPathNameA(LPCSTR name, DWORD size, LPSTR buffer, LPSTR* filePart);
 MACHINE_API DWORD GetTempPathA(DWORD size, LPSTR buffer);
@@ -132,8 +134,8 @@ MACHINE_API BOOL GetDiskFreeSpaceA(LPCSTR root, LPDWORD sectorsPerCluster, LPDWO
                                    LPDWORD totalClusters);
 MACHINE_API DWORD GetLogicalDrives(void);
 
-// Profile (INI) files. A name without a path means the Windows directory. Nothing is cached: each call reads the file, each
-// write changes it at once and leaves every other byte of it as it was.
+// Profile (INI) files. A name without a path means the Windows directory. Nothing is cached: each call reads the file,
+// each write changes it at once and leaves every other byte of it as it was.
 MACHINE_API DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback, LPSTR buffer, DWORD size,
                                            LPCSTR file);
 MACHINE_API UINT GetPrivateProfileIntA(LPCSTR section, LPCSTR key, INT fallback, LPCSTR file);

@@ -42,8 +42,7 @@ typedef LPCWSTR LMCSTR;
 MACHINE_API NET_API_STATUS NetApiBufferAllocate(DWORD bytes, LPVOID* buffer);
 MACHINE_API NET_API_STATUS NetApiBufferFree(LPVOID buffer);
 
-// --- Workstation and server
-// -------------------------------------------------------------------------------------------------
+// --- Workstation and server ---
 #define PLATFORM_ID_NT 500
 
 typedef struct _WKSTA_INFO_100 {
@@ -75,8 +74,7 @@ typedef struct _SERVER_INFO_101 {
 MACHINE_API NET_API_STATUS NetWkstaGetInfo(LMSTR server, DWORD level, LPBYTE* buffer);
 MACHINE_API NET_API_STATUS NetServerGetInfo(LMSTR server, DWORD level, LPBYTE* buffer);
 
-// --- Shares
-// -----------------------------------------------------------------------------------------------------------------
+// --- Shares ---
 #define STYPE_DISKTREE 0u
 #define STYPE_PRINTQ 1u
 #define STYPE_DEVICE 2u
@@ -143,8 +141,7 @@ MACHINE_API NET_API_STATUS NetShareDel(LMSTR server, LMSTR share, DWORD reserved
 MACHINE_API NET_API_STATUS NetShareEnum(LMSTR server, DWORD level, LPBYTE* buffer, DWORD preferredBytes, LPDWORD read,
                                         LPDWORD total, LPDWORD resume);
 
-// --- Connections
-// ------------------------------------------------------------------------------------------------------------
+// --- Connections ---
 #define RESOURCE_CONNECTED 1
 #define RESOURCE_GLOBALNET 2
 #define RESOURCETYPE_ANY 0

@@ -1,7 +1,8 @@
 // Registry keys, values, key security and other machines' registries, as winreg.h and winnt.h declare them.
 //
-// Every function answers a Windows error code, 0 for success, and leaves the last error alone. Names are 8-bit text in the
-// machine's code page; sizes of data are bytes, sizes of names are characters, without the terminator where they are answers.
+// Every function answers a Windows error code, 0 for success, and leaves the last error alone. Names are 8-bit text in
+// the machine's code page; sizes of data are bytes, sizes of names are characters, without the terminator where they
+// are answers.
 #ifndef INSTALIB_EMBEDDED_API_REGISTRY_H
 #define INSTALIB_EMBEDDED_API_REGISTRY_H
 
@@ -64,18 +65,21 @@ typedef ACCESS_MASK REGSAM;
 
 // Keys. A subkey's name is a path of names of up to 255 characters each; null or empty stands for the key itself.
 MACHINE_API LSTATUS RegOpenKeyExA(HKEY key, LPCSTR subkey, DWORD options, REGSAM desired, PHKEY result);
-MACHINE_API LSTATUS RegCreateKeyExA(HKEY key, LPCSTR subkey, DWORD reserved, LPSTR keyClass, DWORD options, REGSAM desired,
-                                    const LPSECURITY_ATTRIBUTES attributes, PHKEY result, LPDWORD disposition);
+MACHINE_API LSTATUS RegCreateKeyExA(HKEY key, LPCSTR subkey, DWORD reserved, LPSTR keyClass, DWORD options,
+                                    REGSAM desired, const LPSECURITY_ATTRIBUTES attributes, PHKEY result,
+                                    LPDWORD disposition);
 MACHINE_API LSTATUS RegCloseKey(HKEY key);
-// ERROR_ACCESS_DENIED when the key has subkeys. RegDeleteKeyExA takes the view (KEY_WOW64_64KEY, KEY_WOW64_32KEY) besides.
+// ERROR_ACCESS_DENIED when the key has subkeys. RegDeleteKeyExA takes the view (KEY_WOW64_64KEY, KEY_WOW64_32KEY)
+// besides.
 MACHINE_API LSTATUS RegDeleteKeyA(HKEY key, LPCSTR subkey);
 MACHINE_API LSTATUS RegDeleteKeyExA(HKEY key, LPCSTR subkey, REGSAM view, DWORD reserved);
 // Subkeys in sorted order. A name buffer that is too small gives ERROR_MORE_DATA.
 MACHINE_API LSTATUS RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD nameSize, LPDWORD reserved, LPSTR keyClass,
                                   LPDWORD classSize, PFILETIME lastWrite);
 MACHINE_API LSTATUS RegQueryInfoKeyA(HKEY key, LPSTR keyClass, LPDWORD classSize, LPDWORD reserved, LPDWORD subkeys,
-                                     LPDWORD longestSubkey, LPDWORD longestClass, LPDWORD values, LPDWORD longestValueName,
-                                     LPDWORD longestData, LPDWORD securityDescriptor, PFILETIME lastWrite);
+                                     LPDWORD longestSubkey, LPDWORD longestClass, LPDWORD values,
+                                     LPDWORD longestValueName, LPDWORD longestData, LPDWORD securityDescriptor,
+                                     PFILETIME lastWrite);
 MACHINE_API LSTATUS RegFlushKey(HKEY key);
 // "\\HOST" or "HOST"; null, empty and the local name give the local machine. Roots: HKEY_LOCAL_MACHINE and HKEY_USERS.
 // ERROR_BAD_NETPATH when the world has no such machine.
@@ -90,7 +94,8 @@ MACHINE_API LSTATUS RegEnumValueA(HKEY key, DWORD index, LPSTR name, LPDWORD nam
                                   LPBYTE data, LPDWORD size);
 
 // The key's security descriptor in self-relative form. ERROR_INSUFFICIENT_BUFFER stores the size that is needed.
-MACHINE_API LSTATUS RegGetKeySecurity(HKEY key, SECURITY_INFORMATION what, PSECURITY_DESCRIPTOR descriptor, LPDWORD size);
+MACHINE_API LSTATUS RegGetKeySecurity(HKEY key, SECURITY_INFORMATION what, PSECURITY_DESCRIPTOR descriptor,
+                                      LPDWORD size);
 MACHINE_API LSTATUS RegSetKeySecurity(HKEY key, SECURITY_INFORMATION what, PSECURITY_DESCRIPTOR descriptor);
 
 #endif

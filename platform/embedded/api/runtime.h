@@ -16,13 +16,14 @@
 // Mode 0 asks for existence, 2 for writing, 4 for reading, 6 for both. 0, or -1 with errno ENOENT, EACCES or EINVAL.
 MACHINE_API int _access(const char* path, int mode);
 
-// Parts that the caller does not want may be null. A drive keeps its colon, a directory its final separator, an extension
-// its dot; a part longer than its capacity is cut.
+// Parts that the caller does not want may be null. A drive keeps its colon, a directory its final separator, an
+// extension its dot; a part longer than its capacity is cut.
 MACHINE_API void _splitpath(const char* path, char* drive, char* directory, char* name, char* extension);
 // Adds the separators that are missing between the parts; null and empty parts are left out.
-MACHINE_API void _makepath(char* path, const char* drive, const char* directory, const char* name, const char* extension);
-// The absolute form of a path, existing or not; null with errno ERANGE when it does not fit. A null buffer is allocated with
-// malloc, an empty or null path means the current directory.
+MACHINE_API void _makepath(char* path, const char* drive, const char* directory, const char* name,
+                           const char* extension);
+// The absolute form of a path, existing or not; null with errno ERANGE when it does not fit. A null buffer is allocated
+// with malloc, an empty or null path means the current directory.
 MACHINE_API char* _fullpath(char* buffer, const char* path, std::size_t size);
 
 // 0, or -1 with errno ENOENT, EEXIST, ENOTEMPTY or EACCES.
