@@ -56,12 +56,27 @@ CSettings::CSettings(tagSETUP_INFO* info, int uninstall) {
 CSettings::CSettings(const CSettings& other) = default;
 CSettings& CSettings::operator=(const CSettings& other) = default;
 CSettings& CSettings::operator=(CSettings& other) { return *this = std::as_const(other); }
-CSettings::~CSettings() { m_sSystemAccountPassword.Wipe(); }
+CSettings::~CSettings() = default;
+
+CSettings::Password::~Password() { Wipe(); }
+
+CSettings::Password& CSettings::Password::operator=(const Password& other) {
+    if (this == &other) return *this;
+    Wipe();
+    CString::operator=(other);
+    return *this;
+}
+
+CSettings::Password& CSettings::Password::operator=(const char* text) {
+    CString next(text);  // it may be the very text that is wiped
+    Wipe();
+    CString::operator=(std::move(next));
+    return *this;
+}
 
 void CSettings::Construct() {
     m_dwComponents = 0;
     m_dwDatabases = INSTALL_RAIMA;
-    m_sSystemAccountPassword.Wipe();
 #define SETTINGS_NUMBER(Type, Name, field, builtIn) field = builtIn;
 #define SETTINGS_NUMBER_SET SETTINGS_NUMBER
 #define SETTINGS_TEXT(Name, field) field.Empty();
@@ -95,14 +110,6 @@ void CSettings::Construct() {
             Remove##Mask(cleared);                                                   \
     }
 #include "setupfiles/settings_fields.def"
-
-const char* CSettings::SystemAccountPassword() { return m_sSystemAccountPassword; }
-
-void CSettings::SystemAccountPassword(const char* password) {
-    CString next(password);  // it may be the very text that is wiped
-    m_sSystemAccountPassword.Wipe();
-    m_sSystemAccountPassword = std::move(next);
-}
 
 void CSettings::CustomSetup(int custom) {
     m_bCustomSetup = custom;

@@ -218,6 +218,15 @@ class INSTALIB_API CSettings {
   private:
     friend class SettingsInitialization;
 
+    // Overwrites its memory with zeros before it takes another text, and at its end.
+    struct Password : CString {
+        Password() = default;
+        Password(const Password& other) = default;
+        Password& operator=(const Password& other);
+        Password& operator=(const char* text);
+        ~Password();
+    };
+
     void Construct();
     void AddComponent(DWORD bits);
     void RemoveComponent(DWORD bits);
@@ -264,7 +273,7 @@ class INSTALIB_API CSettings {
     CString m_sSystemAccountServer;
     CString m_sSystemAccountDomain;
     CString m_sSystemAccountName;
-    CString m_sSystemAccountPassword;
+    Password m_sSystemAccountPassword;
     DWORD m_dwComponents;
     int m_bHSMAvailable;
     int m_bOGTFWAvailable;

@@ -1,31 +1,25 @@
 // What only the embedded machine can show: another command line, code page and drives.
-#include <cstring>
 #include <string>
 
-#include "instalib/settings.h"
 #include "platform/embedded/control.h"
 #include "platform/embedded/control_system.h"
 #include "platform/handles.h"
-#include "tests/support/fresh_machine.h"
+#include "tests/setupfiles/setup_files_fixture.h"
 
 namespace control = embedded::control;
 
 namespace {
 
-class InitializationOfAMachine : public FreshMachine {
+class InitializationOfAMachine : public SetupFiles {
   protected:
     void TearDown() override {
         control::SetCommandLine("");
-        FreshMachine::TearDown();
+        SetupFiles::TearDown();
     }
-    static CSettings Initialized(int uninstall = 0, const std::string& answers = "", LONG type = 133) {
+    static CSettings Initialized(int uninstall = 0, LONG type = 133) {
         tagSETUP_INFO info{};
         info.productType = type;
-        if (!answers.empty()) {
-            const std::string file = Folder() + "\\ANSWERS.ICF";
-            WriteBytes(file, answers);
-            std::memcpy(info.batchFile, file.c_str(), file.size());
-        }
+        Fill(info.batchFile, AnswersFile());
         CSettings settings(&info, uninstall);
         settings.Initialize();
         return settings;
@@ -33,44 +27,38 @@ class InitializationOfAMachine : public FreshMachine {
 };
 
 TEST_F(InitializationOfAMachine, SwitchNamesTheRemoteHostBeforeTheMarkerFile) {
+    const auto ask = [](int uninstall) {
+        CSettings s = Initialized(uninstall);
+        return Joined(s.RemoteSetup(), s.RemoteHostServer());
+    };
+    control::SetCommandLine("setup.exe -R:HOST1");  // another switch
+    EXPECT_EQ(ask(0), "0||");
     WriteBytes("C:\\WINDOWS\\HOST.INI", "[HostServer]\r\nName=HOSTX\r\n");
     control::SetCommandLine("setup.exe -r:HOST1 x");
-    CSettings settings = Initialized();
-    EXPECT_EQ(settings.RemoteSetup(), 1);
-    EXPECT_STREQ(settings.RemoteHostServer(), "HOST1");
-    EXPECT_TRUE(FileExists("C:\\WINDOWS\\HOST.INI"));
-    EXPECT_EQ(Initialized(1).RemoteSetup(), 0);
-    EXPECT_STREQ(Initialized(1).RemoteHostServer(), "");
-}
-
-TEST_F(InitializationOfAMachine, SwitchIsLowerCaseAndMayLackItsValue) {
-    control::SetCommandLine("setup.exe -R:HOST1");
-    EXPECT_EQ(Initialized().RemoteSetup(), 0);
+    EXPECT_EQ(ask(0), "1|HOST1|");
+    EXPECT_EQ(ask(1), "0||");
     control::SetCommandLine("setup.exe -r");
-    CSettings settings = Initialized();
-    EXPECT_EQ(settings.RemoteSetup(), 1);
-    EXPECT_STREQ(settings.RemoteHostServer(), "");
+    EXPECT_EQ(ask(0), "1||");
+    EXPECT_TRUE(FileExists("C:\\WINDOWS\\HOST.INI"));
 }
 
 TEST_F(InitializationOfAMachine, MissingProgramFilesFallsBackToTheFirstHardDrive) {
+    const std::string key = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion";
     control::HideModule("SHFOLDER.DLL");
     DeleteFileA("C:\\WINDOWS\\SYSTEM32\\SHFOLDER.DLL");
-    RegistryKey key;
-    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion", 0, KEY_ALL_ACCESS,
-                            key.Receive()),
-              0);
-    RegDeleteValueA(key.Get(), "ProgramFilesDir");
+    SetText(HKEY_LOCAL_MACHINE, key, "ProgramFilesDir", "\\");  // is no directory either
     EXPECT_STREQ(Initialized().AlertPath(), "C:\\ALERT\\");
-    EXPECT_STREQ(Initialized(0, "", 1027).ClientAgentPath(), "C:\\AGENT\\");
-    // A value of nothing but a backslash is no directory either.
-    ASSERT_EQ(RegSetValueExA(key.Get(), "ProgramFilesDir", 0, REG_SZ, reinterpret_cast<const BYTE*>("\\"), 2), 0);
+    RegistryKey open;
+    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_ALL_ACCESS, open.Receive()), 0);
+    RegDeleteValueA(open.Get(), "ProgramFilesDir");
     EXPECT_STREQ(Initialized().AlertPath(), "C:\\ALERT\\");
+    EXPECT_STREQ(Initialized(0, 1027).ClientAgentPath(), "C:\\AGENT\\");
 }
 
 TEST_F(InitializationOfAMachine, TrailByteIsNoBackslashOfAnAnsweredPath) {
     ASSERT_TRUE(control::SetCodePage(932));
-    CSettings settings = Initialized(0, "[Base]\r\nProductPath=D:\\\x95\x5c\r\n");
-    EXPECT_STREQ(settings.KorvaultPath(), "C:\\Program Files\\\x95\x5c\\");
+    WriteBytes(AnswersFile(), "[Base]\r\nProductPath=D:\\\x95\x5c\r\n");
+    EXPECT_STREQ(Initialized().KorvaultPath(), "C:\\Program Files\\\x95\x5c\\");
 }
 
 TEST_F(InitializationOfAMachine, EveryFailingCallLeavesNothingOpen) {
