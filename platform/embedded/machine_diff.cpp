@@ -1,5 +1,6 @@
 #include "platform/embedded/machine_diff.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <fstream>
@@ -112,8 +113,30 @@ std::string SecurityText(const Bytes& descriptor) {
     return parts ? security::SddlText(*parts, kAll) : "damaged";
 }
 
-// What stands behind the name in a value's line.
+// Texts of kinds that a .reg file shows as bytes only: "a" for REG_EXPAND_SZ, "a", "b" for REG_MULTI_SZ. Empty when a
+// byte of them is no plain character or the terminators are not exactly where they belong: the bytes then tell more.
+std::string TextOf(const StoredValue& value) {
+    const bool isList = value.type == REG_MULTI_SZ;
+    const Bytes& data = value.data;
+    if (!isList && value.type != REG_EXPAND_SZ) return "";
+    if (std::any_of(data.begin(), data.end(), [](BYTE byte) { return byte != 0 && (byte < 0x20 || byte > 0x7E); }))
+        return "";
+    std::string result;
+    std::size_t expected = isList ? 1 : 0;
+    for (auto from = data.begin(); from != data.end() && *from != 0;) {
+        const auto end = std::find(from, data.end(), 0);
+        result += (result.empty() ? "\"" : ", \"") + std::string(from, end) + '"';
+        expected += std::size_t(end - from) + 1;
+        if (end == data.end() || !isList) break;
+        from = end + 1;
+    }
+    if (result.empty() || expected != data.size() || data.back() != 0) return "";
+    return (isList ? "texts " : "expandable ") + result;
+}
+
+// What stands behind the name in a value's line, as a person reads it.
 std::string DataOf(StoredValue value) {
+    if (std::string text = TextOf(value); !text.empty()) return text;
     value.name.clear();
     return Line(value).substr(2);
 }

@@ -326,4 +326,22 @@ TEST_F(RegistryOnMachine, SecondByteOfACharacterIsNoBackslash) {
     EXPECT_STREQ(dir, "C:\\D");
 }
 
+// Asking for the first subkey each time, the walk ends at the first one that cannot be removed.
+TEST_F(RegistryTest, EmptyingStopsAtTheFirstKeyThatMayNotGo) {
+    for (const char* name : {"\\a\\deep", "\\b", "\\c"}) Make(kScratch + name);
+    {
+        RegistryKey key;
+        ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, (kScratch + "\\b").c_str(), 0, KEY_ALL_ACCESS, key.Receive()), 0);
+        PSECURITY_DESCRIPTOR readOnly = nullptr;
+        ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorA("D:P(A;;KR;;;WD)", 1, &readOnly, nullptr));
+        const LocalBuffer owner(readOnly);
+        ASSERT_EQ(RegSetKeySecurity(key.Get(), DACL_SECURITY_INFORMATION, readOnly), 0);
+    }
+    EXPECT_EQ(CHalvRegistry::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch.c_str()), 0);
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_ACCESS_DENIED));
+    EXPECT_FALSE(Has(kScratch + "\\a"));
+    EXPECT_TRUE(Has(kScratch + "\\b"));
+    EXPECT_TRUE(Has(kScratch + "\\c")) << "what comes behind is not tried";
+}
+
 }  // namespace
