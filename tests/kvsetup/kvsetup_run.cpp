@@ -17,16 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-fs::path ProgramFolderOnHost() {
-#ifdef _WIN32
-    char path[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, path, MAX_PATH);
-    return fs::path(path).parent_path();
-#else
-    return fs::read_symlink("/proc/self/exe").parent_path();
-#endif
-}
-
 std::string ReadAll(const fs::path& file) {
     std::ifstream stream(file, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(stream), {}};
@@ -54,7 +44,7 @@ bool RunResult::SaysInOneLine(const std::string& text) const {
 
 void KvsetupRun::SetUp() {
     FreshMachine::SetUp();
-    m_medium = fs::canonical(ProgramFolderOnHost() / ".." / "demo" / "medium");
+    m_medium = fs::canonical(HostProgramFolder() / ".." / "demo" / "medium");
 #ifdef _WIN32
     m_scratch = fs::path("C:\\TESTSCRATCH");
     for (const char* service : kServiceNames) CService::RemoveService(service);
@@ -90,10 +80,10 @@ RunResult KvsetupRun::Run(const std::string& arguments) {
     const fs::path errors = m_scratch / "errors.txt";
 #ifdef _WIN32
     // cmd.exe strips the outer quotes.
-    const std::string command = "\"\"" + (ProgramFolderOnHost() / "kvsetup.exe").string() + "\" " + arguments + " >\"" +
+    const std::string command = "\"\"" + (HostProgramFolder() / "kvsetup.exe").string() + "\" " + arguments + " >\"" +
                                 output.string() + "\" 2>\"" + errors.string() + "\" <NUL\"";
 #else
-    const std::string command = "'" + (ProgramFolderOnHost() / "kvsetup").string() + "' --machine '" +
+    const std::string command = "'" + (HostProgramFolder() / "kvsetup").string() + "' --machine '" +
                                 MachineFolder().string() + "' " + arguments + " >'" + output.string() + "' 2>'" +
                                 errors.string() + "' </dev/null";
 #endif
@@ -113,23 +103,19 @@ nlohmann::json KvsetupRun::RunJson(const std::string& arguments) {
 }
 
 #ifndef _WIN32
-namespace {
-
-std::string QuietCommand(const fs::path& machine, const std::string& arguments) {
-    return "'" + (ProgramFolderOnHost() / "kvsetup").string() + "' --machine '" + machine.string() + "' " + arguments +
-           " >/dev/null 2>&1 </dev/null";
+std::string KvsetupRun::QuietCommand(const std::string& arguments) const {
+    return "'" + (HostProgramFolder() / "kvsetup").string() + "' --machine '" + MachineFolder().string() + "' " +
+           arguments + " >/dev/null 2>&1 </dev/null";
 }
 
-}  // namespace
-
 int KvsetupRun::RunQuietly(const std::string& arguments) {
-    return ExitCode(std::system(QuietCommand(MachineFolder(), arguments).c_str()));
+    return ExitCode(std::system(QuietCommand(arguments).c_str()));
 }
 
 void KvsetupRun::RunAndKill(const std::string& arguments, int milliseconds) {
     const pid_t child = fork();
     if (child == 0) {
-        execl("/bin/sh", "sh", "-c", ("exec " + QuietCommand(MachineFolder(), arguments)).c_str(), nullptr);
+        execl("/bin/sh", "sh", "-c", ("exec " + QuietCommand(arguments)).c_str(), nullptr);
         _exit(127);
     }
     usleep(static_cast<useconds_t>(milliseconds) * 1000);

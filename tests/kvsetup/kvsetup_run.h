@@ -41,6 +41,9 @@ class KvsetupRun : public FreshMachine {
     std::filesystem::path Scratch() const { return m_scratch; }
 
   private:
+#ifndef _WIN32
+    std::string QuietCommand(const std::string& arguments) const;
+#endif
     std::filesystem::path m_medium;
     std::filesystem::path m_scratch;  // a folder of the host, removed with the test
 };

@@ -29,16 +29,6 @@ fs::path HostPathOf(const std::string& path) {
 #endif
 }
 
-fs::path TestProgramFolder() {
-#ifdef _WIN32
-    char path[MAX_PATH] = "";
-    GetModuleFileNameA(nullptr, path, MAX_PATH);
-    return fs::path(path).parent_path();
-#else
-    return fs::read_symlink("/proc/self/exe").parent_path();
-#endif
-}
-
 #ifndef _WIN32
 fs::path MakeTemporaryFolder() {
     std::random_device random;
@@ -113,7 +103,17 @@ void FreshMachine::PlaceLibrary(const std::string& name, const std::string& targ
     const fs::path host = HostPathOf(path);
     fs::create_directories(host.parent_path());
     fs::remove(host);  // copying over a file fails with MinGW's runtime, whatever the option says
-    fs::copy_file(TestProgramFolder() / "product_libs" / name, host);
+    fs::copy_file(HostProgramFolder() / "product_libs" / name, host);
+}
+
+fs::path FreshMachine::HostProgramFolder() {
+#ifdef _WIN32
+    char path[MAX_PATH] = "";
+    GetModuleFileNameA(nullptr, path, MAX_PATH);
+    return fs::path(path).parent_path();
+#else
+    return fs::read_symlink("/proc/self/exe").parent_path();
+#endif
 }
 
 std::string FreshMachine::ProgramFolder() {

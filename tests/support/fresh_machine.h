@@ -34,6 +34,8 @@ class FreshMachine : public testing::Test {
     // Copies a library of tests/product_libs, by its file name, to a path or into a folder (final backslash) of the
     // machine.
     static void PlaceLibrary(const std::string& name, const std::string& target);
+    // The host's folder of the test program; product_libs and the front end stand there.
+    static std::filesystem::path HostProgramFolder();
     // The folder of the running program as GetModuleFileNameA tells it, with a final backslash.
     static std::string ProgramFolder();
 
