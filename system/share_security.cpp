@@ -65,7 +65,7 @@ int CShareSecurity::CreateShare(const WCHAR* name, const WCHAR* path, const WCHA
     // The level 502 record begins as the level 2 one does.
     const NET_API_STATUS added = NetShareAdd(machine, 2, reinterpret_cast<BYTE*>(&m_share), nullptr);
     // What decides is that the share is there; one that kept the system's own list gets this one by ApplyToShare.
-    SetShareSecurity(machine);
+    if (added == NERR_Success) SetShareSecurity(machine);
     const NET_API_STATUS status = AskForShare(machine, m_share.shi502_netname);
     if (status == NERR_Success) return 1;
     return Fail(added != NERR_Success ? added : status);
