@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/embedded/control.h"
-#include "platform/embedded/store.h"
+#include "platform/embedded/control/machine.h"
+#include "platform/embedded/store/store.h"
 #include "platform/handles.h"
 
 namespace fs = std::filesystem;

@@ -1,8 +1,8 @@
 #include <filesystem>
 
 #include "kvsetup/host.h"
-#include "platform/embedded/control.h"
-#include "platform/embedded/control_terminal.h"
+#include "platform/embedded/control/machine.h"
+#include "platform/embedded/control/terminal.h"
 
 namespace control = embedded::control;
 namespace fs = std::filesystem;

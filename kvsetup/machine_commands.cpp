@@ -7,8 +7,8 @@
 #include <memory>
 
 #include "kvsetup/console.h"
-#include "platform/embedded/control.h"
-#include "platform/embedded/control_registry.h"
+#include "platform/embedded/control/machine.h"
+#include "platform/embedded/control/registry.h"
 
 namespace control = embedded::control;
 namespace fs = std::filesystem;

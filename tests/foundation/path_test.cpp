@@ -4,7 +4,7 @@
 
 #include "tests/support/fresh_machine.h"
 #ifndef _WIN32
-#include "platform/embedded/control_system.h"
+#include "platform/embedded/control/system.h"
 #endif
 
 namespace {

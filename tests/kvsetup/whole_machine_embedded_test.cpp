@@ -3,9 +3,9 @@
 #include <cstring>
 #include <thread>
 
-#include "platform/embedded/control.h"
-#include "platform/embedded/control_accounts.h"
-#include "platform/embedded/control_registry.h"
+#include "platform/embedded/control/accounts.h"
+#include "platform/embedded/control/machine.h"
+#include "platform/embedded/control/registry.h"
 #include "tests/kvsetup/kvsetup_run.h"
 
 namespace control = embedded::control;

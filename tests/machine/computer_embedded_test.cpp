@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "instalib/computer.h"
-#include "platform/embedded/control_accounts.h"
+#include "platform/embedded/control/accounts.h"
 #include "tests/support/fresh_machine.h"
 
 namespace control = embedded::control;

@@ -4,8 +4,8 @@
 #include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 #ifndef _WIN32
-#include "platform/embedded/control_files.h"
-#include "platform/embedded/control_system.h"
+#include "platform/embedded/control/files.h"
+#include "platform/embedded/control/system.h"
 #endif
 
 namespace {

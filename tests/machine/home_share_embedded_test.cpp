@@ -1,7 +1,7 @@
 // The hidden home share: its record, its access list entry by entry, and what stays when a step fails.
 #include "instalib/computer.h"
 #include "instalib/registry.h"
-#include "platform/embedded/control_accounts.h"
+#include "platform/embedded/control/accounts.h"
 #include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 #include "tests/support/sddl.h"

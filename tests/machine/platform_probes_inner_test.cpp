@@ -7,7 +7,7 @@
 #include "tests/support/fresh_machine.h"
 #include "tests/support/pe_image.h"
 #ifndef _WIN32
-#include "platform/embedded/control_system.h"
+#include "platform/embedded/control/system.h"
 namespace control = embedded::control;
 #endif
 

@@ -2,8 +2,8 @@
 // state, double-byte paths.
 #include <algorithm>
 
-#include "platform/embedded/control_services.h"
-#include "platform/embedded/control_system.h"
+#include "platform/embedded/control/services.h"
+#include "platform/embedded/control/system.h"
 #include "platform/handles.h"
 #include "tests/registry/registry_fixture.h"
 

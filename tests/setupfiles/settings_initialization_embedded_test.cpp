@@ -1,8 +1,8 @@
 // What only the embedded machine can show: another command line, code page and drives.
 #include <string>
 
-#include "platform/embedded/control.h"
-#include "platform/embedded/control_system.h"
+#include "platform/embedded/control/machine.h"
+#include "platform/embedded/control/system.h"
 #include "platform/handles.h"
 #include "tests/setupfiles/setup_files_fixture.h"
 

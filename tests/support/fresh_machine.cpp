@@ -7,7 +7,7 @@
 #include "platform/handles.h"
 
 #ifndef _WIN32
-#include "platform/embedded/control.h"
+#include "platform/embedded/control/machine.h"
 namespace control = embedded::control;
 #endif
 

@@ -4,7 +4,7 @@
 #ifndef INSTALIB_TESTS_PE_IMAGE_H
 #define INSTALIB_TESTS_PE_IMAGE_H
 
-#include "platform/embedded/module_image.h"
+#include "platform/embedded/modules/image.h"
 
 using embedded::BuildModule;
 using embedded::BuildVersionResource;

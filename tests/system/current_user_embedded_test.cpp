@@ -2,9 +2,9 @@
 #include <string>
 
 #include "instalib/current_user.h"
-#include "platform/embedded/control.h"
-#include "platform/embedded/control_accounts.h"
-#include "platform/embedded/control_security.h"
+#include "platform/embedded/control/accounts.h"
+#include "platform/embedded/control/machine.h"
+#include "platform/embedded/control/security.h"
 #include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 

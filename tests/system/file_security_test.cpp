@@ -10,7 +10,7 @@
 #include <map>
 #include <set>
 
-#include "platform/embedded/control_system.h"
+#include "platform/embedded/control/system.h"
 namespace control = embedded::control;
 #endif
 

@@ -7,8 +7,8 @@
 #include "tests/support/sddl.h"
 
 #ifndef _WIN32
-#include "platform/embedded/control.h"
-#include "platform/embedded/control_security.h"
+#include "platform/embedded/control/machine.h"
+#include "platform/embedded/control/security.h"
 namespace control = embedded::control;
 #endif
 

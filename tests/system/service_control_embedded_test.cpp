@@ -1,8 +1,8 @@
 // The waits of start and stop on the machine's own clock, dependents, failing calls and the service programs' switches.
 #include "instalib/service.h"
-#include "platform/embedded/control_files.h"
-#include "platform/embedded/control_services.h"
-#include "platform/embedded/control_system.h"
+#include "platform/embedded/control/files.h"
+#include "platform/embedded/control/services.h"
+#include "platform/embedded/control/system.h"
 #include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 

@@ -1,7 +1,7 @@
 // The product's account on machines, domains and languages of the embedded world.
 #include "instalib/system_account.h"
 
-#include "platform/embedded/control_accounts.h"
+#include "platform/embedded/control/accounts.h"
 #include "platform/handles.h"
 #include "platform/lsa_accounts.h"
 #include "tests/support/fresh_machine.h"

@@ -229,7 +229,7 @@ MACHINE_API BOOL HeapFree(HANDLE heap, DWORD flags, LPVOID memory);
 
 MACHINE_API BOOL CloseHandle(HANDLE handle);
 
-// Time and waits go through the machine, so that a test may drive its clock (see control.h).
+// Time and waits go through the machine, so that a test may drive its clock (see control/machine.h).
 MACHINE_API void Sleep(DWORD milliseconds);
 MACHINE_API DWORD GetTickCount(void);
 MACHINE_API void GetSystemTimeAsFileTime(LPFILETIME time);

@@ -1,0 +1,244 @@
+#include "platform/embedded/machine/difference.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "platform/embedded/api/registry.h"
+#include "platform/embedded/api/tokens.h"
+#include "platform/embedded/registry/reg_text.h"
+#include "platform/embedded/security/sddl.h"
+#include "platform/embedded/store/tree.h"
+
+namespace fs = std::filesystem;
+
+namespace embedded::machine_diff {
+namespace {
+
+// Names of no hive, so that no key can be taken for them.
+constexpr const char* kSecurityKey = "Security descriptors";
+constexpr const char* kFilesKey = "Files of the drives";
+
+void AddKeys(const StoreKey& key, const std::string& path, MachineState& state) {
+    KeyState& mine = state.keys[path];
+    mine.path = path;
+    mine.security = key.security;
+    for (std::size_t i = 0; i < key.ValueCount(); ++i) mine.values.push_back(*key.ValueAt(i));
+    for (std::size_t i = 0; i < key.SubkeyCount(); ++i) {
+        const StoreKey& below = *key.SubkeyAt(i);
+        AddKeys(below, path + '\\' + below.name, state);
+    }
+}
+
+std::string Describe(const fs::directory_entry& entry) {
+    if (entry.is_directory()) return "directory";
+    std::ifstream file(entry.path(), std::ios::binary);
+    std::uint64_t hash = 0xcbf29ce484222325u;  // FNV-1a
+    std::uint64_t size = 0;
+    for (std::istreambuf_iterator<char> byte(file), end; byte != end; ++byte, ++size) {
+        hash = (hash ^ BYTE(*byte)) * 0x100000001b3u;
+    }
+    char text[64];
+    std::snprintf(text, sizeof text, "%" PRIu64 " bytes, hash %016" PRIx64, size, hash);
+    return text;
+}
+
+void AddFiles(const fs::path& drives, MachineState& state) {
+    std::error_code error;
+    fs::recursive_directory_iterator entries(drives, fs::directory_options::skip_permission_denied, error);
+    for (; !error && entries != fs::recursive_directory_iterator(); entries.increment(error)) {
+        if (entries.depth() == 0) continue;
+        std::string path = entries->path().lexically_relative(drives).string();
+        path.insert(path.find('/'), ":");
+        for (char& character : path) {
+            if (character == '/') character = '\\';
+        }
+        state.files[path] = Describe(*entries);
+    }
+}
+
+MachineState ReadMachine(const fs::path& folder) {
+    MachineState state;
+    const std::shared_ptr<Store> store = Store::Open(folder / "registry");
+    {
+        const StoreTree::Reading reading(store->Tree());
+        const StoreKey& root = reading->Root();
+        for (std::size_t i = 0; i < root.SubkeyCount(); ++i) AddKeys(*root.SubkeyAt(i), root.SubkeyAt(i)->name, state);
+    }
+    AddFiles(folder / "drives", state);
+    return state;
+}
+
+void AddStep(const reg_text::Step& step, MachineState& state) {
+    if (step.kind == reg_text::Step::Kind::MakeKey && step.key != kSecurityKey && step.key != kFilesKey) {
+        state.keys[step.key].path = step.key;
+    }
+    if (step.kind != reg_text::Step::Kind::SetValue) return;
+    if (step.key == kSecurityKey)
+        state.keys[step.value.name].security = step.value.data;
+    else if (step.key == kFilesKey)
+        state.files[step.value.name] = reinterpret_cast<const char*>(step.value.data.data());
+    else
+        state.keys[step.key].values.push_back(step.value);
+}
+
+MachineState ReadFile(const fs::path& place) {
+    std::ifstream file(place, std::ios::binary);
+    if (!file) throw std::runtime_error(place.string() + " cannot be read");
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    std::vector<reg_text::Step> steps;
+    std::string problem;
+    if (!reg_text::Parse(bytes, &steps, &problem)) throw std::runtime_error(place.string() + ", " + problem);
+    MachineState state;
+    for (const reg_text::Step& step : steps) AddStep(step, state);
+    return state;
+}
+
+StoredValue TextValue(const std::string& name, const std::string& text) {
+    StoredValue value{name, REG_SZ, Bytes(text.begin(), text.end())};
+    value.data.push_back(0);
+    return value;
+}
+
+std::string Line(const StoredValue& value) { return reg_text::FormatValue(value, false, false); }
+
+std::string SecurityText(const Bytes& descriptor) {
+    if (descriptor.empty()) return "inherited";
+    const std::optional<security::Parts> parts = security::Read(security::ByteView(descriptor));
+    constexpr SECURITY_INFORMATION kAll =
+        OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION;
+    return parts ? security::SddlText(*parts, kAll) : "damaged";
+}
+
+// Texts of kinds that a .reg file shows as bytes only: "a" for REG_EXPAND_SZ, "a", "b" for REG_MULTI_SZ. Empty when a
+// byte of them is no plain character or the terminators are not exactly where they belong: the bytes then tell more.
+std::string TextOf(const StoredValue& value) {
+    const bool isList = value.type == REG_MULTI_SZ;
+    const Bytes& data = value.data;
+    if (!isList && value.type != REG_EXPAND_SZ) return "";
+    if (std::any_of(data.begin(), data.end(), [](BYTE byte) { return byte != 0 && (byte < 0x20 || byte > 0x7E); }))
+        return "";
+    std::string result;
+    std::size_t expected = isList ? 1 : 0;
+    for (auto from = data.begin(); from != data.end() && *from != 0;) {
+        const auto end = std::find(from, data.end(), 0);
+        result += (result.empty() ? "\"" : ", \"") + std::string(from, end) + '"';
+        expected += std::size_t(end - from) + 1;
+        if (end == data.end() || !isList) break;
+        from = end + 1;
+    }
+    if (result.empty() || expected != data.size() || data.back() != 0) return "";
+    return (isList ? "texts " : "expandable ") + result;
+}
+
+// What stands behind the name in a value's line, as a person reads it.
+std::string DataOf(StoredValue value) {
+    if (std::string text = TextOf(value); !text.empty()) return text;
+    value.name.clear();
+    return Line(value).substr(2);
+}
+
+std::string NameOf(const StoredValue& value) { return value.name.empty() ? "@" : '"' + value.name + '"'; }
+
+class Comparison {
+  public:
+    std::vector<std::string> Run(const MachineState& before, const MachineState& after) {
+        Walk(before.keys, after.keys,
+             [&](const std::string&, const KeyState* was, const KeyState* is) { Keys(was, is); });
+        Walk(before.files, after.files, [&](const std::string& path, const std::string* was, const std::string* is) {
+            if (was == nullptr)
+                m_lines.push_back("+ file " + path + ": " + *is);
+            else if (is == nullptr)
+                m_lines.push_back("- file " + path + ": " + *was);
+            else if (*was != *is)
+                m_lines.push_back("~ file " + path + ": " + *was + " -> " + *is);
+        });
+        return std::move(m_lines);
+    }
+
+  private:
+    // Both maps in step; null for what only the other has.
+    template <class Map, class Visit>
+    static void Walk(const Map& before, const Map& after, Visit visit) {
+        auto was = before.begin();
+        auto is = after.begin();
+        const auto less = before.key_comp();
+        while (was != before.end() || is != after.end()) {
+            const bool gone = is == after.end() || (was != before.end() && less(was->first, is->first));
+            const bool added = !gone && (was == before.end() || less(is->first, was->first));
+            visit(added ? is->first : was->first, added ? nullptr : &was->second, gone ? nullptr : &is->second);
+            if (!added) ++was;
+            if (!gone) ++is;
+        }
+    }
+
+    void Keys(const KeyState* was, const KeyState* is) {
+        static const KeyState kNone;
+        if (was == nullptr) m_lines.push_back("+ [" + is->path + "]");
+        if (is == nullptr) m_lines.push_back("- [" + was->path + "]");
+        const std::string& path = is != nullptr ? is->path : was->path;
+        if (was != nullptr && is != nullptr && was->path != is->path) {
+            m_lines.push_back("~ [" + was->path + "] is spelled [" + is->path + "]");
+        }
+        const KeyState& old = was == nullptr ? kNone : *was;
+        const KeyState& now = is == nullptr ? kNone : *is;
+        Walk(ByName(old), ByName(now),
+             [&](const std::string&, const StoredValue* oldValue, const StoredValue* newValue) {
+                 Values(path, oldValue, newValue);
+             });
+        if (old.security != now.security && is != nullptr) {
+            m_lines.push_back("~ [" + path + "] security: " + SecurityText(old.security) + " -> " +
+                              SecurityText(now.security));
+        }
+    }
+
+    static std::map<std::string, StoredValue, NameLess> ByName(const KeyState& key) {
+        std::map<std::string, StoredValue, NameLess> values;
+        for (const StoredValue& value : key.values) values.emplace(value.name, value);
+        return values;
+    }
+
+    void Values(const std::string& path, const StoredValue* was, const StoredValue* is) {
+        const std::string start = " [" + path + "] ";
+        if (was == nullptr)
+            m_lines.push_back('+' + start + NameOf(*is) + " = " + DataOf(*is));
+        else if (is == nullptr)
+            m_lines.push_back('-' + start + NameOf(*was) + " = " + DataOf(*was));
+        else if (was->type != is->type || was->data != is->data) {
+            m_lines.push_back('~' + start + NameOf(*is) + " = " + DataOf(*was) + " -> " + DataOf(*is));
+        }
+    }
+
+    std::vector<std::string> m_lines;
+};
+
+}  // namespace
+
+MachineState ReadState(const fs::path& place) {
+    std::error_code error;
+    if (!fs::is_directory(place, error)) return ReadFile(place);
+    if (!fs::is_directory(place / "registry", error)) throw std::runtime_error(place.string() + " is no machine");
+    return ReadMachine(place);
+}
+
+std::string WriteState(const MachineState& state) {
+    std::string text = "REGEDIT4\n";
+    std::string security;
+    for (const auto& [path, key] : state.keys) {
+        text += "\n[" + key.path + "]\n";
+        for (const StoredValue& value : key.values) text += Line(value) + '\n';
+        if (!key.security.empty()) security += Line({key.path, REG_BINARY, key.security}) + '\n';
+    }
+    text += std::string("\n[") + kSecurityKey + "]\n" + security + "\n[" + kFilesKey + "]\n";
+    for (const auto& [path, what] : state.files) text += Line(TextValue(path, what)) + '\n';
+    return text;
+}
+
+std::vector<std::string> Compare(const MachineState& before, const MachineState& after) {
+    return Comparison().Run(before, after);
+}
+
+}  // namespace embedded::machine_diff

@@ -1,0 +1,16 @@
+// The pieces of a fresh machine that their own families bring.
+#ifndef INSTALIB_EMBEDDED_MACHINE_SEED_H
+#define INSTALIB_EMBEDDED_MACHINE_SEED_H
+
+#include "platform/embedded/machine/world.h"
+
+namespace embedded {
+
+// Users, groups, their rights; the machine's own identifier.
+void SeedAccounts(Machine& machine);
+// The services that Windows itself brings.
+void SeedServices(Machine& machine);
+
+}  // namespace embedded
+
+#endif

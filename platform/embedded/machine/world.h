@@ -1,0 +1,46 @@
+// The machines of the world as the embedded machine's own code sees them.
+#ifndef INSTALIB_EMBEDDED_MACHINE_WORLD_H
+#define INSTALIB_EMBEDDED_MACHINE_WORLD_H
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/embedded/store/store.h"
+
+namespace embedded {
+
+class Machine {
+  public:
+    Machine(std::string name, std::filesystem::path folder);
+
+    const std::string& Name() const { return m_name; }  // the computer name, upper case
+    const std::filesystem::path& Folder() const { return m_folder; }
+    Store& Storage() const { return *m_store; }
+    // The host folder behind a drive letter (drives/C, or what was mounted); empty when the machine has no such drive.
+    std::filesystem::path Drive(char letter) const;
+
+  private:
+    std::string m_name;
+    std::filesystem::path m_folder;
+    std::shared_ptr<Store> m_store;
+};
+
+namespace world {
+
+// The machine that this process runs on.
+std::shared_ptr<Machine> Local();
+// A machine of the local one's world by computer name, with or without leading backslashes, in any letter case; null
+// when there is none. Null, empty and the local name give the local machine.
+std::shared_ptr<Machine> Find(const char* name);
+std::shared_ptr<Machine> Find(const WCHAR* name);
+
+}  // namespace world
+
+// Fills a new machine's store and drives (machine/seed.cpp).
+void SeedMachine(Machine& machine);
+
+}  // namespace embedded
+
+#endif
