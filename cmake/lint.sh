@@ -15,6 +15,23 @@ complain "The system is reached past platform/platform.h" \
     "$(grep -nE '\b_WIN32\b|[<"](windows|unistd|fcntl|dlfcn|aclapi|lm)\.h[>"]|[<"]sys/' -r $library kvsetup 2>/dev/null)"
 complain "The library includes the embedded machine" \
     "$(grep -nE '"platform/embedded/' -r $library 2>/dev/null)"
+complain "The rooms of the embedded machine include each other against their order (cmake/rooms.txt)" \
+    "$(git ls-files -co --exclude-standard 'platform/embedded/*.h' 'platform/embedded/*.cpp' |
+        xargs awk -f cmake/lint_rooms.awk cmake/rooms.txt)"
+complain "No header of the room says what the room is for" \
+    "$(for room in platform/embedded/*/; do grep -q "^// The room $(basename "$room")/: " "$room"*.h || echo "$room"; done)"
+scripts="dev .ci/run demo/run.sh cmake/lint.sh"
+complain "A script is not checked for the commands it calls" \
+    "$({ git ls-files -co --exclude-standard '*.sh'; grep -lE '^#!' -r dev .ci; } | while read -r file; do
+        case " $scripts " in *" $file "*) ;; *) echo "$file" ;; esac
+    done)"
+complain "A script calls a command that ./dev does not ask for (cmake/base_commands.txt)" \
+    "$(awk -f cmake/lint_tools.awk cmake/base_commands.txt $scripts)"
+complain "The build calls a program that ./dev does not ask for" \
+    "$({ grep -q '"Ninja"' CMakePresets.json && echo ninja
+        grep -ohE '^set\(CMAKE_(C|CXX|RC)_COMPILER [^)]+' cmake/*.cmake | sed 's/.* //'
+        grep -ohE 'find_program\([A-Za-z_]+ +[^ )]+' -r CMakeLists.txt cmake --include=*.txt --include=*.cmake | sed 's/.* //'; } |
+        while read -r program; do grep -qF "need $program " dev || echo "$program"; done)"
 complain "A public header includes a private one" \
     "$(grep -nE '#include "' -r include 2>/dev/null | grep -v '#include "instalib/')"
 complain "The front end includes more than the exported interface" \

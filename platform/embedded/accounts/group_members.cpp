@@ -1,6 +1,7 @@
 // Local groups and their members: NetLocalGroup*.
 #include <algorithm>
 
+#include "platform/embedded/accounts/authority.h"
 #include "platform/embedded/accounts/builtin_names.h"
 #include "platform/embedded/accounts/domain.h"
 #include "platform/embedded/accounts/ids.h"

@@ -1,6 +1,7 @@
 // Account objects of the local security authority: privileges and logon rights.
 #include <algorithm>
 
+#include "platform/embedded/accounts/authority.h"
 #include "platform/embedded/accounts/domain.h"
 #include "platform/embedded/accounts/ids.h"
 #include "platform/embedded/accounts/lsa_handles.h"

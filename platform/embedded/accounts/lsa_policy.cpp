@@ -1,4 +1,5 @@
 // The policy object: opening, information, trusted domains.
+#include "platform/embedded/accounts/authority.h"
 #include "platform/embedded/accounts/domain.h"
 #include "platform/embedded/accounts/ids.h"
 #include "platform/embedded/accounts/lsa_handles.h"

@@ -1,3 +1,5 @@
+// The room accounts/: users, groups and their rights, domains, the local security authority.
+//
 // Accounts as the machine keeps them in its store: who has which identifier, who belongs to which group, who holds
 // which right. The security and network families look here.
 #ifndef INSTALIB_EMBEDDED_ACCOUNTS_STORE_H

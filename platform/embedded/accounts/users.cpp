@@ -1,4 +1,5 @@
 // Users: NetUser*.
+#include "platform/embedded/accounts/authority.h"
 #include "platform/embedded/accounts/domain.h"
 #include "platform/embedded/accounts/ids.h"
 #include "platform/embedded/accounts/records.h"

@@ -1,3 +1,6 @@
+// The room api/: the Windows functions and types that the library calls, a header for each family; this one has what
+// all share.
+//
 // Types, constants and memory that every family of the embedded machine uses. Names, values and layouts are Windows'
 // own (winnt.h, winerror.h, minwindef.h of the Windows SDK).
 #ifndef INSTALIB_EMBEDDED_API_BASE_H

@@ -1,3 +1,5 @@
+// The room control/: what tests and tools may do to a machine and no Windows call does.
+//
 // All that a test or a tool may do to an embedded machine and no Windows call does. Part of the embedded machine's
 // exported interface; the library itself never includes it. Paths given here as std::filesystem::path are the host's.
 #ifndef INSTALIB_EMBEDDED_CONTROL_MACHINE_H

@@ -1,3 +1,5 @@
+// The room core/: what every family stands on: the gate, handles and buffers, the clock, text.
+//
 // The counting gate: every exported function of the embedded machine passes it once, first of all. It counts the calls,
 // lets a test fail the n-th one with a chosen error, and costs one relaxed load when nothing is armed.
 //

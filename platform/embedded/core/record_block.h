@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "platform/embedded/api/accounts.h"
+#include "platform/embedded/core/bytes.h"
 #include "platform/embedded/core/handles_table.h"
 #include "platform/embedded/core/text.h"
-#include "platform/embedded/machine/world.h"
 
 namespace embedded::network {
 
@@ -125,12 +125,6 @@ DWORD Enumerate(const std::vector<Item>& items, LPBYTE* buffer, const Range<Resu
 
 // A caller's text in the machine's code page; null is empty.
 inline std::string NarrowOf(LPCWSTR wide) { return wide == nullptr ? "" : text::Narrow(wide); }
-
-// Whether the caller is an administrator, as changes to accounts and shares demand.
-bool IsAdministrator();
-// The machine that keeps the server's accounts, for a caller who changes them: 0, ERROR_BAD_NETPATH or
-// ERROR_ACCESS_DENIED.
-DWORD AuthorityForChange(LPCWSTR server, std::shared_ptr<Machine>& machine);
 
 }  // namespace embedded::network
 

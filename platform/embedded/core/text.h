@@ -37,14 +37,6 @@ std::string Narrow(std::u16string_view wide);
 std::u16string Widen(std::string_view narrow);
 
 }  // namespace text
-
-namespace process {
-
-// Starts the per-process state afresh on another machine (system/process_state.cpp): current directory, tokens,
-// environment.
-void ResetForMachine();
-
-}  // namespace process
 }  // namespace embedded
 
 #endif

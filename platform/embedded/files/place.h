@@ -1,3 +1,5 @@
+// The room files/: drives, names, opened files and their locks, finds, profile (INI) files.
+//
 // Where a name of the machine leads: the machine, the drive and the file of the host.
 #ifndef INSTALIB_EMBEDDED_FILES_PLACE_H
 #define INSTALIB_EMBEDDED_FILES_PLACE_H

@@ -9,6 +9,8 @@
 
 #include "platform/embedded/api/registry.h"
 #include "platform/embedded/api/tokens.h"
+#include "platform/embedded/control/registry.h"
+#include "platform/embedded/core/attempt.h"
 #include "platform/embedded/registry/reg_text.h"
 #include "platform/embedded/security/sddl.h"
 #include "platform/embedded/store/tree.h"
@@ -242,3 +244,24 @@ std::vector<std::string> Compare(const MachineState& before, const MachineState&
 }
 
 }  // namespace embedded::machine_diff
+
+namespace embedded::control {
+
+bool SaveState(const fs::path& folder, const fs::path& file, std::string* problem) {
+    return Attempt(problem, [&](std::string* reason) {
+        const std::string text = machine_diff::WriteState(machine_diff::ReadState(folder));
+        std::ofstream out(file, std::ios::binary | std::ios::trunc);
+        if (out << text << std::flush) return true;
+        *reason = file.string() + " cannot be written";
+        return false;
+    });
+}
+
+bool Diff(const fs::path& before, const fs::path& after, std::vector<std::string>* lines, std::string* problem) {
+    return Attempt(problem, [&](std::string*) {
+        *lines = machine_diff::Compare(machine_diff::ReadState(before), machine_diff::ReadState(after));
+        return true;
+    });
+}
+
+}  // namespace embedded::control

@@ -39,6 +39,8 @@ void SetVariable(std::string_view name, const std::optional<std::string>& value)
 // needs to find its machine and its place there (`directory` is absolute).
 std::vector<std::string> ChildEnvironment(const std::string& program, const std::u16string& directory);
 
+// Starts all of it, the current directory and the tokens afresh on another machine (system/process_state.cpp).
+void ResetForMachine();
 // Forgets variables, program and command line (system/environment.cpp).
 void ResetEnvironment();
 

@@ -6,6 +6,7 @@
 
 #include "platform/embedded/control/machine.h"
 #include "platform/embedded/core/text.h"
+#include "platform/embedded/machine/process_state.h"
 
 namespace fs = std::filesystem;
 

@@ -1,3 +1,5 @@
+// The room machine/: the machines of the world, what a fresh one holds, the difference of two.
+//
 // The machines of the world as the embedded machine's own code sees them.
 #ifndef INSTALIB_EMBEDDED_MACHINE_WORLD_H
 #define INSTALIB_EMBEDDED_MACHINE_WORLD_H

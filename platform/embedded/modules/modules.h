@@ -1,3 +1,5 @@
+// The room modules/: loading modules, their version resources, the Windows Installer's answers.
+//
 // The modules of this process as the embedded machine's own code sees them.
 #ifndef INSTALIB_EMBEDDED_MODULES_MODULES_H
 #define INSTALIB_EMBEDDED_MODULES_MODULES_H

@@ -10,18 +10,6 @@ using control::CallKind;
 using network::NarrowOf;
 using network::RecordBlock;
 
-namespace embedded::network {
-
-bool IsAdministrator() { return security::EffectiveToken()->IsAllowedBy(security::well_known::kAdministrators); }
-
-DWORD AuthorityForChange(LPCWSTR server, std::shared_ptr<Machine>& machine) {
-    machine = domain::Authority(world::Find(server));
-    if (machine == nullptr) return ERROR_BAD_NETPATH;
-    return IsAdministrator() ? 0 : ERROR_ACCESS_DENIED;
-}
-
-}  // namespace embedded::network
-
 namespace {
 
 // As the machine's own GetVersionExA tells it.

@@ -1,6 +1,7 @@
 // NetShare*.
 #include <algorithm>
 
+#include "platform/embedded/accounts/authority.h"
 #include "platform/embedded/core/gate.h"
 #include "platform/embedded/core/record_block.h"
 #include "platform/embedded/network/shares.h"

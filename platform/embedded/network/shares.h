@@ -1,3 +1,5 @@
+// The room network/: shares, connections, and what a server tells of itself.
+//
 // A machine's shares. Those that somebody made stand where Windows keeps them, below the registry key of the service
 // LanmanServer: Shares, with their descriptors in its key Security. The administrative ones (C$, ADMIN$, IPC$) are
 // there by themselves.

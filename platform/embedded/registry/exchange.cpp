@@ -1,10 +1,8 @@
-// The registry's share of the machine's control: .reg text in and out, state and difference.
-#include <fstream>
-
+// The registry's share of the machine's control: .reg text in and out.
 #include "platform/embedded/accounts/store.h"
 #include "platform/embedded/control/registry.h"
+#include "platform/embedded/core/attempt.h"
 #include "platform/embedded/core/text.h"
-#include "platform/embedded/machine/difference.h"
 #include "platform/embedded/machine/world.h"
 #include "platform/embedded/registry/reg_text.h"
 #include "platform/embedded/security/sid.h"
@@ -95,19 +93,6 @@ class Exporter {
     std::string m_text;
 };
 
-// Runs `body`, which answers whether it went well, and turns what it throws into a problem.
-template <class Body>
-bool Attempt(std::string* problem, Body body) {
-    std::string ignored;
-    std::string* const text = problem == nullptr ? &ignored : problem;
-    try {
-        return body(text);
-    } catch (const std::exception& error) {
-        *text = error.what();
-        return false;
-    }
-}
-
 }  // namespace
 
 bool ImportRegistry(const fs::path& folder, const std::string& bytes, std::string* problem) {
@@ -136,23 +121,6 @@ bool ExportRegistry(const fs::path& folder, const std::string& key, RegistryText
         Exporter exporter(version == RegistryTextVersion::Version5);
         exporter.Add(*found, key);
         *bytes = exporter.Result();
-        return true;
-    });
-}
-
-bool SaveState(const fs::path& folder, const fs::path& file, std::string* problem) {
-    return Attempt(problem, [&](std::string* reason) {
-        const std::string text = machine_diff::WriteState(machine_diff::ReadState(folder));
-        std::ofstream out(file, std::ios::binary | std::ios::trunc);
-        if (out << text << std::flush) return true;
-        *reason = file.string() + " cannot be written";
-        return false;
-    });
-}
-
-bool Diff(const fs::path& before, const fs::path& after, std::vector<std::string>* lines, std::string* problem) {
-    return Attempt(problem, [&](std::string*) {
-        *lines = machine_diff::Compare(machine_diff::ReadState(before), machine_diff::ReadState(after));
         return true;
     });
 }

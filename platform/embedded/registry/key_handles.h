@@ -1,3 +1,5 @@
+// The room registry/: the registry functions over the store, and .reg text.
+//
 // What the registry functions share: the object behind a key's handle, how a handle and a path lead to a key of a
 // store, and what a caller may do there.
 #ifndef INSTALIB_EMBEDDED_REGISTRY_KEY_HANDLES_H

@@ -1,3 +1,5 @@
+// The room security/: identifiers, access lists, descriptors, tokens and the access check.
+//
 // Security identifiers in binary form, read from memory that nobody vouches for.
 #ifndef INSTALIB_EMBEDDED_SECURITY_SID_H
 #define INSTALIB_EMBEDDED_SECURITY_SID_H

@@ -1,3 +1,5 @@
+// The room services/: the service control manager.
+//
 // Services as the registry keeps them, below HKLM\SYSTEM\CurrentControlSet\Services: the service control manager's
 // functions are views over these keys, so that what a registry call changes is what the next query answers.
 #ifndef INSTALIB_EMBEDDED_SERVICES_RECORDS_H

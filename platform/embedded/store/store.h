@@ -1,3 +1,5 @@
+// The room store/: the tree of keys that a machine keeps everything in, its journal and its file.
+//
 // A machine's store of record: one durable tree of keys with values and security descriptors, shared by all processes
 // that use the machine. The registry functions show its hives HKLM and HKU; the other services of the machine are views
 // over it, and what has no place in Windows' own registry lives below the hidden root META, which no registry call
@@ -16,11 +18,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/embedded/api/base.h"
+#include "platform/embedded/core/bytes.h"
 
 namespace embedded {
-
-using Bytes = std::vector<BYTE>;
 
 struct StoredValue {
     std::string name;  // in the case it was created with

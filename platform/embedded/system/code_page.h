@@ -1,3 +1,5 @@
+// The room system/: environment, processes, mutexes, code pages, messages, the terminal.
+//
 // The machine's ANSI code page and conversions of any code page that the machine knows.
 #ifndef INSTALIB_EMBEDDED_SYSTEM_CODE_PAGE_H
 #define INSTALIB_EMBEDDED_SYSTEM_CODE_PAGE_H
