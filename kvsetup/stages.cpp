@@ -14,9 +14,8 @@ std::string Outcome(bool succeeded, DWORD error, const std::string& note) {
 void Print(const Session& session, std::size_t number, std::size_t count, const char* title,
            const std::string& outcome) {
     if (session.json) return;
-    const std::string place = "[" + std::string(number < 10 && count >= 10 ? " " : "") + std::to_string(number) + "/" +
-                              std::to_string(count) + "] ";
-    std::string line = place + title + " ";
+    std::string line = number < 10 && count >= 10 ? "[ " : "[";
+    line += std::to_string(number) + '/' + std::to_string(count) + "] " + title + ' ';
     if (line.size() < 56) line.resize(56, '.');
     std::cout << line << ' ' << console::Printable(outcome) << std::endl;
 }

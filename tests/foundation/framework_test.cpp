@@ -185,7 +185,8 @@ TEST(ExceptionTest, MemoryExceptionSurvivesItsDeletionAndCanBeRaisedAgain) {
             exception->Delete();
         }
     }
-    delete new CMemoryException;
+    CMemoryException* volatile own = new CMemoryException;  // the compiler is not to see through the pair
+    delete own;
 }
 
 // The slot of a virtual function, as the C++ ABI of both compilers stores it in a member pointer.

@@ -83,7 +83,7 @@ RunResult KvsetupRun::Run(const std::string& arguments) {
     const std::string command = "\"\"" + (HostProgramFolder() / "kvsetup.exe").string() + "\" " + arguments + " >\"" +
                                 output.string() + "\" 2>\"" + errors.string() + "\" <NUL\"";
 #else
-    const std::string command = "'" + (HostProgramFolder() / "kvsetup").string() + "' --machine '" +
+    const std::string command = '\'' + (HostProgramFolder() / "kvsetup").string() + "' --machine '" +
                                 MachineFolder().string() + "' " + arguments + " >'" + output.string() + "' 2>'" +
                                 errors.string() + "' </dev/null";
 #endif
@@ -104,7 +104,7 @@ nlohmann::json KvsetupRun::RunJson(const std::string& arguments) {
 
 #ifndef _WIN32
 std::string KvsetupRun::QuietCommand(const std::string& arguments) const {
-    return "'" + (HostProgramFolder() / "kvsetup").string() + "' --machine '" + MachineFolder().string() + "' " +
+    return '\'' + (HostProgramFolder() / "kvsetup").string() + "' --machine '" + MachineFolder().string() + "' " +
            arguments + " >/dev/null 2>&1 </dev/null";
 }
 

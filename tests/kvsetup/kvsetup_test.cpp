@@ -36,7 +36,7 @@ TEST_F(KvsetupRun, InputThatCannotBeUsedIsNamedAndNothingIsDone) {
     CopyMedium();
     const auto write = [this](const char* name, const std::string& bytes) {
         std::ofstream(Scratch() / name, std::ios::binary) << bytes;
-        return "\"" + (Scratch() / name).string() + "\"";
+        return '"' + (Scratch() / name).string() + '"';
     };
     std::string rubbish;
     for (int i = 0; i < 70000; ++i) rubbish += static_cast<char>(i * 7 + i / 256);

@@ -11,7 +11,7 @@ std::string Text(DWORD number) { return std::to_string(number); }
 template <class... Arguments>
 DWORD Answer(const char* name, Arguments... arguments) {
     std::string call = name;
-    ((call += " " + Text(arguments)), ...);
+    ((call.append(1, ' ').append(Text(arguments))), ...);
     SetEnvironmentVariableA("TEST_CORE_CALL", call.c_str());
     return ToldNumber("TEST_CORE_STATUS");
 }

@@ -221,7 +221,7 @@ bool Text::SetValue(std::string_view section, std::string_view key, std::string_
     const Line line = m_lines[*index];
     const std::size_t begin = ValueOffset(line);
     const bool hasEquals = Decoded(line).find(u'=') != std::u16string::npos;
-    const std::string bytes = Encoded((hasEquals ? "" : "=") + std::string(value));
+    const std::string bytes = Encoded(std::string(hasEquals ? "" : "=").append(value));
     if (std::string_view(m_bytes).substr(begin, line.end - begin) == bytes) return false;
     Replace(begin, line.end, bytes);
     return true;

@@ -54,7 +54,7 @@ void AddFiles(const fs::path& drives, MachineState& state) {
     for (; !error && entries != fs::recursive_directory_iterator(); entries.increment(error)) {
         if (entries.depth() == 0) continue;
         std::string path = entries->path().lexically_relative(drives).string();
-        path.insert(path.find('/'), ":");
+        path.insert(path.find('/'), 1, ':');
         for (char& character : path) {
             if (character == '/') character = '\\';
         }

@@ -221,7 +221,10 @@ std::string ModuleBytes(const builtin::Module& module) {
     for (int part = 0; part < 4; ++part) image.fileVersion[part] = image.productVersion[part] = module.version[part];
     const auto wide = [](std::string_view text) { return std::u16string(text.begin(), text.end()); };
     std::string version;
-    for (const WORD part : module.version) version += (version.empty() ? "" : ".") + std::to_string(part);
+    for (const WORD part : module.version) {
+        if (!version.empty()) version += '.';
+        version += std::to_string(part);
+    }
     image.strings = {{u"CompanyName", u"Microsoft Corporation"},
                      {u"FileDescription", wide(module.description)},
                      {u"FileVersion", wide(version)},

@@ -21,8 +21,10 @@ constexpr char kVersions[] = "META\\Installer\\FileVersions";
 std::string VersionText(const VS_FIXEDFILEINFO& record) {
     std::string text;
     for (const DWORD part : {record.dwFileVersionMS, record.dwFileVersionLS}) {
-        for (const WORD number : {HIWORD(part), LOWORD(part)})
-            text += (text.empty() ? "" : ".") + std::to_string(number);
+        for (const WORD number : {HIWORD(part), LOWORD(part)}) {
+            if (!text.empty()) text += '.';
+            text += std::to_string(number);
+        }
     }
     return text;
 }

@@ -17,8 +17,8 @@ std::string ScriptKey(std::string_view name) { return "META\\ServiceScripts\\" +
 class Writer {
   public:
     void Put(DWORD number) {
-        const auto* const bytes = reinterpret_cast<const BYTE*>(&number);
-        m_bytes.insert(m_bytes.end(), bytes, bytes + sizeof number);
+        m_bytes.resize(m_bytes.size() + sizeof number);
+        std::memcpy(&m_bytes[m_bytes.size() - sizeof number], &number, sizeof number);
     }
     void Put(const TransitionScript& script) {
         Put(script.error);

@@ -164,7 +164,7 @@ HANDLE CreateMutexA(LPSECURITY_ATTRIBUTES, BOOL owned, LPCSTR name) {
         return nullptr;
     }
     const std::string file =
-        isNamed ? mutexes::FileName(name) : "n" + std::to_string(getpid()) + '.' + std::to_string(++nameless);
+        isNamed ? mutexes::FileName(name) : 'n' + std::to_string(getpid()) + '.' + std::to_string(++nameless);
     bool isNew = false;
     const auto shared = mutexes::Open(file, isNew);
     if (!shared->IsUsable()) {

@@ -94,7 +94,7 @@ TEST_F(MachineFiles, ProfileWrittenByManyProcessesKeepsEveryKey) {
         if (child == 0) {
             bool succeeded = true;
             for (int key = 0; key < kKeys; ++key) {
-                const std::string name = "p" + std::to_string(process) + "k" + std::to_string(key);
+                const std::string name = 'p' + std::to_string(process) + 'k' + std::to_string(key);
                 succeeded &= WritePrivateProfileStringA("s", name.c_str(), "v", "C:\\TEST\\P.INI") != FALSE;
             }
             _exit(succeeded ? 0 : 1);

@@ -79,7 +79,7 @@ TEST_F(StoreTest, WritersOfSeveralProcessesLoseNothing) {
     for (int writer = 0; writer < 4; ++writer) {
         children.push_back(Start([writer] {
             for (DWORD i = 0; i < 300; ++i) {
-                if (SetNumberResult(i, "V" + std::to_string(writer) + "_" + std::to_string(i)) != 0) return 1;
+                if (SetNumberResult(i, 'V' + std::to_string(writer) + "_" + std::to_string(i)) != 0) return 1;
             }
             return 0;
         }));
@@ -88,7 +88,7 @@ TEST_F(StoreTest, WritersOfSeveralProcessesLoseNothing) {
     for (int writer = 0; writer < 4; ++writer) {
         for (DWORD i = 0; i < 300; ++i) {
             ASSERT_EQ(
-                GetNumber(HKEY_LOCAL_MACHINE, kKey, ("V" + std::to_string(writer) + "_" + std::to_string(i)).c_str()),
+                GetNumber(HKEY_LOCAL_MACHINE, kKey, ('V' + std::to_string(writer) + "_" + std::to_string(i)).c_str()),
                 i);
         }
     }
@@ -101,7 +101,7 @@ TEST_F(StoreTest, NothingReportedIsLostWhenAProcessIsKilled) {
     for (int round = 0; round < 40; ++round) {
         int pipes[2];
         ASSERT_EQ(pipe(pipes), 0);
-        const std::string prefix = "R" + std::to_string(round) + "_";
+        const std::string prefix = 'R' + std::to_string(round) + "_";
         const pid_t child = Start([&] {
             const std::string data(3000, 'x');
             for (DWORD i = 0;; ++i) {
@@ -211,7 +211,7 @@ TEST_F(StoreTest, FoldingDisturbsNobody) {
             const std::string data(60000, char('a' + writer));
             for (int i = 0; i < 200; ++i) {
                 SetText(HKEY_LOCAL_MACHINE, kKey, ("Big" + std::to_string(writer)).c_str(), data);
-                if (SetNumberResult(DWORD(i), "N" + std::to_string(writer) + "_" + std::to_string(i)) != 0) return 1;
+                if (SetNumberResult(DWORD(i), 'N' + std::to_string(writer) + "_" + std::to_string(i)) != 0) return 1;
             }
             return 0;
         }));
@@ -273,7 +273,7 @@ void MakeKeys(embedded::Store& store, int count) {
 }
 void MakeValues(embedded::Store& store, int count) {
     const embedded::Store::Lock lock(store);
-    for (int i = 0; i < count; ++i) store.WriteNumber("HKLM\\SOFTWARE\\InstalibTest", "V" + std::to_string(i), 1);
+    for (int i = 0; i < count; ++i) store.WriteNumber("HKLM\\SOFTWARE\\InstalibTest", 'V' + std::to_string(i), 1);
 }
 
 class StoreScaling : public StoreTest, public testing::WithParamInterface<Growth> {};

@@ -110,7 +110,7 @@ TEST_F(Registry, ValuesComeInOrderOfCreation) {
 }
 
 TEST_F(Registry, DeletingAtIndexZeroVisitsEverySubkey) {
-    for (int i = 0; i < 50; ++i) Create(m_key.Get(), "K" + std::to_string(i));
+    for (int i = 0; i < 50; ++i) Create(m_key.Get(), 'K' + std::to_string(i));
     char name[16] = "";
     int deleted = 0;
     for (DWORD size = sizeof name; RegEnumKeyExA(m_key.Get(), 0, name, &size, nullptr, nullptr, nullptr, nullptr) == 0;
