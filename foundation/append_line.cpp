@@ -17,6 +17,10 @@ bool MoveToEnd(HANDLE file, Position& end) {
     return end.low != INVALID_SET_FILE_POINTER || GetLastError() == NO_ERROR;
 }
 
+// A writer holds its range for the time of one write: half a second of refusals is somebody else's lock.
+constexpr int kMostRefusals = 50;
+constexpr DWORD kPause = 10;  // milliseconds
+
 // Holds a range of a file for its lifetime and keeps the last error when it gives it up.
 class RangeLock {
   public:
@@ -51,9 +55,14 @@ int AppendLine(const char* file, DWORD share, const char* bytes, DWORD count) no
     if (!handle) return 0;
     Position end;
     if (!MoveToEnd(handle.Get(), end)) return 0;
-    for (;;) {
+    for (int refusals = 0;;) {
         const RangeLock lock(handle.Get(), end, count);
-        if (lock.IsRefused()) return 0;
+        if (lock.IsRefused()) {
+            if (++refusals == kMostRefusals) return 0;
+            Sleep(kPause);
+            if (!MoveToEnd(handle.Get(), end)) return 0;
+            continue;
+        }
         // Another writer may have appended before the lock was ours: the lock follows the end.
         const Position locked = end;
         if (!MoveToEnd(handle.Get(), end)) return 0;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "foundation/wide_text.h"
 #include "machine/machine_facts.h"
 #include "platform/product_libraries.h"
 
@@ -17,7 +18,7 @@ class WideMachineName {
     explicit WideMachineName(const char* machine) {
         if (machine == nullptr || machine[0] == '\0') return;
         m_isLocal = false;
-        m_fits = MultiByteToWideChar(CP_ACP, MB_PRECOMPOSED, machine, -1, m_text, kMachineNameSize) != 0;
+        m_fits = ToWide(machine, m_text, kMachineNameSize) != 0;
     }
     bool Fits() const { return m_fits; }
     WCHAR* Get() { return m_isLocal ? nullptr : m_text; }

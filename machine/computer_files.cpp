@@ -52,16 +52,18 @@ CString WithBackSlash(const char* directory) {
     return TrimTailBackSlash(trimmed) < text.GetLength() ? text : text + '\\';
 }
 
-// Calls visit(entry) for what the search finds except "." and ".."; visit answers whether to go on.
+// Calls visit(entry) for what the search finds except "." and ".."; visit answers whether to go on. False, with the
+// last error, when what is there could not be told to the end.
 template <class Visit>
-void ForEachMatch(const Path& search, Visit visit) {
-    if (!search.Fits()) return;
+bool ForEachMatch(const Path& search, Visit visit) {
+    if (!search.Fits()) return false;
     WIN32_FIND_DATAA entry;
     const FindHandle find(FindFirstFileA(search.Get(), &entry));
-    if (!find) return;
+    if (!find) return GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND;
     do {
-        if (!IsDots(entry.cFileName) && !visit(entry)) return;
+        if (!IsDots(entry.cFileName) && !visit(entry)) return true;
     } while (FindNextFileA(find.Get(), &entry));
+    return GetLastError() == ERROR_NO_MORE_FILES;
 }
 
 // The same for a pattern in a directory with its backslash. One that was empty has no entries: it would be the root of
@@ -117,11 +119,12 @@ int CComputer::PathEmpty(const char* directory, const char* pattern) {
     if (text.IsEmpty()) return 1;
     int empty = 1;
     // No entry's path is formed here, so that the pattern may lead into a directory below.
-    ForEachMatch(Path(text, "", pattern == nullptr ? "*.*" : pattern), [&](const WIN32_FIND_DATAA&) {
+    const Path search(text, "", pattern == nullptr ? "*.*" : pattern);
+    const bool isListed = ForEachMatch(search, [&](const WIN32_FIND_DATAA&) {
         empty = 0;
         return false;
     });
-    return empty;
+    return isListed ? empty : 0;
 }
 
 int CComputer::DeleteFiles(const char* directory, const char* pattern) {

@@ -50,7 +50,13 @@ int CJobQueue::QueueExists() {
 
 int CJobQueue::DeleteQueue() {
     const CString path = GetPath();
-    return path.IsEmpty() ? 0 : CComputer::DeleteTree(path);
+    if (path.IsEmpty()) return 0;
+    // The look-up goes on to an older generation when the current one may not be read: its queue is not meant.
+    const CString current = CHalvRegistry::m_sKorvaultBaseKey + "\\" + CHalvRegistry::m_sPathSubKey;
+    RegistryKey key;
+    const LSTATUS status = RegOpenKeyExA(HKEY_LOCAL_MACHINE, current, 0, KEY_READ, key.Receive());
+    if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND) return FailWith(DWORD(status));
+    return CComputer::DeleteTree(path);
 }
 
 int CJobQueue::CreateQueue(const char* text) {

@@ -1,5 +1,7 @@
 #include "machine/machine_facts.h"
 
+#include "foundation/compare_names.h"
+
 namespace {
 
 bool GetLocalName(char (&name)[MAX_PATH]) noexcept {
@@ -11,12 +13,12 @@ bool GetLocalName(char (&name)[MAX_PATH]) noexcept {
 
 bool IsLocalName(const char* machine) noexcept {
     char local[MAX_PATH] = "";
-    return GetLocalName(local) && _stricmp(machine, local) == 0;
+    return GetLocalName(local) && SameName(machine, local);
 }
 
 bool NamesAnotherMachine(const char* machine) noexcept {
     char local[MAX_PATH] = "";
-    return machine != nullptr && machine[0] != '\0' && GetLocalName(local) && _stricmp(machine, local) != 0;
+    return machine != nullptr && machine[0] != '\0' && GetLocalName(local) && !SameName(machine, local);
 }
 
 RegistryKey ConnectLocalMachineOf(const char* machine) noexcept {

@@ -94,6 +94,7 @@ DWORD KSET_ZKBDecrypt(const BYTE* input, DWORD inputLength, BYTE* output, DWORD*
 
 DWORD KSET_ZKBEncrypt_NUMSTR(const char* input, DWORD inputLength, char* output, DWORD* outputLength) {
     if (output == nullptr || outputLength == nullptr) return ERROR_INVALID_PARAMETER;
+    if (input == nullptr && inputLength > 0) return ERROR_INVALID_PARAMETER;
     DWORD length = *outputLength;
     *outputLength = kLengthOfFailure;
     Scratch scratch(length);
@@ -107,6 +108,7 @@ DWORD KSET_ZKBEncrypt_NUMSTR(const char* input, DWORD inputLength, char* output,
 }
 
 DWORD KSET_ZKBDecrypt_NUMSTR(const char* input, DWORD inputLength, BYTE* output, DWORD* outputLength) {
+    if (output == nullptr || outputLength == nullptr) return ERROR_INVALID_PARAMETER;
     if (input == nullptr && inputLength > 0) return ERROR_INVALID_PARAMETER;
     Scratch scratch(inputLength);
     if (!scratch) return ERROR_NOT_ENOUGH_MEMORY;
@@ -118,21 +120,25 @@ DWORD KSET_ZKBDecrypt_NUMSTR(const char* input, DWORD inputLength, BYTE* output,
 }
 
 int ScramblePasswordText(const char* text, char* output) {
-    if (text == nullptr || text[0] == '\0') return 0;
+    if (text == nullptr || text[0] == '\0') return FailWith(ERROR_INVALID_PARAMETER);
     // The library may use the whole capacity, and each of its bytes becomes two characters.
     Scratch scrambled(2 * kScrambledTextCapacity + 1);
     DWORD length = kScrambledTextCapacity;
-    if (!scrambled || KSET_ZKBEncrypt_NUMSTR(text, DWORD(std::strlen(text)), scrambled.Text(), &length) != 0) return 0;
-    if (length > kScrambledTextCapacity) return 0;
+    if (!scrambled) return FailWith(ERROR_NOT_ENOUGH_MEMORY);
+    const DWORD status = KSET_ZKBEncrypt_NUMSTR(text, DWORD(std::strlen(text)), scrambled.Text(), &length);
+    if (status != 0) return FailWith(status);
+    if (length > kScrambledTextCapacity) return FailWith(ERROR_INSUFFICIENT_BUFFER);
     std::memcpy(output, scrambled.Text(), length);
     return 1;
 }
 
 int UnscramblePasswordText(const char* text, char* output) {
-    if (text == nullptr || text[0] == '\0') return 0;
+    if (text == nullptr || text[0] == '\0') return FailWith(ERROR_INVALID_PARAMETER);
     Scratch plain(kPlainTextCapacity);
     DWORD length = kPlainTextCapacity;
-    if (!plain || KSET_ZKBDecrypt_NUMSTR(text, DWORD(std::strlen(text)), plain.Bytes(), &length) != 0) return 0;
+    if (!plain) return FailWith(ERROR_NOT_ENOUGH_MEMORY);
+    const DWORD status = KSET_ZKBDecrypt_NUMSTR(text, DWORD(std::strlen(text)), plain.Bytes(), &length);
+    if (status != 0) return FailWith(status);
     std::memset(output, 0, kPlainTextCapacity);
     std::memcpy(output, plain.Bytes(), length);
     return 1;

@@ -11,7 +11,7 @@ namespace {
 // `path` emptied first when `all`, then removed below `parent`, in any hive.
 void DeleteCopy(HKEY hive, const CString& path, bool all, const CString& parent, const CString& leaf) {
     if (all) CHalvRegistry::DeleteSubKeys(hive, path);
-    Report(DeleteLeaf(hive, parent, leaf));
+    Outcome(DeleteLeaf(hive, parent, leaf));
 }
 
 // Under the current user, then below each entry of the profile list, which is treated like a user's hive.
@@ -19,11 +19,11 @@ template <class Delete>
 void ForEachUser(Delete deleteCopy) {
     deleteCopy(HKEY_CURRENT_USER);
     RegistryKey profiles;
-    if (!Report(Open(HKEY_LOCAL_MACHINE, CHalvRegistry::m_sProfileListKey, KEY_READ, profiles))) return;
+    if (!Outcome(Open(HKEY_LOCAL_MACHINE, CHalvRegistry::m_sProfileListKey, KEY_READ, profiles))) return;
     CString name;
     for (DWORD index = 0; SubkeyAt(profiles.Get(), index, name) == 0; ++index) {
         RegistryKey profile;
-        if (Report(Open(profiles.Get(), name, KEY_ALL_ACCESS, profile))) deleteCopy(profile.Get());
+        if (Outcome(Open(profiles.Get(), name, KEY_ALL_ACCESS, profile))) deleteCopy(profile.Get());
     }
 }
 
@@ -38,8 +38,8 @@ int CHalvRegistry::DeleteSubKeys(HKEY key, const char* path) {
         CString child;
         const LSTATUS status = SubkeyAt(opened.Get(), 0, child);
         if (status == ERROR_NO_MORE_ITEMS) return 1;
-        if (!Report(status) || !DeleteSubKeys(opened.Get(), child)) return 0;
-        if (!Report(RegDeleteKeyA(opened.Get(), child))) return 0;
+        if (!Outcome(status) || !DeleteSubKeys(opened.Get(), child)) return 0;
+        if (!Outcome(RegDeleteKeyA(opened.Get(), child))) return 0;
     }
 }
 
@@ -64,9 +64,9 @@ void CHalvRegistry::DeleteAlertBranch() { DeleteBranch(HKEY_LOCAL_MACHINE, famil
 void CHalvRegistry::DeleteOVITProductBranch() {
     const CString list = Join(family::Vendor(), kListOfProducts);
     const CString entry = Join(list, family::Name());
-    Report(DeleteValue(HKEY_LOCAL_MACHINE, entry, m_sDisplayName));
-    Report(DeleteValue(HKEY_LOCAL_MACHINE, entry, "ProductCode"));
-    Report(DeleteLeaf(HKEY_LOCAL_MACHINE, list, family::Name()));
+    Outcome(DeleteValue(HKEY_LOCAL_MACHINE, entry, m_sDisplayName));
+    Outcome(DeleteValue(HKEY_LOCAL_MACHINE, entry, "ProductCode"));
+    Outcome(DeleteLeaf(HKEY_LOCAL_MACHINE, list, family::Name()));
 }
 
 void CHalvRegistry::DeleteKorvaultUserBranches() {

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <vector>
 
+#include "foundation/compare_names.h"
 #include "registry/family_keys.h"
 
 using namespace registry;
@@ -19,7 +20,7 @@ struct AgentPath {
 
     explicit AgentPath(const CString& agent)
         : parent(agent.Left(agent.ReverseFind('\\'))), name(agent.Mid(agent.ReverseFind('\\') + 1)) {}
-    bool Names(const CString& key) const { return key.Find(name) >= 0; }
+    bool Names(const CString& key) const { return ContainsName(key, name); }
 };
 
 // The directory of the file, without its final backslash; empty when there is none.
@@ -70,11 +71,11 @@ int CHalvRegistry::GetDBAgentHomeDir(CString agent, char* dir, DWORD* size, int 
     if (path.name.IsEmpty()) return FailWith(ERROR_INVALID_PARAMETER);
     RegistryKey parent;
     RegistryKey found;
-    if (!Report(OpenAgents(OrLocalMachine(key), path.parent, current != 0, parent))) return 0;
-    if (!Report(FirstVariant(parent.Get(), path, found))) return 0;
+    if (!Outcome(OpenAgents(OrLocalMachine(key), path.parent, current != 0, parent))) return 0;
+    if (!Outcome(FirstVariant(parent.Get(), path, found))) return 0;
     const LSTATUS status = ReadText(found.Get(), kLibrary, dir, *size, size);
     if (status == ERROR_FILE_NOT_FOUND) return 1;
-    if (!Report(status)) return 0;
+    if (!Outcome(status)) return 0;
     CutToDirectory(dir);
     *size = static_cast<DWORD>(std::strlen(dir) + 1);
     return 1;
@@ -84,13 +85,13 @@ int CHalvRegistry::ExistOther_DBAgents(CString agent, int current, CString& dir)
     const AgentPath path(agent);
     if (path.name.IsEmpty()) return FailWith(ERROR_INVALID_PARAMETER);
     RegistryKey parent;
-    if (!Report(Open(HKEY_LOCAL_MACHINE, ParentOf(path, current), KEY_ALL_ACCESS, parent))) return 0;
+    if (!Outcome(Open(HKEY_LOCAL_MACHINE, ParentOf(path, current), KEY_ALL_ACCESS, parent))) return 0;
     CString name;
     for (DWORD index = 0;; ++index) {
         const LSTATUS status = SubkeyAt(parent.Get(), index, name);
         if (status == ERROR_NO_MORE_ITEMS) return 0;
-        if (!Report(status)) return 0;
-        if (!path.Names(name) && name != kExchange2) break;
+        if (!Outcome(status)) return 0;
+        if (!path.Names(name) && !SameName(name, kExchange2)) break;
     }
     // The agent is there even when its directory cannot be told: its shared files must stay.
     char library[MAX_PATH + 1] = "";
@@ -106,7 +107,7 @@ void CHalvRegistry::DeleteAgentSubKeys(CString agent, int current) {
     RegistryKey parent;
     // Every key contains an empty name.
     if (path.name.IsEmpty()) return;
-    if (!Report(Open(HKEY_LOCAL_MACHINE, ParentOf(path, current), KEY_ALL_ACCESS, parent))) return;
+    if (!Outcome(Open(HKEY_LOCAL_MACHINE, ParentOf(path, current), KEY_ALL_ACCESS, parent))) return;
     std::vector<CString> names;
     CString name;
     for (DWORD index = 0; SubkeyAt(parent.Get(), index, name) == 0; ++index) {
@@ -114,42 +115,10 @@ void CHalvRegistry::DeleteAgentSubKeys(CString agent, int current) {
     }
     const auto remove = [&](const char* child) {
         DeleteSubKeys(parent.Get(), child);
-        Report(RegDeleteKeyA(parent.Get(), child));
+        Outcome(RegDeleteKeyA(parent.Get(), child));
     };
     for (const CString& variant : names) {
         remove(variant);
-        if (variant.CompareNoCase(kExchange2) == 0) remove(kExchange);
+        if (SameName(variant, kExchange2)) remove(kExchange);
     }
-}
-
-void CHalvRegistry::CreateOldProdDscrpt() {
-    RegistryKey source;
-    if (Open(HKEY_LOCAL_MACHINE, kDirectoryAgentProductsKey, KEY_ALL_ACCESS, source) != 0 &&
-        !Report(Open(HKEY_LOCAL_MACHINE, m_sOldProductsKey, KEY_ALL_ACCESS, source))) {
-        return;
-    }
-    tagProductStruct record{};
-    if (!Report(ReadRecord(source.Get(), m_Settings.Product(), &record))) return;
-    RegistryKey kept;
-    if (Open(HKEY_LOCAL_MACHINE, kOldAgentsKey, KEY_ALL_ACCESS, kept) != 0 &&
-        !Report(Create(HKEY_LOCAL_MACHINE, kOldAgentsKey, kept))) {
-        return;
-    }
-    Report(SetRecord(kept.Get(), m_Settings.Product(), record));
-}
-
-void CHalvRegistry::DeleteOldProdDscrpt() {
-    DWORD left = 0;
-    {
-        RegistryKey kept;
-        tagProductStruct record{};
-        if (!Report(Open(HKEY_LOCAL_MACHINE, kOldAgentsKey, KEY_ALL_ACCESS, kept))) return;
-        if (!Report(ReadRecord(kept.Get(), m_Settings.Product(), &record))) return;
-        if (!Report(RegDeleteValueA(kept.Get(), m_Settings.Product()))) return;
-        if (!Report(RegQueryInfoKeyA(kept.Get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &left, nullptr,
-                                     nullptr, nullptr, nullptr))) {
-            return;
-        }
-    }
-    if (left == 0) Report(DeleteLeaf(HKEY_LOCAL_MACHINE, m_sOldKorvaultITKey, kOldAgents));
 }

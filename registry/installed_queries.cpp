@@ -1,9 +1,6 @@
-// What is installed: components, features, neighbouring products, the alert service's build.
-#include <cstdlib>
-
+// What is installed: components, features, neighbouring products.
 #include "instalib/path.h"
 #include "platform/product_libraries.h"
-#include "registry/alert_library.h"
 #include "registry/family_keys.h"
 
 using namespace registry;
@@ -20,7 +17,6 @@ constexpr KeyPath kComponents[] = {
     {&kEnterpriseBaseKey, &Halv::m_sComponentsSubKey},
     {&Halv::m_sKorvaultBaseKey, &Halv::m_sComponentsSubKey, View::Wow32},
 };
-constexpr KeyPath kAlertKeys[] = {{&Halv::m_sAlertKey}, {&kFormerAlertKey}};
 
 // The feature's editions, as entries of the list of installed programs.
 constexpr const char* kSponsorEntries[] = {
@@ -50,7 +46,7 @@ int ComponentInstalled(HKEY root, const char* component) {
     int installed = 0;
     const LSTATUS status =
         Search(root, kComponents, [&](HKEY key) { return ReadComponent(key, component, &installed); });
-    return Report(status) ? installed : 0;
+    return Outcome(status) ? installed : 0;
 }
 
 bool WindowsInstallerKnows(const char* productCode) {
@@ -60,42 +56,23 @@ bool WindowsInstallerKnows(const char* productCode) {
     return query != nullptr && query(productCode) == kInstalledState;
 }
 
-// Only the first of the two keys that opens is asked.
-int AlertBuild(HKEY root, WORD* build) {
-    char text[256] = "";
-    const auto read = [&](HKEY key) { return ReadText(key, Halv::m_sCurrentBuildNumber, text); };
-    if (!Report(Search(root, kAlertKeys, read, Continue::WhenNotOpened))) return 0;
-    *build = static_cast<WORD>(std::strtol(text, nullptr, 10));
-    return 1;
-}
-
 }  // namespace
-
-CString registry::InstalledAlertBuild(const char* directory) {
-    const LoadedLibrary library(LoadLibraryA(CString(directory) + product::kAlertVersionLibrary));
-    auto* const function = product::EntryPoint<product::GetAlertBuildText>(library.Get(), "AlGetBuildNumberA");
-    // The entry point takes no size: what it may fill is far beyond a build number.
-    char text[1024 + 1] = "";
-    if (function != nullptr) function(text);
-    text[1024] = '\0';
-    return text;
-}
 
 int CHalvRegistry::IsKorvaultComponentInstalled(const char* component, HKEY key) {
     return ComponentInstalled(OrLocalMachine(key), component);
 }
 
 // Query, value name.
-#define COMPONENT_QUERY(Query, value)                                                             \
-    int CHalvRegistry::Query(HKEY key) { return ComponentInstalled(OrLocalMachine(key), value); } \
-    int CHalvRegistry::Query() { return ComponentInstalled(m_hKey, value); }
-COMPONENT_QUERY(IsKorvaultServerInstalled, m_sServer)
-COMPONENT_QUERY(IsKorvaultManagerInstalled, m_sManager)
-COMPONENT_QUERY(IsKorvaultAdminInstalled, m_sAdmin)
-COMPONENT_QUERY(IsKorvaultSponsorInstalled, m_sSponsor)
-COMPONENT_QUERY(IsKorvaultCPMInstalled, m_sCPManager)
-COMPONENT_QUERY(IsDRWizInstalled, m_sDRWiz)
-COMPONENT_QUERY(IsSANWizInstalled, m_sSANWiz)
+#define COMPONENT_QUERY(Query, value)                                              \
+    int Query(HKEY key) { return ComponentInstalled(OrLocalMachine(key), value); } \
+    int Query() { return ComponentInstalled(m_hKey, value); }
+COMPONENT_QUERY(CHalvRegistry::IsKorvaultServerInstalled, m_sServer)
+COMPONENT_QUERY(CHalvRegistry::IsKorvaultManagerInstalled, m_sManager)
+COMPONENT_QUERY(CHalvRegistry::IsKorvaultAdminInstalled, m_sAdmin)
+COMPONENT_QUERY(CHalvRegistry::IsKorvaultSponsorInstalled, m_sSponsor)
+COMPONENT_QUERY(CHalvRegistry::IsKorvaultCPMInstalled, m_sCPManager)
+COMPONENT_QUERY(CHalvRegistry::IsDRWizInstalled, m_sDRWiz)
+COMPONENT_QUERY(CHalvRegistry::IsSANWizInstalled, m_sSANWiz)
 #undef COMPONENT_QUERY
 
 int CHalvRegistry::IsKorvaultFeatureSponsorInstalled(HKEY key) {
@@ -106,7 +83,7 @@ int CHalvRegistry::IsKorvaultFeatureSponsorInstalled(HKEY key) {
         if (status == 0) return 1;
     }
     if (key == HKEY_LOCAL_MACHINE && WindowsInstallerKnows(kSponsorProductCode)) return 1;
-    return Report(status);
+    return Outcome(status);
 }
 
 int CHalvRegistry::IsKorvaultFeatureSponsorInstalled() { return IsKorvaultFeatureSponsorInstalled(m_hKey); }
@@ -124,15 +101,4 @@ int CHalvRegistry::PhagrixExists(HKEY) {
         if (_stricmp(found.cFileName, "KORVAULT.ALT") != 0) return 1;
     } while (FindNextFileA(find.Get(), &found));
     return 0;
-}
-
-int CHalvRegistry::GetAlertBuildNumber(WORD* build, HKEY key) {
-    if (build == nullptr) return FailWith(ERROR_INVALID_PARAMETER);
-    *build = 0;
-    return AlertBuild(OrLocalMachine(key), build);
-}
-
-DWORD CHalvRegistry::GetAlertBuildNumber() {
-    AlertBuild(m_hKey, &m_wAlertBuild);
-    return m_wAlertBuild;
 }

@@ -1,4 +1,5 @@
 // The access list of a registry key that the caller has opened.
+#include "foundation/well_known_sid.h"
 #include "registry/family_keys.h"
 
 using namespace registry;
@@ -6,25 +7,16 @@ using namespace registry;
 namespace {
 
 struct Grant {
-    SID_IDENTIFIER_AUTHORITY authority;
-    BYTE depth;
-    DWORD first;
-    DWORD second;
-    TRUSTEE_TYPE type;
+    DWORD builtinGroup;  // 0: everyone
     DWORD rights;
 };
 
 constexpr Grant kGrants[] = {
-    {SECURITY_WORLD_SID_AUTHORITY, 1, SECURITY_WORLD_RID, 0, TRUSTEE_IS_WELL_KNOWN_GROUP, KEY_READ},
-    {SECURITY_NT_AUTHORITY, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_BACKUP_OPS, TRUSTEE_IS_GROUP,
-     KEY_ALL_ACCESS},
-    {SECURITY_NT_AUTHORITY, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, TRUSTEE_IS_GROUP, KEY_ALL_ACCESS},
+    {0, KEY_READ},
+    {DOMAIN_ALIAS_RID_BACKUP_OPS, KEY_ALL_ACCESS},
+    {DOMAIN_ALIAS_RID_ADMINS, KEY_ALL_ACCESS},
 };
 constexpr DWORD kInherited = 3;  // OBJECT_INHERIT_ACE and CONTAINER_INHERIT_ACE (winnt.h)
-
-bool MakeSid(SID_IDENTIFIER_AUTHORITY authority, BYTE depth, DWORD first, DWORD second, AllocatedSid& sid) {
-    return AllocateAndInitializeSid(&authority, depth, first, second, 0, 0, 0, 0, 0, 0, sid.Receive()) != 0;
-}
 
 TRUSTEE_A TrusteeOf(const AllocatedSid& sid, TRUSTEE_TYPE type) {
     TRUSTEE_A trustee{};
@@ -42,18 +34,20 @@ int CHalvRegistry::AddAccessPermissionOnRegistryKey(HKEY key, int view32) {
     EXPLICIT_ACCESS_A entries[std::size(kGrants)] = {};
     for (std::size_t i = 0; i < std::size(kGrants); ++i) {
         const Grant& grant = kGrants[i];
-        if (!MakeSid(grant.authority, grant.depth, grant.first, grant.second, sids[i])) return 0;
+        sids[i] = grant.builtinGroup == 0 ? EveryoneSid() : BuiltinSid(grant.builtinGroup);
+        if (!sids[i]) return 0;
         entries[i].grfAccessPermissions = grant.rights;
         entries[i].grfAccessMode = GRANT_ACCESS;
         entries[i].grfInheritance = kInherited;
-        entries[i].Trustee = TrusteeOf(sids[i], grant.type);
+        entries[i].Trustee =
+            TrusteeOf(sids[i], grant.builtinGroup == 0 ? TRUSTEE_IS_WELL_KNOWN_GROUP : TRUSTEE_IS_GROUP);
     }
     PACL list = nullptr;
-    if (!Report(LSTATUS(SetEntriesInAclA(ULONG(std::size(entries)), entries, nullptr, &list)))) return 0;
+    if (!Outcome(LSTATUS(SetEntriesInAclA(ULONG(std::size(entries)), entries, nullptr, &list)))) return 0;
     const LocalBuffer owner(list);
-    return Report(LSTATUS(SetSecurityInfo(key, view32 != 0 ? SE_REGISTRY_WOW64_32KEY : SE_REGISTRY_KEY,
-                                          DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr,
-                                          nullptr, list, nullptr)));
+    return Outcome(LSTATUS(SetSecurityInfo(key, view32 != 0 ? SE_REGISTRY_WOW64_32KEY : SE_REGISTRY_KEY,
+                                           DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr,
+                                           nullptr, list, nullptr)));
 }
 
 int CHalvRegistry::GetBuiltinDomainAccessMaskOnKey(HKEY key, DWORD rid, DWORD& mask) {
@@ -61,16 +55,16 @@ int CHalvRegistry::GetBuiltinDomainAccessMaskOnKey(HKEY key, DWORD rid, DWORD& m
     mask = 0;
     PACL list = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
-    if (!Report(LSTATUS(GetSecurityInfo(key, SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list,
-                                        nullptr, &descriptor)))) {
+    if (!Outcome(LSTATUS(GetSecurityInfo(key, SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list,
+                                         nullptr, &descriptor)))) {
         return 0;
     }
     const LocalBuffer owner(descriptor);
-    AllocatedSid sid;
-    if (!MakeSid(SECURITY_NT_AUTHORITY, 2, SECURITY_BUILTIN_DOMAIN_RID, rid, sid)) return 0;
+    const AllocatedSid sid = BuiltinSid(rid);
+    if (!sid) return 0;
     TRUSTEE_A trustee = TrusteeOf(sid, TRUSTEE_IS_GROUP);
     ACCESS_MASK rights = 0;
-    if (!Report(LSTATUS(GetEffectiveRightsFromAclA(list, &trustee, &rights)))) return 0;
+    if (!Outcome(LSTATUS(GetEffectiveRightsFromAclA(list, &trustee, &rights)))) return 0;
     mask = rights;
     return 1;
 }

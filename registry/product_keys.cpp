@@ -13,7 +13,7 @@ CString WithoutLeadingBackslashes(const CString& path) {
 
 int AddBelow(const CString& root, const CString& sub) {
     RegistryKey key;
-    return Report(Create(HKEY_LOCAL_MACHINE, Join(root, sub), key));
+    return Outcome(Create(HKEY_LOCAL_MACHINE, Join(root, sub), key));
 }
 
 // An empty name would empty and remove the root itself, which other products may share.
@@ -22,15 +22,15 @@ int DeleteBelow(const CString& root, const CString& sub) {
     if (name.IsEmpty()) return FailWith(ERROR_INVALID_PARAMETER);
     CHalvRegistry::DeleteSubKeys(HKEY_LOCAL_MACHINE, Join(root, name));
     RegistryKey key;
-    if (!Report(Open(HKEY_LOCAL_MACHINE, root, KEY_ALL_ACCESS, key))) return 0;
-    Report(RegDeleteKeyA(key.Get(), name));
+    if (!Outcome(Open(HKEY_LOCAL_MACHINE, root, KEY_ALL_ACCESS, key))) return 0;
+    Outcome(RegDeleteKeyA(key.Get(), name));
     return 1;
 }
 
 int SetBelow(const CString& path, const char* name, DWORD type, const BYTE* data, DWORD size) {
     RegistryKey key;
     const LSTATUS status = Open(HKEY_LOCAL_MACHINE, path, KEY_ALL_ACCESS, key);
-    return Report(status != 0 ? status : RegSetValueExA(key.Get(), name, 0, type, data, size));
+    return Outcome(status != 0 ? status : RegSetValueExA(key.Get(), name, 0, type, data, size));
 }
 
 LSTATUS QueryBelow(HKEY root, const CString& path, const char* name, DWORD* type, BYTE* data, DWORD* size) {
@@ -50,7 +50,7 @@ void CHalvRegistry::DeleteHalvenorKey(CString sub) { DeleteBelow(family::Vendor(
 void CHalvRegistry::DeleteKorvaultKey(CString sub) { DeleteBelow(family::Root(), sub); }
 
 void CHalvRegistry::DeleteOldKorvaultKey(CString sub) {
-    if (DeleteBelow(m_sOldHalvenorKey, sub)) Report(DeleteLeaf(HKEY_LOCAL_MACHINE, m_sSoftwareKey, "Halvenor"));
+    if (DeleteBelow(m_sOldHalvenorKey, sub)) Outcome(DeleteLeaf(HKEY_LOCAL_MACHINE, m_sSoftwareKey, "Halvenor"));
 }
 
 int CHalvRegistry::SetHalvenorKeyValue(CString sub, CString name, DWORD type, BYTE* data, DWORD size) {
@@ -66,9 +66,9 @@ int CHalvRegistry::QueryHalvenorKeyValue(CString sub, CString name, DWORD* type,
     const DWORD capacity = size != nullptr ? *size : 0;
     if (QueryBelow(root, Join(family::Vendor(), sub), name, type, data, size) == 0) return 1;
     if (size != nullptr) *size = capacity;
-    return Report(QueryBelow(root, Join(m_sOldHalvenorKey, sub), name, type, data, size));
+    return Outcome(QueryBelow(root, Join(m_sOldHalvenorKey, sub), name, type, data, size));
 }
 
 int CHalvRegistry::QueryKorvaultKeyValue(CString sub, CString name, DWORD* type, BYTE* data, DWORD* size, HKEY key) {
-    return Report(QueryBelow(OrLocalMachine(key), Join(family::Root(), sub), name, type, data, size));
+    return Outcome(QueryBelow(OrLocalMachine(key), Join(family::Root(), sub), name, type, data, size));
 }

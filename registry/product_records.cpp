@@ -52,7 +52,7 @@ int StoreRecord(const CString& path, const char* name, const tagProductStruct* r
     if (name == nullptr || record == nullptr) return FailWith(ERROR_INVALID_PARAMETER);
     RegistryKey key;
     const LSTATUS status = Create(HKEY_LOCAL_MACHINE, path, key);
-    return Report(status != 0 ? status : SetRecord(key.Get(), name, *record));
+    return Outcome(status != 0 ? status : SetRecord(key.Get(), name, *record));
 }
 
 // With its last value a products key goes too.
@@ -60,13 +60,13 @@ void DropRecord(const CString& products, const CString& parent, const char* name
     if (name == nullptr) return SetLastError(ERROR_INVALID_PARAMETER);
     {
         RegistryKey key;
-        if (!Report(Open(HKEY_LOCAL_MACHINE, products, KEY_ALL_ACCESS, key))) return;
-        Report(RegDeleteValueA(key.Get(), name));
+        if (!Outcome(Open(HKEY_LOCAL_MACHINE, products, KEY_ALL_ACCESS, key))) return;
+        Outcome(RegDeleteValueA(key.Get(), name));
         char left[256] = "";
         DWORD size = sizeof left;
         if (RegEnumValueA(key.Get(), 0, left, &size, nullptr, nullptr, nullptr, nullptr) != ERROR_NO_MORE_ITEMS) return;
     }
-    Report(DeleteLeaf(HKEY_LOCAL_MACHINE, parent, Halv::m_sProducts));
+    Outcome(DeleteLeaf(HKEY_LOCAL_MACHINE, parent, Halv::m_sProducts));
 }
 
 // A null handle here is one that an object kept from a failed connection: it opens nothing.
@@ -76,7 +76,7 @@ int FindRecord(HKEY root, std::span<const KeyPath> first, std::span<const KeyPat
     const auto read = [&](HKEY key) { return ReadRecord(key, name, record); };
     const bool remote64 = !machine.IsEmpty() && IsRemote_64Bit_System(machine) != 0;
     if (remote64 && Search(root, first, read) == 0) return 1;
-    return Report(Search(root, then, read));
+    return Outcome(Search(root, then, read));
 }
 
 int FindMainProduct(HKEY root, tagProductStruct* record) {
@@ -86,7 +86,7 @@ int FindMainProduct(HKEY root, tagProductStruct* record) {
         status = Search(root, {&place.key, 1}, [&](HKEY key) { return ReadRecord(key, *place.name, record); });
         if (status == 0) return 1;
     }
-    return Report(status);
+    return Outcome(status);
 }
 
 // A getter's way: the field of the record when there is one, else what the cache holds.
@@ -168,31 +168,31 @@ int CHalvRegistry::IsProductInstalled_QMC(const char* name, HKEY key) {
 
 // Result type, getter, field, cache.
 #define MAIN_PRODUCT_FIELD(Type, Getter, field, cache)      \
-    Type CHalvRegistry::Getter() {                          \
+    Type Getter() {                                         \
         tagProductStruct record{};                          \
         const int found = FindMainProduct(m_hKey, &record); \
         return Cached(found, record.field, cache);          \
     }
-MAIN_PRODUCT_FIELD(DWORD, GetKorvaultUserLevel, dwUserLevel, m_dwUserLevel)
-MAIN_PRODUCT_FIELD(DWORD, GetKorvaultProductCode, dwProductCode, m_dwProductCode)
-MAIN_PRODUCT_FIELD(WORD, GetKorvaultVersionNumber, wVersion, m_wVersion)
-MAIN_PRODUCT_FIELD(WORD, GetKorvaultBuildNumber, wBuild, m_wBuild)
-MAIN_PRODUCT_FIELD(char, GetKorvaultSubType, cSubType, m_cSubType)
+MAIN_PRODUCT_FIELD(DWORD, CHalvRegistry::GetKorvaultUserLevel, dwUserLevel, m_dwUserLevel)
+MAIN_PRODUCT_FIELD(DWORD, CHalvRegistry::GetKorvaultProductCode, dwProductCode, m_dwProductCode)
+MAIN_PRODUCT_FIELD(WORD, CHalvRegistry::GetKorvaultVersionNumber, wVersion, m_wVersion)
+MAIN_PRODUCT_FIELD(WORD, CHalvRegistry::GetKorvaultBuildNumber, wBuild, m_wBuild)
+MAIN_PRODUCT_FIELD(char, CHalvRegistry::GetKorvaultSubType, cSubType, m_cSubType)
 #undef MAIN_PRODUCT_FIELD
 
 // Result type, getter, look-up, field, cache.
 #define NAMED_PRODUCT_FIELD(Type, Getter, LookUp, field, cache) \
-    Type CHalvRegistry::Getter(const char* name) {              \
+    Type Getter(const char* name) {                             \
         tagProductStruct record{};                              \
         const int found = LookUp(name, &record, m_hKey);        \
         return Cached(found, record.field, cache);              \
     }
-NAMED_PRODUCT_FIELD(DWORD, GetProductCode, GetProductInfo, dwProductCode, m_dwNamedProductCode)
-NAMED_PRODUCT_FIELD(WORD, GetVersionNumber, GetProductInfo, wVersion, m_wNamedVersion)
-NAMED_PRODUCT_FIELD(WORD, GetVersionNumber_QMC, GetProductInfo_QMC, wVersion, m_wNamedVersion)
-NAMED_PRODUCT_FIELD(WORD, GetBuildNumber, GetProductInfo, wBuild, m_wNamedBuild)
-NAMED_PRODUCT_FIELD(WORD, GetBuildNumber_QMC, GetProductInfo_QMC, wBuild, m_wNamedBuild)
-NAMED_PRODUCT_FIELD(char, GetSubType, GetProductInfo, cSubType, m_cNamedSubType)
+NAMED_PRODUCT_FIELD(DWORD, CHalvRegistry::GetProductCode, GetProductInfo, dwProductCode, m_dwNamedProductCode)
+NAMED_PRODUCT_FIELD(WORD, CHalvRegistry::GetVersionNumber, GetProductInfo, wVersion, m_wNamedVersion)
+NAMED_PRODUCT_FIELD(WORD, CHalvRegistry::GetVersionNumber_QMC, GetProductInfo_QMC, wVersion, m_wNamedVersion)
+NAMED_PRODUCT_FIELD(WORD, CHalvRegistry::GetBuildNumber, GetProductInfo, wBuild, m_wNamedBuild)
+NAMED_PRODUCT_FIELD(WORD, CHalvRegistry::GetBuildNumber_QMC, GetProductInfo_QMC, wBuild, m_wNamedBuild)
+NAMED_PRODUCT_FIELD(char, CHalvRegistry::GetSubType, GetProductInfo, cSubType, m_cNamedSubType)
 #undef NAMED_PRODUCT_FIELD
 
 int CHalvRegistry::AllowProductUpdate(const char* name, const char* key) {
@@ -216,8 +216,8 @@ int CHalvRegistry::SetOVITProduct() {
     const CString entry = Join(kListOfProducts, family::Name());
     AddHalvenorKey(entry);
     RegistryKey key;
-    if (!Report(Open(HKEY_LOCAL_MACHINE, Join(family::Vendor(), entry), KEY_ALL_ACCESS, key))) return 1;
-    Report(SetUnterminated(key.Get(), m_sDisplayName, REG_SZ, family::Name()));
-    Report(SetUnterminated(key.Get(), "ProductCode", REG_SZ, m_Settings.ComponentCode()));
+    if (!Outcome(Open(HKEY_LOCAL_MACHINE, Join(family::Vendor(), entry), KEY_ALL_ACCESS, key))) return 1;
+    Outcome(SetUnterminated(key.Get(), m_sDisplayName, REG_SZ, family::Name()));
+    Outcome(SetUnterminated(key.Get(), "ProductCode", REG_SZ, m_Settings.ComponentCode()));
     return 1;
 }

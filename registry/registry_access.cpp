@@ -1,6 +1,8 @@
 #include "registry/registry_access.h"
 
 #include <cstring>
+#include <memory>
+#include <new>
 
 #include "instalib/registry.h"
 
@@ -17,9 +19,15 @@ LSTATUS Query(HKEY key, const char* name, DWORD* type, void* data, DWORD* size) 
     return RegQueryValueExA(key, name, nullptr, type, static_cast<BYTE*>(data), size);
 }
 
+// Whether the value of this size has its terminator; one that cannot be asked counts as one without.
+bool EndsInZero(HKEY key, const char* name, DWORD size) {
+    const std::unique_ptr<char[]> text(new (std::nothrow) char[size]);
+    return text != nullptr && Query(key, name, nullptr, text.get(), &size) == 0 && size != 0 && text[size - 1] == '\0';
+}
+
 }  // namespace
 
-int Report(LSTATUS status) { return status == 0 ? 1 : FailWith(DWORD(status)); }
+int Outcome(LSTATUS status) { return status == 0 ? 1 : FailWith(DWORD(status)); }
 
 LSTATUS Open(HKEY root, const char* path, REGSAM access, RegistryKey& key) {
     return RegOpenKeyExA(root, path, 0, access, key.Receive());
@@ -50,6 +58,7 @@ LSTATUS ReadText(HKEY key, const char* name, char* buffer, DWORD capacity, DWORD
     DWORD bytes = capacity;
     LSTATUS status = Query(key, name, &type, buffer, &bytes);
     if (status == 0 && type != REG_SZ && type != REG_EXPAND_SZ) status = ERROR_INVALID_DATA;
+    if (status == ERROR_MORE_DATA && !EndsInZero(key, name, bytes)) ++bytes;
     if (status == 0 && (bytes == 0 || buffer[bytes - 1] != '\0')) {
         if (bytes < capacity) {
             buffer[bytes] = '\0';
@@ -100,7 +109,7 @@ LSTATUS DeleteLeaf(HKEY root, const char* path, const char* leaf) {
 
 void DeleteBranch(HKEY root, const CString& path, const CString& leaf) {
     CHalvRegistry::DeleteSubKeys(root, Join(path, leaf));
-    Report(DeleteLeaf(root, path, leaf));
+    Outcome(DeleteLeaf(root, path, leaf));
 }
 
 LSTATUS SubkeyAt(HKEY key, DWORD index, CString& name) {

@@ -1,5 +1,5 @@
 // Single keys and values, as every operation of CHalvRegistry needs them. Inner functions answer the Windows error code
-// of the call that failed, 0 for success; Report turns it into an operation's result at the very end, so that an
+// of the call that failed, 0 for success; Outcome turns it into an operation's result at the very end, so that an
 // operation's error survives whatever happens after it.
 #ifndef INSTALIB_REGISTRY_REGISTRY_ACCESS_H
 #define INSTALIB_REGISTRY_REGISTRY_ACCESS_H
@@ -11,7 +11,7 @@
 namespace registry {
 
 // 1 for status 0; otherwise 0, with the status as the thread's last error.
-int Report(LSTATUS status);
+int Outcome(LSTATUS status);
 
 // The handle that a static operation reads through.
 inline HKEY OrLocalMachine(HKEY key) { return key != nullptr ? key : HKEY_LOCAL_MACHINE; }

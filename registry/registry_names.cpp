@@ -1,7 +1,7 @@
 // The texts of the class and their accessors.
 #include "instalib/registry.h"
 
-#define HALV_TEXT(member, text) const CString CHalvRegistry::member = text;
+#define HALV_TEXT(member, text) const CString member = text;
 #include "registry/registry_names.def"
 #undef HALV_TEXT
 

@@ -1,4 +1,5 @@
 // Construction, connection and copies of the registry object.
+#include "foundation/compare_names.h"
 #include "instalib/path.h"
 #include "instalib/registry.h"
 #include "platform/product_libraries.h"
@@ -53,7 +54,7 @@ bool IsAnotherMachine(const char* machine) {
     char local[16] = "";
     DWORD size = sizeof local;
     if (!GetComputerNameA(local, &size)) return false;
-    return machine != nullptr && *machine != '\0' && _stricmp(machine, local) != 0;
+    return machine != nullptr && *machine != '\0' && !SameName(machine, local);
 }
 
 }  // namespace
@@ -116,7 +117,7 @@ void CHalvRegistry::Construct(char* machine, int bLoad) {
 void CHalvRegistry::Connect() {
     m_hKey = nullptr;
     RegistryKey remote;
-    if (registry::Report(RegConnectRegistryA(m_sMachine, HKEY_LOCAL_MACHINE, remote.Receive())))
+    if (registry::Outcome(RegConnectRegistryA(m_sMachine, HKEY_LOCAL_MACHINE, remote.Receive())))
         m_hKey = remote.Release();
 }
 

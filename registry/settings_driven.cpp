@@ -45,7 +45,7 @@ int LocalDateOf(const char* path, CString& text) {
 }  // namespace
 
 #define DRIVEN(Operation, Writer, argument) \
-    int CHalvRegistry::Operation() { return MayWrite() ? Writer(argument) : 0; }
+    int Operation() { return MayWrite() ? Writer(argument) : 0; }
 #include "registry/settings_driven.def"
 #undef DRIVEN
 
@@ -66,6 +66,10 @@ int CHalvRegistry::CreateSystemAccount() {
     auto* const setAccount = product::EntryPoint<product::SetUserAccount>(library.Get(), "HstSetUserAccountA");
     if (setAccount == nullptr) return 0;
     AccountRequest request(m_Settings);
+    if (!request.Fits()) {
+        LogLine(m_Settings.LogFile(), "\tFailed to add a user account: a name or the password is longer than 63 bytes");
+        return FailWith(ERROR_INVALID_PARAMETER);
+    }
     if (LOWORD(setAccount(request.server, &request.account)) != 0) return 1;
     LogLine(m_Settings.LogFile(), "\tFailed to add a user account");
     return 0;
@@ -82,7 +86,10 @@ int CHalvRegistry::SetKorvaultDatabase() {
 
 int CHalvRegistry::SetKorvaultEnvironmentVariables() {
     if (!MayWrite()) return 0;
-    return SetEnvironmentVariableA("LNNAME", "KORVAULT") && SetEnvironmentVariableA("RNNAME", CComputer().Name());
+    const CComputer local;
+    // A name that cannot be told must not become an empty one.
+    if (*local.Name() == '\0') return 0;
+    return SetEnvironmentVariableA("LNNAME", "KORVAULT") && SetEnvironmentVariableA("RNNAME", local.Name());
 }
 
 int CHalvRegistry::SetAlertCurrentBuild() {

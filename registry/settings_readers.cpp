@@ -37,8 +37,16 @@ int FindText(HKEY root, std::span<const KeyPath> places, const char* name, Conti
     // Each place gets the whole buffer again, whatever the one before needed.
     const DWORD capacity = *size;
     if (capacity != 0) buffer[0] = '\0';
-    const auto read = [&](HKEY key) { return ReadText(key, name, buffer, capacity, size); };
-    return Report(Search(root, places, read, rule));
+    DWORD tooLong = 0;  // what the first value that did not fit needs
+    const auto read = [&](HKEY key) {
+        const LSTATUS status = ReadText(key, name, buffer, capacity, size);
+        if (status == ERROR_MORE_DATA && tooLong == 0) tooLong = *size;
+        return status;
+    };
+    const LSTATUS status = Search(root, places, read, rule);
+    if (status == 0 || tooLong == 0) return Outcome(status);
+    *size = tooLong;
+    return Outcome(ERROR_MORE_DATA);
 }
 
 const char* CacheText(HKEY root, std::span<const KeyPath> places, const char* name, Continue rule, CString& cache) {
@@ -51,10 +59,10 @@ const char* CacheText(HKEY root, std::span<const KeyPath> places, const char* na
 }  // namespace
 
 #define READS(Reader, CachedForm, cache, places, value, rule)                              \
-    int CHalvRegistry::Reader(char* buffer, DWORD* size, HKEY key) {                       \
+    int Reader(char* buffer, DWORD* size, HKEY key) {                                      \
         return FindText(OrLocalMachine(key), places, value, Continue::rule, buffer, size); \
     }                                                                                      \
-    const char* CHalvRegistry::CachedForm() { return CacheText(m_hKey, places, value, Continue::rule, cache); }
+    const char* CachedForm() { return CacheText(m_hKey, places, value, Continue::rule, cache); }
 #include "registry/settings_readers.def"
 #undef READS
 

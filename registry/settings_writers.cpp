@@ -7,7 +7,7 @@ namespace {
 
 template <class Value>
 int WriteBelow(const KeyPath& place, const char* name, Value value) {
-    return Report(WriteValue(place.Text(), name, value));
+    return Outcome(WriteValue(place.Text(), name, value));
 }
 
 constexpr char kUserEnvironment[] = "Environment";
@@ -15,11 +15,11 @@ constexpr char kUserEnvironment[] = "Environment";
 }  // namespace
 
 #define WRITES_TEXT(Operation, key, subkey, value) \
-    int CHalvRegistry::Operation(const char* text) { return WriteBelow({&key, subkey}, value, text); }
+    int Operation(const char* text) { return WriteBelow({&key, subkey}, value, text); }
 #define WRITES_NUMBER(Operation, key, subkey, value) \
-    int CHalvRegistry::Operation(DWORD number) { return WriteBelow({&key, subkey}, value, number); }
+    int Operation(DWORD number) { return WriteBelow({&key, subkey}, value, number); }
 #define WRITES_FLAG(Operation, key, subkey, value) \
-    int CHalvRegistry::Operation(int flag) { return WriteBelow({&key, subkey}, value, DWORD(flag != 0)); }
+    int Operation(int flag) { return WriteBelow({&key, subkey}, value, DWORD(flag != 0)); }
 #include "registry/settings_writers.def"
 #undef WRITES_TEXT
 #undef WRITES_NUMBER
@@ -30,24 +30,24 @@ int CHalvRegistry::SetKorvaultDatabase(int flag) { return SetKorvaultDatabase(DW
 int CHalvRegistry::SetEventLogApplication(const char* source, const char* messageFile, DWORD types) {
     if (source == nullptr || *source == '\0') return FailWith(ERROR_INVALID_PARAMETER);
     RegistryKey key;
-    if (!Report(Create(HKEY_LOCAL_MACHINE, m_sEventLogKey + "\\" + source, key))) return 0;
+    if (!Outcome(Create(HKEY_LOCAL_MACHINE, m_sEventLogKey + "\\" + source, key))) return 0;
     const LSTATUS file = SetValue(key.Get(), m_sEventMessageFile, messageFile);
     const LSTATUS bits = SetValue(key.Get(), m_sTypesSupported, types);
-    return Report(file != 0 ? file : bits);
+    return Outcome(file != 0 ? file : bits);
 }
 
 int CHalvRegistry::SetEnvironmentVariableA(const char* name, const char* value) {
-    return Report(WriteValue(m_sEnvironmentKey, name, value));
+    return Outcome(WriteValue(m_sEnvironmentKey, name, value));
 }
 
 int CHalvRegistry::GetEnvironmentVariableA(const char* name, char* buffer, DWORD* size) {
     if (buffer == nullptr || size == nullptr) return FailWith(ERROR_INVALID_PARAMETER);
     if (*size != 0) buffer[0] = '\0';
     RegistryKey key;
-    if (!Report(Open(HKEY_CURRENT_USER, kUserEnvironment, KEY_ALL_ACCESS, key))) return 0;
-    return Report(ReadText(key.Get(), name, buffer, *size, size));
+    if (!Outcome(Open(HKEY_CURRENT_USER, kUserEnvironment, KEY_ALL_ACCESS, key))) return 0;
+    return Outcome(ReadText(key.Get(), name, buffer, *size, size));
 }
 
 int CHalvRegistry::DeleteEnvironmentVariable(const char* name) {
-    return Report(DeleteValue(HKEY_LOCAL_MACHINE, m_sEnvironmentKey, name));
+    return Outcome(DeleteValue(HKEY_LOCAL_MACHINE, m_sEnvironmentKey, name));
 }

@@ -70,23 +70,31 @@ CString ServerIn(const CString& directory) {
 
 void WriteShellEntry(const ShellEntry& entry, const CString& server) {
     RegistryKey key;
-    if (!Report(Create(HKEY_CLASSES_ROOT, entry.key.Text(), key)) || entry.content == &kKeyOnly) return;
+    if (!Outcome(Create(HKEY_CLASSES_ROOT, entry.key.Text(), key)) || entry.content == &kKeyOnly) return;
     const char* const content = entry.content != nullptr ? *entry.content : server;
-    Report(SetValue(key.Get(), *entry.value, content));
+    Outcome(SetValue(key.Get(), *entry.value, content));
+}
+
+// Windows tells its version, 4 or later or older; when it does not, nothing is known and the call's error stays.
+enum class Nt { Unknown, Older, Version4 };
+Nt WhichNt() {
+    const DWORD version = CComputer::GetNTVersion(nullptr);
+    return version == 0 ? Nt::Unknown : version > 3 ? Nt::Version4 : Nt::Older;
 }
 
 void DeleteClassKeys(std::span<const KeyPath> keys) {
-    for (const KeyPath& key : keys) Report(RegDeleteKeyA(HKEY_CLASSES_ROOT, key.Text()));
+    for (const KeyPath& key : keys) Outcome(RegDeleteKeyA(HKEY_CLASSES_ROOT, key.Text()));
 }
 
 }  // namespace
 
 int CHalvRegistry::SetKorvaultShellExtension(const char* directory) {
-    if (!CComputer::IsNT4xOrLater(nullptr)) return 1;
+    if (directory == nullptr) return FailWith(ERROR_INVALID_PARAMETER);
+    if (const Nt nt = WhichNt(); nt != Nt::Version4) return nt == Nt::Older;
     const CString server = ServerIn(directory);
     const char* const clsid = m_sKorvaultShellExtensionCLSID;
     const char* const description = m_sKorvaultShellExtension;
-    Report(WriteValue(m_sShellExtApprovedKey, clsid, description));
+    Outcome(WriteValue(m_sShellExtApprovedKey, clsid, description));
     for (const ShellEntry& entry : kShellEntries) WriteShellEntry(entry, server);
     return 1;
 }
@@ -96,10 +104,10 @@ int CHalvRegistry::SetKorvaultShellExtension() {
 }
 
 void CHalvRegistry::DeleteKorvaultShellExtension(const char*) {
-    Report(DeleteValue(HKEY_LOCAL_MACHINE, m_sShellExtApprovedKey, m_sKorvaultShellExtensionCLSID));
+    Outcome(DeleteValue(HKEY_LOCAL_MACHINE, m_sShellExtApprovedKey, m_sKorvaultShellExtensionCLSID));
     DeleteClassKeys(kExtensionKeys);
     // Other programs may have made ".asx" theirs meanwhile: the key stays.
-    Report(DeleteValue(HKEY_CLASSES_ROOT, m_sKorvaultScriptExtension, kUnnamed));
+    Outcome(DeleteValue(HKEY_CLASSES_ROOT, m_sKorvaultScriptExtension, kUnnamed));
     DeleteClassKeys(kScriptKeys);
 }
 
@@ -111,17 +119,17 @@ int CHalvRegistry::DeleteKorvaultShellExtension() {
 
 int CHalvRegistry::CreateUninstallKey(const char* name, const char* displayName, const char* uninstallString) {
     if (name == nullptr || *name == '\0') return FailWith(ERROR_INVALID_PARAMETER);
-    if (!CComputer::IsNT4xOrLater(nullptr)) return 1;
+    if (const Nt nt = WhichNt(); nt != Nt::Version4) return nt == Nt::Older;
     RegistryKey key;
-    return Report(Create(HKEY_LOCAL_MACHINE, m_sUninstallKey + "\\" + name, key)) &&
-           Report(SetValue(key.Get(), m_sDisplayName, displayName)) &&
-           Report(SetValue(key.Get(), m_sUninstallString, uninstallString));
+    return Outcome(Create(HKEY_LOCAL_MACHINE, m_sUninstallKey + "\\" + name, key)) &&
+           Outcome(SetValue(key.Get(), m_sDisplayName, displayName)) &&
+           Outcome(SetValue(key.Get(), m_sUninstallString, uninstallString));
 }
 
 void CHalvRegistry::DeleteUninstallKey(const char* name) {
     // Without a name the path would be that of the whole list.
-    if (name == nullptr || *name == '\0' || !CComputer::IsNT4xOrLater(nullptr)) return;
-    Report(RegDeleteKeyA(HKEY_LOCAL_MACHINE, m_sUninstallKey + "\\" + name));
+    if (name == nullptr || *name == '\0' || WhichNt() != Nt::Version4) return;
+    Outcome(RegDeleteKeyA(HKEY_LOCAL_MACHINE, m_sUninstallKey + "\\" + name));
 }
 
 int CHalvRegistry::CreateKorvaultUninstallKey() {

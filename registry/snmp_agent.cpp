@@ -68,7 +68,7 @@ LSTATUS DeleteAll(HKEY key, const std::vector<CString>& names) {
 int CHalvRegistry::SetSNMPRegistry(const char* agentKey) {
     if (agentKey == nullptr || *agentKey == '\0') return FailWith(ERROR_INVALID_PARAMETER);
     RegistryKey list;
-    if (!Report(Open(HKEY_LOCAL_MACHINE, m_sSNMPExtensionAgentsKey, KEY_ALL_ACCESS, list))) return 0;
+    if (!Outcome(Open(HKEY_LOCAL_MACHINE, m_sSNMPExtensionAgentsKey, KEY_ALL_ACCESS, list))) return 0;
     bool announced = false;
     long long largest = 0;
     const LSTATUS walked = ForEachAnnouncement(list.Get(), [&](const Announcement& found) {
@@ -76,11 +76,11 @@ int CHalvRegistry::SetSNMPRegistry(const char* agentKey) {
         largest = std::max(largest, std::strtoll(found.name, nullptr, 10));
         return !announced;
     });
-    if (!Report(walked)) return 0;
+    if (!Outcome(walked)) return 0;
     if (announced) return 1;
     // No number is left above another agent's; whose number that is, it is not ours to overwrite.
     if (largest == std::numeric_limits<long long>::max()) return FailWith(ERROR_INVALID_DATA);
-    const int set = Report(SetValue(list.Get(), std::to_string(largest + 1).c_str(), agentKey));
+    const int set = Outcome(SetValue(list.Get(), std::to_string(largest + 1).c_str(), agentKey));
     if (set) RegFlushKey(list.Get());
     return set;
 }
@@ -94,16 +94,16 @@ int CHalvRegistry::DeleteSNMPRegistry(const char* agentKey) {
         if (std::strcmp(found.agentKey, agentKey) == 0) names.emplace_back(found.name);
         return true;
     });
-    if (!Report(walked)) return 0;
+    if (!Outcome(walked)) return 0;
     if (names.empty()) return 1;
     const bool start = StopForChange();
     const LSTATUS deleted = DeleteAll(list.Get(), names);
     if (start) CService::StartServiceA(kService, 0);
-    return Report(deleted);
+    return Outcome(deleted);
 }
 
 int CHalvRegistry::SetKorvaultSNMPPath(const char* agentLibrary) {
-    return Report(WriteValue(family::Base() + m_sSNMPSubKey, m_sPathname, agentLibrary));
+    return Outcome(WriteValue(family::Base() + m_sSNMPSubKey, m_sPathname, agentLibrary));
 }
 
 int CHalvRegistry::CreateKorvaultSNMPKey() {

@@ -76,12 +76,12 @@ constexpr const char* kBaseSubkeys[] = {
 
 void DeleteBaseSubkeys() {
     RegistryKey base;
-    if (!Report(Open(HKEY_LOCAL_MACHINE, family::Base(), KEY_ALL_ACCESS, base))) return;
+    if (!Outcome(Open(HKEY_LOCAL_MACHINE, family::Base(), KEY_ALL_ACCESS, base))) return;
     // The domain's key is not emptied: it goes only when nothing is left below it.
     for (const char* name : kBaseSubkeys) {
         if (name != kDomain) CHalvRegistry::DeleteSubKeys(base.Get(), name);
     }
-    for (const char* name : kBaseSubkeys) Report(RegDeleteKeyA(base.Get(), name));
+    for (const char* name : kBaseSubkeys) Outcome(RegDeleteKeyA(base.Get(), name));
 }
 
 void DeleteGeneratedKey() {

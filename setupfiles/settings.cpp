@@ -82,32 +82,37 @@ void CSettings::Construct() {
 #define SETTINGS_TEXT(Name, field) field.Empty();
 #define SETTINGS_TEXT_SET SETTINGS_TEXT
 #define SETTINGS_PATH SETTINGS_TEXT
+#define SETTINGS_BIT(...)
 #define SETTINGS_BITS(...)
-#define SETTINGS_BITS_IF(...)
 #include "setupfiles/settings_fields.def"
 }
 
+// Names for the sets of bits in a row.
+static constexpr DWORD Asks(DWORD bits) { return bits; }
+static constexpr DWORD Sets(DWORD bits) { return bits; }
+static constexpr DWORD Clears(DWORD bits) { return bits; }
+
 #define SETTINGS_NUMBER(Type, Name, field, builtIn) \
-    Type CSettings::Name() { return field; }
+    Type Name() { return field; }
 #define SETTINGS_NUMBER_SET(Type, Name, field, builtIn) \
     SETTINGS_NUMBER(Type, Name, field, builtIn)         \
-    void CSettings::Name(Type value) { field = value; }
+    void Name(Type value) { field = value; }
 #define SETTINGS_TEXT(Name, field) \
-    const char* CSettings::Name() { return field; }
+    const char* Name() { return field; }
 #define SETTINGS_TEXT_SET(Name, field) \
     SETTINGS_TEXT(Name, field)         \
-    void CSettings::Name(const char* text) { field = text; }
+    void Name(const char* text) { field = text; }
 #define SETTINGS_PATH(Name, field) \
     SETTINGS_TEXT(Name, field)     \
-    void CSettings::Name(const char* path) { field = DirectoryOf(path); }
-#define SETTINGS_BITS(Name, Mask, wanted, set, cleared) SETTINGS_BITS_IF(true, Name, Mask, wanted, set, cleared)
-#define SETTINGS_BITS_IF(condition, Name, Mask, wanted, set, cleared)                \
-    int CSettings::Name() { return (m_dw##Mask##s & (wanted)) == (wanted) ? 1 : 0; } \
-    void CSettings::Name(int chosen) {                                               \
-        if (chosen != 0 && (condition))                                              \
-            Add##Mask(set);                                                          \
-        else                                                                         \
-            Remove##Mask(cleared);                                                   \
+    void Name(const char* path) { field = DirectoryOf(path); }
+#define SETTINGS_BIT(Name, Mask, bit) SETTINGS_BITS(true, Name, Mask, bit, bit, bit)
+#define SETTINGS_BITS(condition, Name, Mask, asked, set, cleared)       \
+    int Name() { return (m_dw##Mask##s & (asked)) == (asked) ? 1 : 0; } \
+    void Name(int chosen) {                                             \
+        if (chosen != 0 && (condition))                                 \
+            Add##Mask(set);                                             \
+        else                                                            \
+            Remove##Mask(cleared);                                      \
     }
 #include "setupfiles/settings_fields.def"
 

@@ -56,6 +56,9 @@ int CSetupIcf::FindFile() {
     return 1;
 }
 
+// Names a number in the rows: what the flag is without a file.
+static constexpr int WithoutFile(int flag) { return flag; }
+
 // Zeros the whole buffers: an earlier file's password must not stay behind a terminator.
 void CSetupIcf::Reset() {
 #define ICF_TEXT(Name, buffer, ...) std::memset(buffer, 0, sizeof buffer);
@@ -124,17 +127,20 @@ int CSetupIcf::WriteFlag(const char* section, const char* key, int flag) {
 // Rows name their sections in reading order; WrittenSection is the last.
 static const char* WrittenSection(std::initializer_list<const char*> sections) { return *(sections.end() - 1); }
 
+// The same: what it is in a file that lacks the key.
+static constexpr int WhenMissing(int flag) { return flag; }
+
 #define ICF_TEXT(Name, buffer, key, fallback, ...)                                                          \
-    const char* CSetupIcf::Name() { return ReadText(buffer, sizeof buffer, key, fallback, {__VA_ARGS__}); } \
-    int CSetupIcf::Name(const char* text) { return WriteString(WrittenSection({__VA_ARGS__}), key, text); }
+    const char* Name() { return ReadText(buffer, sizeof buffer, key, fallback, {__VA_ARGS__}); } \
+    int Name(const char* text) { return WriteString(WrittenSection({__VA_ARGS__}), key, text); }
 #define ICF_PASSWORD(Name, buffer, key, ...)                                                          \
-    const char* CSetupIcf::Name() { return ReadPassword(buffer, sizeof buffer, key, {__VA_ARGS__}); } \
-    int CSetupIcf::Name(const char* password) { return WritePassword(key, password); }
+    const char* Name() { return ReadPassword(buffer, sizeof buffer, key, {__VA_ARGS__}); } \
+    int Name(const char* password) { return WritePassword(key, password); }
 #define ICF_FLAG(Name, flag, key, fallback, builtIn, ...)                          \
-    int CSetupIcf::Name() { return ReadFlag(flag, key, fallback, {__VA_ARGS__}); } \
-    int CSetupIcf::Name(int value) { return WriteFlag(WrittenSection({__VA_ARGS__}), key, value); }
+    int Name() { return ReadFlag(flag, key, fallback, {__VA_ARGS__}); } \
+    int Name(int value) { return WriteFlag(WrittenSection({__VA_ARGS__}), key, value); }
 #define ICF_FEATURE(Name, key, ...)                               \
-    int CSetupIcf::Name(const char* buffer, DWORD capacity) {     \
+    int Name(const char* buffer, DWORD capacity) {     \
         return ReadFeature(buffer, capacity, key, {__VA_ARGS__}); \
     }
 #include "setupfiles/setup_icf_accessors.def"

@@ -1,10 +1,11 @@
 // The groups of the system account, and the rights of the group that it gets them from.
 #include <cstring>
 
+#include "foundation/well_known_sid.h"
+#include "foundation/wide_text.h"
 #include "instalib/system_account.h"
 #include "platform/handles.h"
 #include "platform/lsa_accounts.h"
-#include "system/wide_text.h"
 
 namespace {
 
@@ -18,13 +19,6 @@ constexpr ACCESS_MASK kAccountAllAccess = 0x000F000F;  // ACCOUNT_ALL_ACCESS of 
 bool IsError(NTSTATUS status) { return (static_cast<ULONG>(status) & 0xC0000000u) == 0xC0000000u; }
 
 int Check(NTSTATUS status) { return IsError(status) ? FailWith(LsaNtStatusToWinError(status)) : 1; }
-
-AllocatedSid BuiltinSid(DWORD rid) {
-    SID_IDENTIFIER_AUTHORITY authority = SECURITY_NT_AUTHORITY;
-    PSID sid = nullptr;
-    AllocateAndInitializeSid(&authority, 2, SECURITY_BUILTIN_DOMAIN_RID, rid, 0, 0, 0, 0, 0, 0, &sid);
-    return AllocatedSid(sid);
-}
 
 void CopyCut(char* target, DWORD size, const char* text) {
     if (size == 0) return;
@@ -65,7 +59,8 @@ int CSystemAccount::GetGroupName(DWORD rid, const WCHAR* server, char* name, DWO
     DWORD foundNameSize = sizeof foundName;
     DWORD foundDomainSize = sizeof foundDomain;
     SID_NAME_USE use{};
-    const CString machine = NarrowText(server);
+    CString machine;
+    if (!ToNarrow(server, machine)) return 0;
     if (!LookupAccountSidA(server != nullptr ? static_cast<const char*>(machine) : nullptr, sid.Get(), foundName,
                            &foundNameSize, foundDomain, &foundDomainSize, &use)) {
         return 0;
@@ -80,6 +75,7 @@ int CSystemAccount::AddMemberToGroup(DWORD rid, const WCHAR* server, PSID member
     char domain[kGroupNameSize] = "";
     if (!GetGroupName(rid, server, group, sizeof group, domain, sizeof domain)) return 0;
     WideText wideGroup(group);
+    if (!wideGroup.Fits()) return 0;
     LOCALGROUP_MEMBERS_INFO_0 info{member};
     const NET_API_STATUS status =
         NetLocalGroupAddMembers(server, wideGroup.Get(), 0, reinterpret_cast<BYTE*>(&info), 1);
@@ -92,7 +88,8 @@ int CSystemAccount::AddKorvaultUserPrivileges(const WCHAR* server) {
     char group[kNameSize] = "";
     char domain[kNameSize] = "";
     if (!GetGroupName(DOMAIN_ALIAS_RID_BACKUP_OPS, server, group, sizeof group, domain, sizeof domain)) return 0;
-    const CString machine = NarrowText(server);
+    CString machine;
+    if (!ToNarrow(server, machine)) return 0;
     const char* const system = server != nullptr ? static_cast<const char*>(machine) : nullptr;
     alignas(DWORD) BYTE sid[SECURITY_MAX_SID_SIZE] = {};
     if (!FindSid(system, CString(domain) + "\\" + group, sid)) return 0;

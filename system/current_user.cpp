@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "foundation/well_known_sid.h"
 #include "instalib/exception.h"
 #include "platform/handles.h"
 #include "platform/platform.h"
@@ -25,11 +26,8 @@ KernelHandle ProcessToken() {
 }
 
 AllocatedSid AdministratorsGroup() {
-    SID_IDENTIFIER_AUTHORITY windows = {SECURITY_NT_AUTHORITY};
-    AllocatedSid group;
-    Require(AllocateAndInitializeSid(&windows, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 0, 0, 0, 0, 0,
-                                     0, group.Receive()),
-            "AllocateAndInitializeSid() failed");
+    AllocatedSid group = BuiltinSid(DOMAIN_ALIAS_RID_ADMINS);
+    Require(group ? TRUE : FALSE, "AllocateAndInitializeSid() failed");
     return group;
 }
 

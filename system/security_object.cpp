@@ -1,16 +1,11 @@
 #include "system/security_object.h"
 
+#include "foundation/well_known_sid.h"
 #include "system/privilege.h"
 
 namespace {
 
 constexpr SECURITY_INFORMATION kBothLists = DACL_SECURITY_INFORMATION | SACL_SECURITY_INFORMATION;
-
-AllocatedSid MakeSid(SID_IDENTIFIER_AUTHORITY authority, BYTE count, DWORD first, DWORD second) {
-    PSID sid = nullptr;
-    if (!AllocateAndInitializeSid(&authority, count, first, second, 0, 0, 0, 0, 0, 0, &sid)) return AllocatedSid();
-    return AllocatedSid(sid);
-}
 
 // An empty list that has room for `bytes`; null with the last error set.
 HeapBuffer MakeList(DWORD bytes) {
@@ -48,7 +43,7 @@ constexpr DWORD kSkipNone = MAXDWORD;
 }  // namespace
 
 CSecurityObject::CSecurityObject() {
-    const AllocatedSid everyone = MakeSid(SECURITY_WORLD_SID_AUTHORITY, 1, SECURITY_WORLD_RID, 0);
+    const AllocatedSid everyone = EveryoneSid();
     HeapBuffer list = everyone ? MakeList(sizeof(ACL) + kEntryOverhead + GetLengthSid(everyone.Get())) : HeapBuffer();
     if (!list || !AddAccessAllowedAce(static_cast<PACL>(list.Get()), ACL_REVISION, 0, everyone.Get()) ||
         !Replace(std::move(list))) {
@@ -98,7 +93,7 @@ int CSecurityObject::AddAceForSid(PSID sid, DWORD mask, int allow) {
 }
 
 int CSecurityObject::AddAceForBuiltinAlias(DWORD rid, DWORD mask, int allow) {
-    const AllocatedSid alias = MakeSid(SECURITY_NT_AUTHORITY, 2, SECURITY_BUILTIN_DOMAIN_RID, rid);
+    const AllocatedSid alias = BuiltinSid(rid);
     return alias ? AddAceForSid(alias.Get(), mask, allow) : FailWithLastError();
 }
 
@@ -115,14 +110,18 @@ int CSecurityObject::LookupSid(const char* system, const char* account, AccountI
 
 int CSecurityObject::RemoveAceForAccount(const char* system, const char* account) {
     AccountIdentity identity;
-    if (!LookupSid(system, account, identity) || !RefreshSecurity()) return 0;
+    return LookupSid(system, account, identity) && RemoveAceForSid(identity.sid.Get());
+}
+
+int CSecurityObject::RemoveAceForSid(PSID sid) {
+    if (!RefreshSecurity()) return 0;
     const PACL old = ListOf(Descriptor());
     if (old == nullptr) return FailWithLastError();
     for (DWORD index = 0; index < old->AceCount; ++index) {
         void* entry = nullptr;
         if (!GetAce(old, index, &entry)) return FailWithLastError();
         const auto* const header = static_cast<const ACE_HEADER*>(entry);
-        if (!IsEntryOf(header, identity.sid.Get())) continue;
+        if (!IsEntryOf(header, sid)) continue;
         HeapBuffer list = MakeList(DWORD(old->AclSize) - header->AceSize);
         if (!list || !CopyEntriesBut(old, index, static_cast<PACL>(list.Get()))) return FailWithLastError();
         return Replace(std::move(list)) && ApplySecurity();

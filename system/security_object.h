@@ -37,6 +37,7 @@ class CSecurityObject {
     int AddAceForAccount(const char* system, const char* account, DWORD mask, int allow);
     // Removes the account's first entry; without one the error is ERROR_PRIVILEGE_NOT_HELD (1314).
     int RemoveAceForAccount(const char* system, const char* account);
+    int RemoveAceForSid(PSID sid);
     // The account's identifier and domain.
     int LookupSid(const char* system, const char* account, AccountIdentity& identity);
 

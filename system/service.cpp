@@ -132,12 +132,15 @@ int CService::BackupServiceStatus(const char* keyPath, const char* name) {
 
 int CService::RestoreServiceStatus(const char* keyPath, const char* name, const char* displayName) {
     RegistryKey key;
-    if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, keyPath, 0, KEY_READ, key.Receive()) != ERROR_SUCCESS) return 1;
+    const LSTATUS opened = RegOpenKeyExA(HKEY_LOCAL_MACHINE, keyPath, 0, KEY_READ, key.Receive());
+    if (opened != ERROR_SUCCESS) return opened == ERROR_FILE_NOT_FOUND ? 1 : FailWith(DWORD(opened));
     DWORD type = 0;
     DWORD startType = 0;
     DWORD size = sizeof startType;
     const LSTATUS status =
         RegQueryValueExA(key.Get(), name, nullptr, &type, reinterpret_cast<BYTE*>(&startType), &size);
-    if (status != ERROR_SUCCESS || type != REG_DWORD || size != sizeof startType) return 1;
+    if (status == ERROR_FILE_NOT_FOUND) return 1;
+    if (status != ERROR_SUCCESS) return FailWith(DWORD(status));
+    if (type != REG_DWORD || size != sizeof startType) return FailWith(ERROR_INVALID_DATA);
     return ChangeService(name, displayName, nullptr, SERVICE_NO_CHANGE, startType, nullptr, nullptr, nullptr, nullptr);
 }

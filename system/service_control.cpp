@@ -8,11 +8,18 @@
 
 namespace {
 
+// What a service may ask for in all: a hint of 0xFFFFFFFF would let the setup wait for ever.
+constexpr DWORD kLongestWait = 60 * 60 * 1000;
+
 // Waits while the service starts and its check point grows, one wait hint at a time.
 void AwaitStart(SC_HANDLE service, SERVICE_STATUS& status) {
-    while (status.dwCurrentState == SERVICE_START_PENDING) {
+    DWORD left = kLongestWait;
+    while (status.dwCurrentState == SERVICE_START_PENDING && left != 0) {
         const DWORD checkPoint = status.dwCheckPoint;
-        Sleep(status.dwWaitHint);
+        const DWORD wait = std::min(status.dwWaitHint, left);
+        Sleep(wait);
+        // A hint of 0 must not let a service count its check points up for ever.
+        left -= std::max<DWORD>(wait, 1);
         if (!QueryServiceStatus(service, &status) || status.dwCheckPoint <= checkPoint) return;
     }
 }
@@ -20,7 +27,7 @@ void AwaitStart(SC_HANDLE service, SERVICE_STATUS& status) {
 // Waits while the service stops: one second at a time, at most the wait hint's seconds (at least 1) and one more. False
 // when the service cannot be asked.
 bool AwaitStop(SC_HANDLE service, SERVICE_STATUS& status) {
-    DWORD seconds = std::max<DWORD>(status.dwWaitHint / 1000, 1);
+    DWORD seconds = std::max<DWORD>(std::min(status.dwWaitHint, kLongestWait) / 1000, 1);
     while (status.dwCurrentState == SERVICE_STOP_PENDING) {
         Sleep(1000);
         if (!QueryServiceStatus(service, &status)) return false;
@@ -40,34 +47,51 @@ bool Lists(std::string_view list, std::string_view wanted) {
     return false;
 }
 
-bool DependsOn(HKEY services, const char* service, const char* wanted) {
+// What a key or value that is gone, and a list that is too long, do not count as: a failure.
+LSTATUS Unless(LSTATUS status, LSTATUS harmless) {
+    return status == ERROR_FILE_NOT_FOUND || status == harmless ? ERROR_SUCCESS : status;
+}
+
+LSTATUS AskDependence(HKEY services, const char* service, const char* wanted, bool& depends) {
+    depends = false;
     RegistryKey key;
-    if (RegOpenKeyExA(services, service, 0, KEY_READ, key.Receive()) != ERROR_SUCCESS) return false;
+    const LSTATUS opened = RegOpenKeyExA(services, service, 0, KEY_READ, key.Receive());
+    if (opened != ERROR_SUCCESS) return Unless(opened, ERROR_KEY_DELETED);
     char list[256];
     DWORD size = sizeof list;
     DWORD type = REG_NONE;
     const LSTATUS status =
         RegQueryValueExA(key.Get(), CService::m_sDependOnService, nullptr, &type, reinterpret_cast<BYTE*>(list), &size);
     const bool isText = type == REG_MULTI_SZ || type == REG_SZ;
-    return status == ERROR_SUCCESS && isText && Lists(std::string_view(list, size), wanted);
+    depends = status == ERROR_SUCCESS && isText && Lists(std::string_view(list, size), wanted);
+    return Unless(status, ERROR_MORE_DATA);
 }
 
 // Calls `handle` with the name of every service that depends directly on `name`; 0 when the services cannot be listed
 // or one call failed. All are tried, and the first failure's error is kept.
 template <class Handle>
 int ForEachDependent(const char* name, Handle handle) {
+    if (name == nullptr) return FailWith(ERROR_INVALID_PARAMETER);
     RegistryKey services;
     const LSTATUS opened = RegOpenKeyExA(HKEY_LOCAL_MACHINE, CService::m_sServicesKey, 0, KEY_READ, services.Receive());
     if (opened != ERROR_SUCCESS) return FailWith(static_cast<DWORD>(opened));
     DWORD firstError = ERROR_SUCCESS;
+    const auto keep = [&](LSTATUS status) {
+        if (firstError == ERROR_SUCCESS) firstError = DWORD(status);
+    };
     char service[257];
     for (DWORD index = 0;; ++index) {
         DWORD length = sizeof service;
         const LSTATUS status =
             RegEnumKeyExA(services.Get(), index, service, &length, nullptr, nullptr, nullptr, nullptr);
-        if (status != ERROR_SUCCESS && status != ERROR_MORE_DATA) break;
-        if (status == ERROR_MORE_DATA || !DependsOn(services.Get(), service, name)) continue;
-        if (!handle(service) && firstError == ERROR_SUCCESS) firstError = std::max<DWORD>(GetLastError(), 1);
+        if (status == ERROR_MORE_DATA) continue;
+        if (status != ERROR_SUCCESS) {
+            if (status != ERROR_NO_MORE_ITEMS) keep(status);
+            break;
+        }
+        bool depends = false;
+        keep(AskDependence(services.Get(), service, name, depends));
+        if (depends && !handle(service)) keep(LSTATUS(std::max<DWORD>(GetLastError(), 1)));
     }
     return firstError == ERROR_SUCCESS ? 1 : FailWith(firstError);
 }

@@ -1,7 +1,7 @@
 #include <cstring>
 
+#include "foundation/wide_text.h"
 #include "system/security_object.h"
-#include "system/wide_text.h"
 
 namespace {
 

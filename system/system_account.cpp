@@ -3,13 +3,13 @@
 #include <cstdio>
 #include <cstring>
 
+#include "foundation/wide_text.h"
 #include "foundation/wipe.h"
 #include "instalib/exception.h"
 #include "platform/handles.h"
 #include "platform/lsa_accounts.h"
 #include "platform/product_libraries.h"
 #include "system/account_limits.h"
-#include "system/wide_text.h"
 
 namespace {
 
@@ -21,6 +21,7 @@ constexpr DWORD kForever = MAXDWORD;  // TIMEQ_FOREVER and USER_MAXSTORAGE_UNLIM
 int AddUser(const WCHAR* server, const char* userName, const char* password) {
     WideText name(userName);
     WideText secret(password);
+    if (!AllFit(name, secret)) return 0;
     USER_INFO_2 user{};
     user.usri2_name = name.Get();
     user.usri2_full_name = name.Get();
@@ -36,7 +37,8 @@ int AddUser(const WCHAR* server, const char* userName, const char* password) {
 // The account "DOMAIN\USER" of the server into a buffer of kSidBufferSize bytes.
 int FindAccountSid(const WCHAR* server, const char* domain, const char* userName, BYTE* sid) {
     const CString account = CString(domain) + "\\" + userName;
-    const CString machine = NarrowText(server);
+    CString machine;
+    if (!ToNarrow(server, machine)) return 0;
     char referencedDomain[kDomainBufferSize] = "";
     DWORD sidSize = kSidBufferSize;
     DWORD domainSize = sizeof referencedDomain;
@@ -68,7 +70,8 @@ CSystemAccount::CSystemAccount(const char* computerName, const char* domain, con
     if (m_bLocal) return;
     WideText wideDomain(m_sDomain);
     BYTE* server = nullptr;
-    if (NetGetDCName(nullptr, wideDomain.Get(), &server) == NERR_Success) m_pServer = reinterpret_cast<WCHAR*>(server);
+    if (wideDomain.Fits() && NetGetDCName(nullptr, wideDomain.Get(), &server) == NERR_Success)
+        m_pServer = reinterpret_cast<WCHAR*>(server);
 }
 
 namespace {
@@ -143,12 +146,14 @@ int CSystemAccount::ValidPassword(const WCHAR*, const char*, const char* domain,
     WideText wideDomain(domain);
     WideText wideUser(userName);
     WideText secret(password);
+    if (!AllFit(wideDomain, wideUser, secret)) return 1;
     const NET_API_STATUS status = NetUserChangePassword(wideDomain.Get(), wideUser.Get(), secret.Get(), secret.Get());
     return status == ERROR_INVALID_PASSWORD ? FailWith(status) : 1;
 }
 
 int CSystemAccount::Exists(const WCHAR* server, const char* userName) {
     WideText wideUser(userName);
+    if (!wideUser.Fits()) return 0;
     NetBuffer information;
     const NET_API_STATUS status =
         NetUserGetInfo(server, wideUser.Get(), 2, reinterpret_cast<BYTE**>(information.Receive()));
@@ -157,6 +162,7 @@ int CSystemAccount::Exists(const WCHAR* server, const char* userName) {
 
 int CSystemAccount::Delete(const WCHAR* server, const char* userName) {
     WideText wideUser(userName);
+    if (!wideUser.Fits()) return 0;
     const NET_API_STATUS status = NetUserDel(server, wideUser.Get());
     return status == NERR_Success ? 1 : FailWith(status);
 }

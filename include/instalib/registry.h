@@ -24,7 +24,12 @@ class CSetupInf;
 // - Text getters return the object's own copy: valid until the next call of the same getter, and the old text when
 //   nothing was found. Buffer getters take the buffer's size in bytes and return the text's size in bytes, terminator
 //   included; the buffer is always terminated, and empty after a failure. A value that is no text or does not fit
-//   with its terminator is not found; after ERROR_MORE_DATA the size is what the last value tried needs.
+//   with its terminator is not found.
+// - The readers of settings values (GetRegisteredOwner to GetAgentHomeDir) with a buffer: when no place has a value that
+//   can be returned and one has it too long for the buffer, the last error is ERROR_MORE_DATA and the size is what the
+//   first such value needs, terminator included, also for one stored without it.
+// - What lets a search go on is the same for every failure: one denied read lets a look-up answer for an older
+//   generation. Whoever acts on the answer looks first whether the newer one is there (CJobQueue::DeleteQueue does).
 // - Operations that need the family's root before any object exists construct one first. Not for concurrent use: the
 //   eight names that every construction fills anew are shared by the whole process.
 class INSTALIB_API CHalvRegistry {
@@ -305,15 +310,16 @@ class INSTALIB_API CHalvRegistry {
 
     // -- Shell, uninstall entry, SNMP agent, shared libraries --------------------------------------------------------
 
-    // Registers KSHELL.DLL of the directory and the script file type ".asx"; entries that cannot be made are skipped,
-    // always 1. Nothing before Windows NT 4.0. The shell is not notified.
+    // Registers KSHELL.DLL of the directory and the script file type ".asx"; entries that cannot be made are skipped: 1.
+    // Before Windows NT 4.0 nothing is done, 1. 0 for a null directory, and with its error when Windows does not tell
+    // its version. The shell is not notified.
     static int SetKorvaultShellExtension(const char* directory);
     int SetKorvaultShellExtension();  // 0 unless the object may write
     // Removes the entries; the ".asx" key itself stays. `directory` is not used.
     static void DeleteKorvaultShellExtension(const char* directory);
     int DeleteKorvaultShellExtension();  // 0 unless the object may write, else 1
-    // The entry `name` of the list of installed programs; 1 and nothing done before Windows NT 4.0. An empty name is
-    // refused.
+    // The entry `name` of the list of installed programs; 1 and nothing done before Windows NT 4.0, 0 when Windows does
+    // not tell its version. An empty name is refused.
     static int CreateUninstallKey(const char* name, const char* displayName, const char* uninstallString);
     static void DeleteUninstallKey(const char* name);
     int CreateKorvaultUninstallKey();  // "KorvaultNT"
@@ -329,7 +335,10 @@ class INSTALIB_API CHalvRegistry {
     int DeleteKorvaultSNMPKey();
     // How many products use the file `path`: a missing count becomes 1; a present one goes up unless `keepExisting`.
     static int IncrementSharedDLLCount(const char* path, int keepExisting);
-    // The count after one user has gone; at 0 the value is deleted. 0 also for a failure or a file without a count.
+    // Counts are changed under a lock between processes, so that none is lost.
+    // The count after one user has gone; at 0 the value is deleted. 0 also for a file without a count, or when the
+    // counts cannot be opened. When the lower count cannot be written it is returned all the same, and a count that
+    // cannot be read (of another type, or denied) gives 1: the file is still in use. The last error tells.
     static DWORD DecrementSharedDLLCount(const char* path);
     // Points the database agent's RPC service to `imagePath` when that file exists and the service has another path.
     static void UpdateRPCImagePath(CString imagePath);

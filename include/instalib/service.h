@@ -59,7 +59,7 @@ class INSTALIB_API CService {
     // does not exist (1060) or is marked for deletion (1072) is success.
     static int RemoveService(const char* name);
     // A running service (1056) is success. With `wait` the call blocks for one wait hint of the service per check point
-    // while it is starting; running, or still starting when the check point stands, is success. A service that stopped
+    // while it is starting, an hour in all at most; running, or still starting when the check point stands, is success. A service that stopped
     // again fails with its own exit code, or 1062 when it gave none.
     static int StartServiceA(const char* name, int wait);
     // A service that does not exist, is stopped or stopping is success at once. Otherwise success needs the stopped
@@ -68,12 +68,13 @@ class INSTALIB_API CService {
     // refuse the stop (1051).
     static int StopService(const char* name, int wait, int stopDependents);
     // Starts the services whose "DependOnService" value (at most 256 bytes) lists `name` in this very letter case. All
-    // are tried; 0 when one failed.
+    // are tried; 0 when one failed, or when a service's value could not be read.
     static int StartDependentServices(const char* name, int wait);
     // Keeps the service's start type as the REG_DWORD value `name` of a key of the local machine. A service that cannot
     // be opened or read is success, and nothing is written.
     static int BackupServiceStatus(const char* keyPath, const char* name);
-    // Gives the service the kept start type and this display name. Without a kept one: success, nothing changes.
+    // Gives the service the kept start type and this display name. Without a kept one: success, nothing changes. One
+    // that cannot be read, or is no REG_DWORD (ERROR_INVALID_DATA), is a failure.
     static int RestoreServiceStatus(const char* keyPath, const char* name, const char* displayName);
 
     static const CString m_sServicesKey;      // "SYSTEM\CurrentControlSet\Services", below HKEY_LOCAL_MACHINE

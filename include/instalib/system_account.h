@@ -3,7 +3,8 @@
 // found by their well-known identifiers, so that the work succeeds on a Windows of any language.
 //
 // Limits: domain, user name and password hold at most 63 characters, the computer name 1,087. Longer texts are refused
-// with ERROR_INVALID_PARAMETER (87) and nothing is created or changed.
+// with ERROR_INVALID_PARAMETER (87) and nothing is created or changed. The same holds for a text that has no wide form in
+// the ANSI code page, with the conversion's error.
 #ifndef INSTALIB_SYSTEM_ACCOUNT_H
 #define INSTALIB_SYSTEM_ACCOUNT_H
 
@@ -37,7 +38,8 @@ class INSTALIB_API CSystemAccount {
     // rights and privileges that the product needs.
     static int AssignGroups(const WCHAR* server, const char* computerName, const char* domain, const char* userName,
                             const char* password);
-    // 0 only when the password is wrong; every other outcome, a missing user included, is 1.
+    // 0 only when the password is wrong; every other outcome is 1, a missing user included and a text that cannot be
+    // converted to be asked for: the last-error value tells.
     static int ValidPassword(const WCHAR* server, const char* computerName, const char* domain, const char* userName,
                              const char* password);
     static int Exists(const WCHAR* server, const char* userName);

@@ -113,7 +113,7 @@ TEST_F(SettingsValues, SystemAccountGoesToTheToolLibraryAndFailuresAreOnlyLogged
     };
     settings.SystemAccountDomain("X");
     settings.SystemAccountServer("HOST");
-    settings.SystemAccountPassword(std::string(70, 'p').c_str());
+    settings.SystemAccountPassword(std::string(63, 'p').c_str());
     EXPECT_EQ(set("svc", "First"), "First|<none>|<none>");
     EXPECT_THAT(ReadBytes(Folder() + "\\setup.log"),
                 EndsWith("\t\tFailed to load HSTOOL.DLL to create system user account.\r\n"));

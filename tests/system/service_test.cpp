@@ -137,7 +137,7 @@ TEST_F(Services, RestoringWithoutAKeptValueChangesNothing) {
     MakeKey(HKEY_LOCAL_MACHINE, kKept);
     EXPECT_NE(CService::RestoreServiceStatus(kKept, kName, "Restored"), 0);
     SetRaw(HKEY_LOCAL_MACHINE, kKept, kName, REG_DWORD, {4, 0});
-    EXPECT_NE(CService::RestoreServiceStatus(kKept, kName, "Restored"), 0);
+    EXPECT_EQ(CService::RestoreServiceStatus(kKept, kName, "Restored"), 0) << "what is kept is no start type";
     EXPECT_EQ(Text(kName, "DisplayName"), "Shown");
     EXPECT_EQ(Number(kName, "Start"), 3);
 }

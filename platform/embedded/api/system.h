@@ -154,10 +154,18 @@ MACHINE_API HANDLE GetStdHandle(DWORD which);
 
 // Lengths count characters of their side and include a terminator when the source has one; -1 takes the source up to
 // its terminator. A size of 0 asks for the length. 0 with ERROR_INSUFFICIENT_BUFFER, ERROR_INVALID_PARAMETER (also for
-// a code page that is not known) or, with MB_ERR_INVALID_CHARS, ERROR_NO_UNICODE_TRANSLATION.
+// a code page that is not known), ERROR_INVALID_FLAGS (UTF-8 takes no flag but MB_ERR_INVALID_CHARS) or, with
+// MB_ERR_INVALID_CHARS, ERROR_NO_UNICODE_TRANSLATION.
 MACHINE_API int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int length, LPWSTR wide, int size);
 MACHINE_API int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int length, LPSTR text, int size,
                                     LPCSTR replacement, LPBOOL replaced);
+// Upper case (LCMAP_UPPERCASE, with LOCALE_USE_CP_ACP or without) in the machine's code page, the same for every
+// locale; another mapping is ERROR_INVALID_FLAGS. Lengths and sizes as above.
+#define LOCALE_INVARIANT 0x007Fu
+#define LCMAP_UPPERCASE 0x00000200u
+#define LOCALE_USE_CP_ACP 0x40000000u
+using LCID = DWORD;
+MACHINE_API int LCMapStringA(LCID locale, DWORD flags, LPCSTR text, int length, LPSTR mapped, int size);
 MACHINE_API UINT GetACP(void);
 // Whether the byte starts a double-byte character in the machine's code page.
 MACHINE_API BOOL IsDBCSLeadByte(BYTE byte);

@@ -29,8 +29,8 @@ DWORD Guarded(Body body) noexcept {
     }
 }
 
-// What a call that answers an error code makes of one that reports through the last error.
-inline BOOL Report(DWORD error) { return error == 0 ? TRUE : Fail(error); }
+// 1 for error 0; otherwise 0 with the error as the last error: what a call that reports so makes of one that answers a code.
+inline BOOL Outcome(DWORD error) { return error == 0 ? TRUE : Fail(error); }
 
 // A copy of the bytes, counted as `kind` until it is given back; null when there is no memory.
 inline void* CopyOut(std::span<const BYTE> bytes, ResourceKind kind = ResourceKind::LocalMemory) {

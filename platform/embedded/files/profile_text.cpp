@@ -48,7 +48,11 @@ std::string_view Unquoted(std::string_view value) {
     return isQuoted ? value.substr(1, value.size() - 2) : value;
 }
 
-Text::Text(std::string bytes) : m_bytes(std::move(bytes)), m_isWide(m_bytes.starts_with(kMark)) { Split(); }
+Text::Text(std::string bytes) : m_bytes(std::move(bytes)), m_isWide(m_bytes.starts_with(kMark)) {
+    // Half a character at the end is none; what is added behind it would be read in wrong halves.
+    if (m_isWide && m_bytes.size() % 2 != 0) m_bytes.pop_back();
+    Split();
+}
 
 void Text::Split() {
     m_lines.clear();

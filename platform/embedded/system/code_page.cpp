@@ -12,9 +12,12 @@
 #include "platform/embedded/control/system.h"
 #include "platform/embedded/core/gate.h"
 #include "platform/embedded/core/text.h"
+#include "platform/embedded/files/path_text.h"
 #include "platform/embedded/machine/world.h"
 
 namespace gate = embedded::gate;
+namespace paths = embedded::paths;
+namespace text_of = embedded::text;
 using embedded::control::CallKind;
 
 namespace embedded {
@@ -272,6 +275,10 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR text, int length, LPW
         SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
     }
+    if (page == CP_UTF8 && (flags & ~DWORD(MB_ERR_INVALID_CHARS)) != 0) {
+        SetLastError(ERROR_INVALID_FLAGS);
+        return 0;
+    }
     bool exact = true;
     const std::u16string result = code_page::Decode(page, source, exact);
     if (!exact && (flags & MB_ERR_INVALID_CHARS) != 0) {
@@ -297,6 +304,17 @@ int WideCharToMultiByte(UINT codePage, DWORD, LPCWSTR wide, int length, LPSTR te
     const std::string result = code_page::Encode(page, source, standIn, exact);
     if (replaced != nullptr) *replaced = !exact;
     return Deliver(result, text, size);
+}
+
+int LCMapStringA(LCID, DWORD flags, LPCSTR text, int length, LPSTR mapped, int size) {
+    if (gate::Refuses(CallKind::System, "LCMapStringA")) return 0;
+    std::string_view source;
+    if (!TakeSource(text, length, mapped, size, source)) return 0;
+    if ((flags & ~DWORD(LOCALE_USE_CP_ACP)) != LCMAP_UPPERCASE) {
+        SetLastError(ERROR_INVALID_FLAGS);
+        return 0;
+    }
+    return Deliver(text_of::Narrow(paths::Fold(text_of::Widen(source))), mapped, size);
 }
 
 UINT GetACP() { return code_page::Active(); }
