@@ -53,13 +53,6 @@ int ComponentInstalled(HKEY root, const char* component) {
     return Report(status) ? installed : 0;
 }
 
-bool WindowsInstallerKnows(const char* productCode) {
-    const LoadedLibrary library(LoadLibraryA("msi.dll"));
-    auto* const query =
-        product::EntryPoint<product::MsiQueryProductState>(library.Get(), product::kMsiQueryProductState);
-    return query != nullptr && query(productCode) == kInstalledState;
-}
-
 // Only the first of the two keys that opens is asked.
 int AlertBuild(HKEY root, WORD* build) {
     char text[256] = "";
@@ -70,6 +63,13 @@ int AlertBuild(HKEY root, WORD* build) {
 }
 
 }  // namespace
+
+bool registry::WindowsInstallerKnows(const char* productCode) {
+    const LoadedLibrary library(LoadLibraryA("msi.dll"));
+    auto* const query =
+        product::EntryPoint<product::MsiQueryProductState>(library.Get(), product::kMsiQueryProductState);
+    return query != nullptr && query(productCode) == kInstalledState;
+}
 
 CString registry::InstalledAlertBuild(const char* directory) {
     const LoadedLibrary library(LoadLibraryA(CString(directory) + product::kAlertVersionLibrary));
