@@ -1,10 +1,10 @@
 // What survives of an old product: its branches are saved before it is removed, and merged into the new one's root.
 #include <cstring>
 
-#include "foundation/text.h"
 #include "foundation/upgrade_log.h"
 #include "instalib/upgrade.h"
 #include "registry/family_keys.h"
+#include "upgrade/branches.h"
 #include "upgrade/decision.h"
 #include "upgrade/registry_copy.h"
 #include "upgrade/rule_text.h"
@@ -12,39 +12,6 @@
 using namespace upgrade;
 
 namespace {
-
-using Names = CArray<CString, CString>;
-
-// One element of a rule's list: the key that is searched, and what the names of its saved subkeys contain.
-struct Branch {
-    CString parent;
-    CString leaf;
-};
-
-Branch SplitBranch(const CString& element) {
-    const int last = element.ReverseFind('\\');
-    return {last < 0 ? CString() : element.Left(last), element.Mid(last + 1)};
-}
-
-CString JoinParts(const CString& root, const CString& parent, const CString& name) {
-    return parent.IsEmpty() ? root + "\\" + name : root + "\\" + parent + "\\" + name;
-}
-
-// Upper-case letters, so that they compare in either case.
-CString Upper(CString text) {
-    text.MakeUpper();
-    return text;
-}
-
-// The subkeys of `key` whose names contain `leaf`, read before anything is copied: a copy may add keys beside them.
-Names Matching(HKEY key, const CString& leaf) {
-    Names names;
-    CString name;
-    for (DWORD index = 0; registry::SubkeyAt(key, index, name) == ERROR_SUCCESS; ++index) {
-        if (Upper(name).Find(Upper(leaf)) >= 0) names.Add(name);
-    }
-    return names;
-}
 
 void DeleteBKRegValues(const CString& path, Names& values) {
     WriteUpgradeLog("DeleteBKRegValues() - Start");
@@ -58,9 +25,6 @@ void DeleteBKRegValues(const CString& path, Names& values) {
     WriteUpgradeLog("DeleteBKRegValues() - End");
 }
 
-// The backup root itself, or a key inside it: what is saved is never saved again.
-bool IsBackup(const CString& path, const CString& backup) { return Upper(path + "\\").Find(Upper(backup + "\\")) == 0; }
-
 int CopyBranch(const CString& source, const CString& destination, Names& dropped) {
     WriteUpgradeLog("strSrcKey for backup is %s \nstrDestKey for backup is %s", static_cast<const char*>(source),
                     static_cast<const char*>(destination));
@@ -73,28 +37,12 @@ int CopyBranch(const CString& source, const CString& destination, Names& dropped
 int KSetBKOldProdRegKey(CProduct& entry, const CString& backup) {
     WriteUpgradeLog("KSetBKOldProdRegKey() - Start");
     int last = kCopied;
-    const CString root = entry.getRegRootKey();
-    Names& elements = entry.getRegSubKey();
-    for (int i = 0; i < elements.GetSize(); ++i) {
-        const Branch branch = SplitBranch(elements.ElementAt(i));
-        RegistryKey key;
-        if (branch.leaf.IsEmpty() ||
-            registry::Open(HKEY_LOCAL_MACHINE, root + "\\" + branch.parent, KEY_ALL_ACCESS, key) != ERROR_SUCCESS) {
-            continue;
-        }
-        Names names = Matching(key.Get(), branch.leaf);
-        for (int n = 0; n < names.GetSize(); ++n) {
-            const CString& name = names.ElementAt(n);
-            const CString source = JoinParts(root, branch.parent, name);
-            if (IsBackup(source, backup)) continue;
-            last = CopyBranch(source, JoinParts(backup, branch.parent, name), entry.getRegBKValues());
-        }
-    }
+    ForEachBranch(entry, backup, [&](const CString& source, const CString& destination) {
+        last = CopyBranch(source, destination, entry.getRegBKValues());
+    });
     WriteUpgradeLog("KSetBKOldProdRegKey() - End - Return %d", last);
     return last == kCopied;
 }
-
-CString BackupRoot() { return registry::family::Root() + "(BACKUP)"; }
 
 // The path with every component that a restore renames under its new name.
 CString Restored(const CString& path) {
@@ -129,6 +77,23 @@ void WriteRestoreValue(const CString& key, const tagRestoreValue& value) {
 }
 
 }  // namespace
+
+namespace upgrade {
+
+CString BackupRoot() { return registry::family::Root() + "(BACKUP)"; }
+
+Names Matching(HKEY key, const CString& leaf) {
+    Names names;
+    CString name;
+    for (DWORD index = 0; registry::SubkeyAt(key, index, name) == ERROR_SUCCESS; ++index) {
+        if (Upper(name).Find(Upper(leaf)) >= 0) names.Add(name);
+    }
+    return names;
+}
+
+bool IsBackup(const CString& path, const CString& backup) { return Upper(path + "\\").Find(Upper(backup + "\\")) == 0; }
+
+}  // namespace upgrade
 
 int KSetBKOldProduct(const char* directory, const char* descriptor, CString& code, const char* machine) {
     const CString file = InformationFile(directory);

@@ -90,4 +90,20 @@ class INSTALIB_API CUpgradeCheck {
     CProduct m_New;
 };
 
+// The backup tree as a careful front end looks at it between the steps.
+class INSTALIB_API CUpgradeBackup {
+  public:
+    // Its path under HKEY_LOCAL_MACHINE, whether it stands there, and its removal: 1 when nothing of it is left.
+    static CString Path();
+    static int Exists();
+    static int Discard();
+    // Compares the branches that the rule for the installed product saves with their copies and appends the path of
+    // every key and value that is missing or different to `lost` ("KEY" or "KEY -> VALUE"); values that the rule drops
+    // from a branch are not missed. 1 when nothing is lost, 0 when something is or no rule covers the product.
+    static int HoldsAll(const char* directory, const char* descriptor, const char* machine,
+                        CArray<CString, CString>& lost);
+    // Whether this machine's list of installed programs, or its Windows Installer, still knows the product code.
+    static int IsStillInstalled(const char* code);
+};
+
 #endif

@@ -9,7 +9,9 @@ class Decision : public UpgradeTest {
         UpgradeTest::SetUp();
         Make(kUninstall + kCode);
     }
-    static std::string Rule(const std::string& more = "") { return std::string("ProductCode01=") + kCode + "\r\n" + more; }
+    static std::string Rule(const std::string& more = "") {
+        return std::string("ProductCode01=") + kCode + "\r\n" + more;
+    }
 };
 
 TEST_F(Decision, AnswersAndTheWordThatGoesWithThem) {
@@ -79,7 +81,8 @@ TEST_F(Decision, AgreesWithTheTableOnEveryCombination) {
         const char* text;
         int lower, upper;
     };
-    const Ends versions[] = {{"", 0, 0}, {"9.0,11.1", 0x0900, 0x0B01}, {"11.5", 0, 0x0B05}, {"11.5,9.0", 0x0B05, 0x0900}};
+    const Ends versions[] = {
+        {"", 0, 0}, {"9.0,11.1", 0x0900, 0x0B01}, {"11.5", 0, 0x0B05}, {"11.5,9.0", 0x0B05, 0x0900}};
     const Ends builds[] = {{"", 0, 0}, {"100,200", 100, 200}, {"150", 0, 150}};
     SetEnvironmentVariableA("UPGRADE_INSTALIB", nullptr);
     int allowed = 0;
@@ -94,8 +97,8 @@ TEST_F(Decision, AgreesWithTheTableOnEveryCombination) {
                             std::to_string(bn).c_str());
                         const int expected = Oracle(vo, bo, vn, bn, *version.text != 0, version.lower, version.upper,
                                                     *build.text != 0, build.lower, build.upper);
-                        ASSERT_EQ(Ask(), expected) << vo << ' ' << bo << ' ' << vn << ' ' << bn << ' ' << version.text
-                                                   << ' ' << build.text;
+                        ASSERT_EQ(Ask(), expected)
+                            << vo << ' ' << bo << ' ' << vn << ' ' << bn << ' ' << version.text << ' ' << build.text;
                         allowed += expected == 0;
                     }
                 }
@@ -108,27 +111,28 @@ TEST_F(Decision, AgreesWithTheTableOnEveryCombination) {
 TEST_F(Decision, IsTracedLineByLine) {
     Rules(Rule("ProdSubType01=12\r\n"));
     Install(0x0B01, 4000);
-    const Lines fresh = {"ProductCode is {NEW}", "ProductSubType is 7", "ProductDescriptor is Agent", "UpgradeMsgID is 1201",
-                         "InvalidUpgradeMsgID is 1202", "RegBKRootKey is " + kBackup, "RegRootKey is " + kRoot,
-                         "newproduct getBuildNo is 4200", "newproduct getVersionNo is 11.5"};
+    const Lines fresh = {"ProductCode is {NEW}",   "ProductSubType is 7",           "ProductDescriptor is Agent",
+                         "UpgradeMsgID is 1201",   "InvalidUpgradeMsgID is 1202",   "RegBKRootKey is " + kBackup,
+                         "RegRootKey is " + kRoot, "newproduct getBuildNo is 4200", "newproduct getVersionNo is 11.5"};
     ClearTrace();
     { const CProduct rule(File().c_str(), 1, nullptr); }
     const std::string rule = Trace();
     const std::string path = File();
     ClearTrace();
     EXPECT_EQ(KSetIsAllowUpgrade("C:\\TEST\\medium\\\\", "Agent", nullptr, nullptr), 0);
-    EXPECT_EQ(Trace(),
-              Traced({"KSetIsAllowUpgrade() - Start", "GetInfFileName() - Start ", "GetInfFileName() - End - Return " + path,
-                      "szSetupInf is " + path, "KsetIsAllowUpgrade() - Start", "initialize for new product************"}) +
-                  Traced(fresh) + Traced({"initialize for old product************"}) + rule +
-                  Traced({"IsProductInstalled() - Start", "oldproduct getBuildNo is 4000", "oldproduct getVersionNo is 2817",
-                          "oldproduct getVersionNo(*.*) is 11.1", "IsProductCodeInUnInstall() - Start",
-                          "IsProductCodeInUnInstall() - End - Return TRUE", "oldproduct getProductSubType() is 1",
-                          "IsProductInstalled() - End - Return TRUE", "IsAllowProductUpgrade() - Start",
-                          "IsInVersionRange() - Start", "IsInVersionRange() - End - Return 2",
-                          "IsCompareVersionBuild() - Start", "IsCompareVersionBuild() - End - Return TRUE",
-                          "IsAllowProductUpgrade() - End - Return 0", "Product is in setup.inf and 0",
-                          "KsetIsAllowUpgrade() - End - Return 0", "KSetIsAllowUpgrade() - End - Return 0,"}));
+    EXPECT_EQ(
+        Trace(),
+        Traced({"KSetIsAllowUpgrade() - Start", "GetInfFileName() - Start ", "GetInfFileName() - End - Return " + path,
+                "szSetupInf is " + path, "KsetIsAllowUpgrade() - Start", "initialize for new product************"}) +
+            Traced(fresh) + Traced({"initialize for old product************"}) + rule +
+            Traced({"IsProductInstalled() - Start", "oldproduct getBuildNo is 4000", "oldproduct getVersionNo is 2817",
+                    "oldproduct getVersionNo(*.*) is 11.1", "IsProductCodeInUnInstall() - Start",
+                    "IsProductCodeInUnInstall() - End - Return TRUE", "oldproduct getProductSubType() is 1",
+                    "IsProductInstalled() - End - Return TRUE", "IsAllowProductUpgrade() - Start",
+                    "IsInVersionRange() - Start", "IsInVersionRange() - End - Return 2",
+                    "IsCompareVersionBuild() - Start", "IsCompareVersionBuild() - End - Return TRUE",
+                    "IsAllowProductUpgrade() - End - Return 0", "Product is in setup.inf and 0",
+                    "KsetIsAllowUpgrade() - End - Return 0", "KSetIsAllowUpgrade() - End - Return 0,"}));
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// What the tests of upgrades share: a medium in C:\TEST\medium whose information file a test writes in a line, the version
-// that its version library tells, registered products, and the trace.
+// What the tests of upgrades share: a medium in C:\TEST\medium whose information file a test writes in a line, the
+// version that its version library tells, registered products, and the trace.
 #ifndef INSTALIB_TESTS_UPGRADE_FIXTURE_H
 #define INSTALIB_TESTS_UPGRADE_FIXTURE_H
 
@@ -37,7 +37,8 @@ class UpgradeTest : public RegistryTest {
     static void Rules(const std::string& lines) {
         WriteBytes(std::string(kMedium) + "\\setup.inf",
                    "[Setup]\r\nProductCode={NEW}\r\nProdSubType=7\r\nProductDescriptor=Agent\r\n"
-                   "[Upgrade]\r\nVersionDLL=VERLIB.DLL\r\nUpgradeMsg=1201\r\nInvalidUpgradeMsg=1202\r\n" + lines);
+                   "[Upgrade]\r\nVersionDLL=VERLIB.DLL\r\nUpgradeMsg=1201\r\nInvalidUpgradeMsg=1202\r\n" +
+                       lines);
     }
     static void Install(WORD version, WORD build, int subType = 1, HKEY root = HKEY_LOCAL_MACHINE,
                         const char* name = "Agent") {
