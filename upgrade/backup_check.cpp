@@ -20,7 +20,7 @@ class Comparison {
     Comparison(Names& dropped, Names& lost) : m_dropped(dropped), m_lost(lost) { m_name.SetSize(kNameBytes); }
 
     void Compare(HKEY sourceParent, const char* name, HKEY copyParent, const char* copyName, const CString& path,
-                 bool isTop) {
+                 const char* excluded, bool isTop) {
         RegistryKey source, copy;
         if (registry::Open(sourceParent, name, KEY_READ, source) != ERROR_SUCCESS ||
             registry::Open(copyParent, copyName, KEY_READ, copy) != ERROR_SUCCESS) {
@@ -36,8 +36,10 @@ class Comparison {
                 m_lost.Add(path);
                 return;
             }
+            const char* const below = Behind(excluded, child);
+            if (below != nullptr && *below == '\0') continue;
             const char* const copied = child == kFormerAgentKey ? kAgentKey : static_cast<const char*>(child);
-            Compare(source.Get(), child, copy.Get(), copied, path + "\\" + child, false);
+            Compare(source.Get(), child, copy.Get(), copied, path + "\\" + child, below, false);
         }
     }
 
@@ -111,9 +113,10 @@ int CUpgradeBackup::HoldsAll(const char* directory, const char* descriptor, cons
     CProduct rule;
     if (FindRule(file, descriptor, target, rule) == 0) return FailWith(ERROR_FILE_NOT_FOUND);
     const int before = lost.GetSize();
+    const CString backup = BackupRoot();
     Comparison comparison(rule.getRegBKValues(), lost);
-    ForEachBranch(rule, BackupRoot(), [&](const CString& source, const CString& copy) {
-        comparison.Compare(HKEY_LOCAL_MACHINE, source, HKEY_LOCAL_MACHINE, copy, source, true);
+    ForEachBranch(rule, backup, [&](const CString& source, const CString& copy) {
+        comparison.Compare(HKEY_LOCAL_MACHINE, source, HKEY_LOCAL_MACHINE, copy, source, Below(backup, source), true);
     });
     return lost.GetSize() == before;
 }

@@ -25,10 +25,10 @@ void DeleteBKRegValues(const CString& path, Names& values) {
     WriteUpgradeLog("DeleteBKRegValues() - End");
 }
 
-int CopyBranch(const CString& source, const CString& destination, Names& dropped) {
+int CopyBranch(const CString& source, const CString& destination, const CString& backup, Names& dropped) {
     WriteUpgradeLog("strSrcKey for backup is %s \nstrDestKey for backup is %s", static_cast<const char*>(source),
                     static_cast<const char*>(destination));
-    const int code = SetcnvrtCopyRegSubTree(HKEY_LOCAL_MACHINE, source, destination, false);
+    const int code = SetcnvrtCopyRegSubTree(HKEY_LOCAL_MACHINE, source, destination, false, backup);
     if (code == kCopied) DeleteBKRegValues(destination, dropped);
     return code;
 }
@@ -38,7 +38,7 @@ int KSetBKOldProdRegKey(CProduct& entry, const CString& backup) {
     WriteUpgradeLog("KSetBKOldProdRegKey() - Start");
     int last = kCopied;
     ForEachBranch(entry, backup, [&](const CString& source, const CString& destination) {
-        last = CopyBranch(source, destination, entry.getRegBKValues());
+        last = CopyBranch(source, destination, backup, entry.getRegBKValues());
     });
     WriteUpgradeLog("KSetBKOldProdRegKey() - End - Return %d", last);
     return last == kCopied;

@@ -19,23 +19,6 @@ const char* NameOf(HKEY root) {
     return root == HKEY_LOCAL_MACHINE ? "HKEY_LOCAL_MACHINE" : "other";
 }
 
-// The part of `path` below `above`, both without regard to the case of letters; null when it does not lie there. Empty
-// for the same key.
-const char* Below(const char* path, const char* above) {
-    const std::size_t length = std::strlen(above);
-    if (CString(path, int(length)).CompareNoCase(above) != 0 || std::strlen(path) < length) return nullptr;
-    if (path[length] == '\0') return path + length;
-    return path[length] == '\\' ? path + length + 1 : nullptr;
-}
-
-// What a path says below its first component when that is `name`; null when it is another. Empty at the path's end.
-const char* Behind(const char* path, const char* name) {
-    if (path == nullptr) return nullptr;
-    const char* const end = path + std::strcspn(path, "\\");
-    if (CString(path, int(end - path)).CompareNoCase(name) != 0) return nullptr;
-    return *end == '\\' ? end + 1 : end;
-}
-
 // One copy of a tree. The buffers are shared by all levels, so that a deep tree takes little of the stack.
 class TreeCopy {
   public:
@@ -131,7 +114,22 @@ void TreeCopy::CopyValues(HKEY source, HKEY target) {
 
 }  // namespace
 
-int SetcnvrtCopyRegSubTree(HKEY root, const CString& source, const CString& destination, bool deleteSource) {
+const char* Below(const char* path, const char* above) {
+    const std::size_t length = std::strlen(above);
+    if (CString(path, int(length)).CompareNoCase(above) != 0 || std::strlen(path) < length) return nullptr;
+    if (path[length] == '\0') return path + length;
+    return path[length] == '\\' ? path + length + 1 : nullptr;
+}
+
+const char* Behind(const char* path, const char* name) {
+    if (path == nullptr) return nullptr;
+    const char* const end = path + std::strcspn(path, "\\");
+    if (CString(path, int(end - path)).CompareNoCase(name) != 0) return nullptr;
+    return *end == '\\' ? end + 1 : end;
+}
+
+int SetcnvrtCopyRegSubTree(HKEY root, const CString& source, const CString& destination, bool deleteSource,
+                           const char* excluded) {
     WriteUpgradeLog("SetcnvrtCopyRegSubTree(hRoot=%s, sSourcePath=%s, sDestinationPath=%s, bDeleteSource=%d) - Start",
                     NameOf(root), static_cast<const char*>(source), static_cast<const char*>(destination),
                     int(deleteSource));
@@ -139,7 +137,7 @@ int SetcnvrtCopyRegSubTree(HKEY root, const CString& source, const CString& dest
         WriteUpgradeLog("SetcnvrtCopyRegSubTree() - End - Invalid hRoot. SETCNVRT_FAILED");
         return kCopyFailed;
     }
-    const char* const kept = Below(destination, source);
+    const char* const kept = Below(excluded == nullptr ? static_cast<const char*>(destination) : excluded, source);
     TreeCopy copy;
     // A tree copied onto itself is a copy already.
     const bool isSame = kept != nullptr && *kept == '\0';
