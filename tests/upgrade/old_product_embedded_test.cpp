@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "platform/embedded/control/machine.h"
+#include "platform/embedded/control/system.h"
 #include "platform/handles.h"
 #include "tests/upgrade/upgrade_fixture.h"
 
@@ -170,7 +171,8 @@ TEST_F(RemoteUpgrade, AgentsOnASixtyFourBitMachineHaveRulesOfTheirOwn) {
         {"equal version", "64VersionRange=11.5\r\n64BuildRange=4100\r\n", 0x0B05, 4000, 0},
         {"newer", "64VersionRange=0.0,255.0\r\n64BuildRange=0,9000\r\n", 0x0C00, 4000, 1},
         {"build must grow", "64VersionRange=0.0,255.0\r\n64BuildRange=0,9000\r\n", 0x0B01, 4200, 1},
-        {"nineteen characters", "64VersionRange=11.0,11.4\r\n64BuildRange=000000000000003500,4100\r\n", 0x0B01, 4000, 1},
+        {"nineteen characters", "64VersionRange=11.0,11.4\r\n64BuildRange=000000000000003500,4100\r\n", 0x0B01, 4000,
+         1},
         {"same build", "", 0x0B05, 4200, 3},
     };
     for (const char* agent : {"ClientAgentNT", "VSSAgent"}) {
@@ -211,6 +213,19 @@ TEST_F(RemoteUpgrade, OtherProductsFollowTheRulesWithTheOtherMachinesPrograms) {
     Install(0x0B01, 4000, 1, m_other.Get(), "vssagent");
     EXPECT_EQ(Ask(nullptr, "vssagent", "OTHER"), 0) << "another name: the agents' rules are for exact names";
     EXPECT_EQ(Ask(nullptr, "Agent", "NOWHERE"), 2);
+}
+
+TEST_F(RemoteUpgrade, WindowsInstallerIsAskedForThisMachineAlone) {
+    Rules(std::string("ProductCode01=") + kCode + "\r\n");
+    Install(0x0B01, 4000);
+    Install(0x0B01, 4000, 1, m_other.Get());
+    EXPECT_EQ(Ask(), 1);
+    control::SetProductState(kCode, 5);
+    EXPECT_EQ(Ask(), 0);
+    EXPECT_EQ(Ask(nullptr, "Agent", "testpc"), 0) << "its own name, in any case";
+    EXPECT_EQ(Ask(nullptr, "Agent", "OTHER"), 1);
+    control::SetProductState(kCode, 1);
+    EXPECT_EQ(Ask(), 1);
 }
 
 // --- The wait for the uninstaller ---
