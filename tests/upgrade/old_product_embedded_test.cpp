@@ -1,6 +1,7 @@
 // What only the embedded machine can show of an upgrade: calls that fail, other machines, large and deep trees, and the
 // messages of a thread that waits.
-#include <algorithm>
+#include <pthread.h>
+
 #include <chrono>
 #include <thread>
 
@@ -99,7 +100,7 @@ TEST_F(OldProductFaults, BackupInterruptedAtAnyCallIsTheSameWhenRepeated) {
     }
 }
 
-TEST_F(OldProductFaults, DeepTreesAndManyKeysAreCopiedAndDeleted) {
+TEST_F(OldProductFaults, DeepTreesAreCopiedAndDeletedOnASmallStack) {
     std::string path = kBackup;
     for (int level = 0; level < 500; ++level) path += "\\d";
     const auto makeDeep = [] {
@@ -116,8 +117,15 @@ TEST_F(OldProductFaults, DeepTreesAndManyKeysAreCopiedAndDeleted) {
         RegSetValueExA(key.Get(), "v", 0, REG_SZ, reinterpret_cast<const BYTE*>("x"), 2);
     };
     makeDeep();
-    // On a stack as small as a thread of an installer may have.
-    std::thread(&KSetRSOldProdRegKey).join();
+    // On half the stack that a thread of Windows has.
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, 512 * 1024);
+    pthread_t thread;
+    const auto restore = [](void*) -> void* { return KSetRSOldProdRegKey(), nullptr; };
+    ASSERT_EQ(pthread_create(&thread, &attributes, restore, nullptr), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
     EXPECT_EQ(Get(kRoot + path.substr(kBackup.size()), "v"), "x");
     EXPECT_FALSE(Has(kBackup));
 }
