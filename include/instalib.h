@@ -17,6 +17,7 @@
 #include "instalib/object.h"
 #include "instalib/path.h"
 #include "instalib/probes.h"
+#include "instalib/product.h"
 #include "instalib/product_record.h"
 #include "instalib/registry.h"
 #include "instalib/scrambling.h"
@@ -26,6 +27,7 @@
 #include "instalib/setup_inf.h"
 #include "instalib/string.h"
 #include "instalib/system_account.h"
+#include "instalib/upgrade.h"
 #include "instalib/version.h"
 #include "instalib/windows_types.h"
 

@@ -1,18 +1,11 @@
 #include <iostream>
 
-#include "instalib/computer.h"
-#include "instalib/current_user.h"
 #include "kvsetup/host.h"
 #include "kvsetup/setup_marks.h"
+#include "kvsetup/setup_run.h"
 #include "kvsetup/stages.h"
 
 namespace {
-
-void RequireAdministrator() {
-    if (!CCurrentUser::IsAdministrator()) {
-        throw Failure{kNotAllowed, "a setup needs administrator rights; run it as an administrator"};
-    }
-}
 
 // A newer product on the machine is not replaced by an older one.
 void RequireNoDowngrade(Session& session, CHalvRegistry& registry) {
@@ -23,23 +16,6 @@ void RequireNoDowngrade(Session& session, CHalvRegistry& registry) {
     throw Failure{kNothingToDo, "version " + VersionText(version) + " build " + std::to_string(build) +
                                     " is installed and newer than the medium's " + VersionText(session.version) +
                                     " build " + std::to_string(session.build) + "; remove it first"};
-}
-
-constexpr unsigned kPatience = 120;  // seconds to wait for another setup
-
-void RequireHeld(const host::SetupLock& lock) {
-    if (!lock.Held())
-        throw Failure{kFailed, "another setup is still working on this machine; run this one when it has ended"};
-}
-
-std::string Require(const std::optional<std::string>& answer) {
-    if (!answer)
-        throw Failure{kCancelled, "cancelled: the input has ended; run with --yes or --answers to be asked nothing"};
-    return *answer;
-}
-
-bool Require(const std::optional<bool>& answer) {
-    return Require(answer ? std::optional<std::string>("") : std::nullopt), *answer;
 }
 
 void AskComponents(CSettings& settings) {
@@ -88,44 +64,9 @@ void AskSettings(Session& session) {
     AskAccount(settings);
 }
 
-void WarnAboutSpace(Session& session) {
-    CSettings& settings = session.settings;
-    const char* const path = session.IsAgent() ? settings.ClientAgentPath() : settings.KorvaultPath();
-    // The library tells free space modulo 4 GiB, so a small figure is a hint and no verdict.
-    const DWORD freeKilobytes = CComputer::DriveFreeSpaceBytes(path) / 1024;
-    if (freeKilobytes < settings.DiskSpaceNeeded()) {
-        console::Warn("the drive of " + std::string(path) +
-                      " may be too full: " + std::to_string(settings.DiskSpaceNeeded()) + " KB are needed");
-    }
-}
-
-void Confirm(const Options& options, Session& session, const char* question) {
-    if (options.yes || session.settings.BatchOperation()) return;
-    if (!Require(console::AskYesNo(question, !session.settings.Uninstall()))) throw Failure{kCancelled, "cancelled"};
-}
-
-int Finish(Session& session, Json& report, bool succeeded, const char* what) {
-    session.Log(std::string(what) + (succeeded ? " ended" : " failed"));
-    if (session.json) {
-        report["succeeded"] = succeeded;
-        report["log"] = session.log;
-        console::PrintJson(report);
-    } else if (succeeded) {
-        std::cout << what << " done. Log: " << console::Printable(session.log) << '\n';
-    }
-    if (succeeded) return kDone;
-    throw Failure{kFailed, std::string(what) + " is not complete; what was done is in " + session.log};
-}
-
 bool IsAnythingInstalled(Session& session, CHalvRegistry& registry) {
     return session.settings.KorvaultExists() || session.settings.ClientAgentExists() ||
            registry.IsProductInstalled(session.productId.c_str()) || !marks::Get(marks::kProductDirectory).empty();
-}
-
-Json Describe(Session& session) {
-    Json report = DescribeSession(session);
-    if (!session.json) console::PrintFacts(report);
-    return report;
 }
 
 }  // namespace

@@ -45,6 +45,27 @@ void AddUninstall(CLI::App& app, Options& options, Run& run) {
     command->callback([&run] { run = UninstallCommand; });
 }
 
+void AddUpgrade(CLI::App& app, Options& options, Run& run) {
+    CLI::App* const check = app.add_subcommand("upgrade-check", "may the installed product be upgraded, and why");
+    check->add_option("--source", options.source, "folder of the installation medium, with its SETUP.INF")->required();
+    check->add_option("--product", options.product, "registration name of the installed product")->required();
+    check->add_option("--target", options.target, "the machine that is asked (default: this one)");
+    check->add_flag("--json", options.json, "print data as JSON");
+    check->callback([&run] { run = UpgradeCheckCommand; });
+
+    CLI::App* const upgrade = app.add_subcommand("upgrade", "replace the installed product and keep its settings");
+    AddSource(*upgrade, options, true);
+    upgrade->add_option("--answers", options.answers, "response file of an unattended setup; nothing is asked then");
+    upgrade->add_option("--product", options.product,
+                        "registration name of the installed product (default: the medium's)");
+    upgrade->add_option("--uninstaller", options.uninstaller, "command line that removes the old product");
+    upgrade->add_flag("--accept-loss", options.acceptLoss, "go on although the backup does not hold every setting");
+    CLI::Option* const resume =
+        upgrade->add_flag("--resume", options.resume, "go on with the backup that an earlier upgrade left");
+    upgrade->add_flag("--discard", options.discard, "delete that backup and start afresh")->excludes(resume);
+    upgrade->callback([&run] { run = UpgradeCommand; });
+}
+
 void AddStatus(CLI::App& app, Options& options, Run& run) {
     CLI::App* const command = app.add_subcommand("status", "the family's products on this machine, of all generations");
     command->add_flag("--json", options.json, "print data as JSON");
@@ -103,6 +124,7 @@ int main(int argc, char** argv) {
     app.add_option("--machine", options.machine, "folder of the embedded machine to work on (before the command)");
     AddInstall(app, options, run);
     AddUninstall(app, options, run);
+    AddUpgrade(app, options, run);
     AddStatus(app, options, run);
     AddServices(app, options, run);
     AddMachineCommands(app, options, run);

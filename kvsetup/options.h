@@ -17,12 +17,20 @@ struct Options {
     bool yes = false;
     bool json = false;
     std::string serviceName;
+    std::string product;      // the installed product's registration name; empty: the medium's
+    std::string target;       // the machine that is asked; empty: this one
+    std::string uninstaller;  // a whole command line; empty: the Windows Installer
+    bool resume = false;      // what to do with the backup of an upgrade that did not come to its end
+    bool discard = false;
+    bool acceptLoss = false;             // remove the old product although its backup is not complete
     std::vector<std::string> arguments;  // the whole command line without the program's name
 };
 
 // The commands. Each returns an exit code or throws a Failure.
 int InstallCommand(const Options& options);
 int UninstallCommand(const Options& options);
+int UpgradeCheckCommand(const Options& options);
+int UpgradeCommand(const Options& options);
 int StatusCommand(const Options& options);
 int ServicesListCommand(const Options& options);
 int ServicesStartCommand(const Options& options);

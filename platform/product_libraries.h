@@ -82,6 +82,12 @@ using MsiGetFileVersion = UINT WINAPI(const char* path, char* version, DWORD* ve
 // user32.dll "MessageBoxA", "SendMessageA"
 using ShowMessageBox = int WINAPI(HWND owner, const char* text, const char* caption, UINT type);
 using SendWindowMessage = LONG_PTR WINAPI(HWND window, UINT message, UINT_PTR wParam, LONG_PTR lParam);
+// "MsgWaitForMultipleObjects", "PeekMessageA", "TranslateMessage", "DispatchMessageA", "PostQuitMessage"
+using WaitForMessages = DWORD WINAPI(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds, DWORD wakeMask);
+using PeekWindowMessage = BOOL WINAPI(MSG* message, HWND window, UINT first, UINT last, UINT remove);
+using TranslateWindowMessage = BOOL WINAPI(const MSG* message);
+using DispatchWindowMessage = LONG_PTR WINAPI(const MSG* message);
+using PostQuit = void WINAPI(int exitCode);
 
 // An entry point by name or ordinal, null when the library is null or lacks it.
 template <class Function>

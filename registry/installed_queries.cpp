@@ -49,14 +49,14 @@ int ComponentInstalled(HKEY root, const char* component) {
     return Outcome(status) ? installed : 0;
 }
 
-bool WindowsInstallerKnows(const char* productCode) {
+}  // namespace
+
+bool registry::WindowsInstallerKnows(const char* productCode) {
     const LoadedLibrary library(LoadLibraryA("msi.dll"));
     auto* const query =
         product::EntryPoint<product::MsiQueryProductState>(library.Get(), product::kMsiQueryProductState);
     return query != nullptr && query(productCode) == kInstalledState;
 }
-
-}  // namespace
 
 int CHalvRegistry::IsKorvaultComponentInstalled(const char* component, HKEY key) {
     return ComponentInstalled(OrLocalMachine(key), component);

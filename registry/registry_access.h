@@ -61,6 +61,9 @@ LSTATUS SubkeyAt(HKEY key, DWORD index, CString& name);
 // "A\\B" and "C", "A\\B" and "\\C" give "A\\B\\C"; nothing is added for an empty second part.
 CString Join(const CString& path, const char* below);
 
+// Whether the Windows Installer of this machine says that the product with this code is installed.
+bool WindowsInstallerKnows(const char* productCode);
+
 }  // namespace registry
 
 #endif

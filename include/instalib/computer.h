@@ -68,7 +68,8 @@ class INSTALIB_API CComputer {
     static int DirectoryExists(const char* path);
     static int PathExists(const char* path);
     // Whether the directory holds nothing that matches the pattern (null: "*.*") except "." and "..". A directory that
-    // is missing is empty; one that cannot be listed is not, and the last error tells why. The pattern may lead into a directory below: "sub\*.dll".
+    // is missing is empty; one that cannot be listed is not, and the last error tells why. The pattern may lead into a
+    // directory below: "sub\*.dll".
     static int PathEmpty(const char* directory, const char* pattern);
     // Deletes the files of the directory that match, read-only ones too, and leaves directories alone. Always 1. A
     // pattern with a separator matches nothing here and in ChangeFilesAttribute.

@@ -59,7 +59,8 @@ class INSTALIB_API CService {
     // does not exist (1060) or is marked for deletion (1072) is success.
     static int RemoveService(const char* name);
     // A running service (1056) is success. With `wait` the call blocks for one wait hint of the service per check point
-    // while it is starting, an hour in all at most; running, or still starting when the check point stands, is success. A service that stopped
+    // while it is starting, an hour in all at most; running, or still starting when the check point stands, is success.
+    // A service that stopped
     // again fails with its own exit code, or 1062 when it gave none.
     static int StartServiceA(const char* name, int wait);
     // A service that does not exist, is stopped or stopping is success at once. Otherwise success needs the stopped

@@ -117,6 +117,45 @@ MACHINE_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
 MACHINE_API HANDLE CreateMutexA(LPSECURITY_ATTRIBUTES security, BOOL owned, LPCSTR name);
 MACHINE_API BOOL ReleaseMutex(HANDLE mutex);
 
+// --- Message queues: one a thread, of what is posted to it ---
+
+#define ERROR_INVALID_THREAD_ID 1444
+#define WM_QUIT 0x0012u
+#define WM_TIMER 0x0113u
+#define WM_USER 0x0400u
+#define PM_NOREMOVE 0x0000u
+#define PM_REMOVE 0x0001u
+#define QS_ALLINPUT 0x04FFu
+
+typedef struct tagPOINT {
+    LONG x;
+    LONG y;
+} POINT;
+
+typedef struct tagMSG {
+    HWND hwnd;
+    UINT message;
+    UINT_PTR wParam;
+    LONG_PTR lParam;
+    DWORD time;
+    POINT pt;
+} MSG, *LPMSG;
+
+// Posts to a thread of this process that has a queue: one that has asked for messages or waited for them.
+// ERROR_INVALID_THREAD_ID otherwise.
+MACHINE_API BOOL PostThreadMessageA(DWORD thread, UINT message, UINT_PTR wParam, LONG_PTR lParam);
+MACHINE_API void PostQuitMessage(int exitCode);
+// The oldest message whose number lies between `first` and `last` (both 0: any); a WM_QUIT comes last, and whatever is
+// asked for. There are no windows, so none is found for one.
+MACHINE_API BOOL PeekMessageA(LPMSG message, HWND window, UINT first, UINT last, UINT remove);
+MACHINE_API BOOL TranslateMessage(const MSG* message);
+// Calls the procedure that a WM_TIMER names in lParam; any other message has nobody to go to. 0.
+MACHINE_API LONG_PTR DispatchMessageA(const MSG* message);
+// WAIT_OBJECT_0 and the number of the handle that is signalled, WAIT_OBJECT_0 + count as soon as a message is there,
+// WAIT_TIMEOUT, or WAIT_FAILED with the last error. `all` and a mask other than QS_ALLINPUT are refused.
+MACHINE_API DWORD MsgWaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL all, DWORD milliseconds,
+                                            DWORD wakeMask);
+
 // --- Messages ---
 
 #define FORMAT_MESSAGE_ALLOCATE_BUFFER 0x00000100u

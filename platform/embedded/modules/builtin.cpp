@@ -61,6 +61,11 @@ const EntryPoint kShellFolders[] = {
 const EntryPoint kUser[] = {
     {"MessageBoxA", 0, Entry(ShowMessage)},
     {"SendMessageA", 0, Entry(SendToWindow)},
+    {"MsgWaitForMultipleObjects", 0, nullptr},
+    {"PeekMessageA", 0, nullptr},
+    {"TranslateMessage", 0, nullptr},
+    {"DispatchMessageA", 0, nullptr},
+    {"PostQuitMessage", 0, nullptr},
 };
 
 const Module kModules[] = {
