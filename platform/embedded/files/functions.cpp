@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint64_t Join(DWORD low, DWORD high) { return (std::uint64_t(high) << 32) | low; }
 
-BOOL Report(DWORD error) {
+BOOL ThroughLastError(DWORD error) {
     if (error != 0) SetLastError(error);
     return error == 0;
 }
@@ -23,7 +23,7 @@ template <class Operation>
 BOOL OnDiskFile(HANDLE handle, const char* name, Operation operation) {
     if (gate::Refuses(CallKind::File, name)) return FALSE;
     const std::shared_ptr<files::DiskFile> file = handles::Find<files::DiskFile>(handle);
-    return Report(file ? operation(*file) : DWORD(ERROR_INVALID_HANDLE));
+    return ThroughLastError(file ? operation(*file) : DWORD(ERROR_INVALID_HANDLE));
 }
 
 // Moves bytes in one direction; the OVERLAPPED's offset counts, its event does not.
@@ -40,7 +40,7 @@ BOOL Transfer(HANDLE handle, Buffer buffer, DWORD bytes, LPDWORD moved, LPOVERLA
         error = ((*file).*operation)(buffer, bytes, offset, &done);
     }
     if (moved != nullptr) *moved = done;
-    return Report(error);
+    return ThroughLastError(error);
 }
 
 // `\\computer\mailslot\name` in its parts; false for every other name.

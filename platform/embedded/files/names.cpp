@@ -20,7 +20,7 @@ namespace paths = embedded::paths;
 
 namespace {
 
-BOOL Report(DWORD error) {
+BOOL ThroughLastError(DWORD error) {
     if (error != 0) SetLastError(error);
     return error == 0;
 }
@@ -203,40 +203,44 @@ DWORD EnterDirectory(const char* name) {
 
 }  // namespace
 
-BOOL DeleteFileA(LPCSTR name) { return !gate::Refuses(CallKind::File, "DeleteFileA") && Report(DeleteOneFile(name)); }
+BOOL DeleteFileA(LPCSTR name) {
+    return !gate::Refuses(CallKind::File, "DeleteFileA") && ThroughLastError(DeleteOneFile(name));
+}
 
 BOOL MoveFileA(LPCSTR existing, LPCSTR renamed) {
-    return !gate::Refuses(CallKind::File, "MoveFileA") && Report(Move(existing, renamed, MOVEFILE_COPY_ALLOWED));
+    return !gate::Refuses(CallKind::File, "MoveFileA") &&
+           ThroughLastError(Move(existing, renamed, MOVEFILE_COPY_ALLOWED));
 }
 
 BOOL MoveFileExA(LPCSTR existing, LPCSTR renamed, DWORD flags) {
-    return !gate::Refuses(CallKind::File, "MoveFileExA") && Report(Move(existing, renamed, flags));
+    return !gate::Refuses(CallKind::File, "MoveFileExA") && ThroughLastError(Move(existing, renamed, flags));
 }
 
 BOOL CopyFileA(LPCSTR existing, LPCSTR copy, BOOL failIfExists) {
-    return !gate::Refuses(CallKind::File, "CopyFileA") && Report(CopyOneFile(existing, copy, failIfExists != FALSE));
+    return !gate::Refuses(CallKind::File, "CopyFileA") &&
+           ThroughLastError(CopyOneFile(existing, copy, failIfExists != FALSE));
 }
 
 BOOL CreateDirectoryA(LPCSTR path, LPSECURITY_ATTRIBUTES) {
-    return !gate::Refuses(CallKind::File, "CreateDirectoryA") && Report(MakeOneDirectory(path));
+    return !gate::Refuses(CallKind::File, "CreateDirectoryA") && ThroughLastError(MakeOneDirectory(path));
 }
 
 BOOL RemoveDirectoryA(LPCSTR path) {
-    return !gate::Refuses(CallKind::File, "RemoveDirectoryA") && Report(RemoveOneDirectory(path));
+    return !gate::Refuses(CallKind::File, "RemoveDirectoryA") && ThroughLastError(RemoveOneDirectory(path));
 }
 
 DWORD GetFileAttributesA(LPCSTR name) {
     if (gate::Refuses(CallKind::File, "GetFileAttributesA")) return INVALID_FILE_ATTRIBUTES;
     const files::Place place = files::Locate(name);
-    return Report(place.Missing()) ? files::AttributesOf(place) : INVALID_FILE_ATTRIBUTES;
+    return ThroughLastError(place.Missing()) ? files::AttributesOf(place) : INVALID_FILE_ATTRIBUTES;
 }
 
 BOOL SetFileAttributesA(LPCSTR name, DWORD attributes) {
-    return !gate::Refuses(CallKind::File, "SetFileAttributesA") && Report(SetOneAttributes(name, attributes));
+    return !gate::Refuses(CallKind::File, "SetFileAttributesA") && ThroughLastError(SetOneAttributes(name, attributes));
 }
 
 BOOL SetCurrentDirectoryA(LPCSTR path) {
-    return !gate::Refuses(CallKind::File, "SetCurrentDirectoryA") && Report(EnterDirectory(path));
+    return !gate::Refuses(CallKind::File, "SetCurrentDirectoryA") && ThroughLastError(EnterDirectory(path));
 }
 
 DWORD GetCurrentDirectoryA(DWORD size, LPSTR buffer) {
@@ -250,7 +254,7 @@ DWORD GetFullPathNameA(LPCSTR name, DWORD size, LPSTR buffer, LPSTR* filePart) {
     if (gate::Refuses(CallKind::File, "GetFullPathNameA")) return 0;
     if (filePart != nullptr) *filePart = nullptr;
     const std::u16string absolute = files::AbsoluteName(name);
-    if (absolute.empty()) return DWORD(FALSE & Report(ERROR_INVALID_NAME));
+    if (absolute.empty()) return DWORD(FALSE & ThroughLastError(ERROR_INVALID_NAME));
     const std::string path = paths::ToAnsi(absolute);
     const DWORD length = paths::CopyOut(path, buffer, size);
     if (filePart != nullptr && length == path.size() && !absolute.ends_with(u'\\')) {
