@@ -17,6 +17,7 @@ struct Options {
     bool yes = false;
     bool json = false;
     std::string serviceName;
+    bool needsMachine = true;            // the command works on the present machine
     std::vector<std::string> arguments;  // the whole command line without the program's name
 };
 
