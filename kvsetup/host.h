@@ -15,6 +15,9 @@ namespace host {
 // Runs everything that follows on the machine in `folder`. False with a reason; on Windows there is only one machine.
 bool SelectMachine(const std::string& folder, std::string* problem);
 
+// False with a reason when the present machine has lost something and nothing can be done on it.
+bool IsMachineSound(std::string* problem);
+
 // The path as the library understands it, from the path as the user wrote it. On the embedded machine a folder of the
 // host becomes a drive of the machine. Folders (`isFolder`) get a final backslash. Empty with a reason when that cannot
 // be done.

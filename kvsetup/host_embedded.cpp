@@ -38,6 +38,14 @@ bool SelectMachine(const std::string& folder, std::string* problem) {
     return false;
 }
 
+bool IsMachineSound(std::string* problem) {
+    const std::string found = control::MachineProblem();
+    if (found.empty()) return true;
+    const std::string folder = control::MachineFolder().string();
+    *problem = found + "; see kvsetup machine check " + folder + ", and kvsetup machine repair " + folder;
+    return false;
+}
+
 std::string MachinePath(const std::string& path, bool isFolder, std::string* problem) {
     if (IsMachinePath(path)) return isFolder && !path.ends_with('\\') ? path + "\\" : path;
     std::error_code error;

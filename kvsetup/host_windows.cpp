@@ -30,6 +30,8 @@ bool SelectMachine(const std::string&, std::string* problem) {
     return false;
 }
 
+bool IsMachineSound(std::string*) { return true; }
+
 std::string MachinePath(const std::string& path, bool isFolder, std::string* problem) {
     char full[MAX_PATH] = "";
     const DWORD length = GetFullPathNameA(path.c_str(), MAX_PATH, full, nullptr);

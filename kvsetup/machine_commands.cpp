@@ -99,6 +99,20 @@ int Diff(const MachineOptions& machine, bool json) {
     return kDone;
 }
 
+int CheckOrRepair(const MachineOptions& machine, bool (*work)(const fs::path&, std::vector<std::string>*)) {
+    const fs::path folder = machine.folder.empty() ? control::MachineFolder() : fs::path(machine.folder);
+    std::error_code error;
+    if (!fs::is_directory(folder, error)) Refuse(folder.string() + " is no machine");
+    std::vector<std::string> lines;
+    const bool good = work(fs::absolute(folder).lexically_normal(), &lines);
+    for (const std::string& line : lines) (good ? std::cout : std::cerr) << console::Printable(line) << '\n';
+    return good ? kDone : kFailed;
+}
+
+int Check(const MachineOptions& machine) { return CheckOrRepair(machine, control::CheckMachine); }
+
+int Repair(const MachineOptions& machine) { return CheckOrRepair(machine, control::RepairMachine); }
+
 int Mount(const MachineOptions& machine) {
     std::error_code error;
     if (!fs::is_directory(machine.file, error)) Refuse(machine.file + " is no folder");
@@ -114,13 +128,15 @@ void AddMachineCommands(CLI::App& app, Options& options, std::function<int(const
     const auto machine = std::make_shared<MachineOptions>();
     CLI::App* const group = app.add_subcommand("machine", "the embedded machine as a whole");
     group->require_subcommand(1);
-    const auto add = [&](const char* name, const char* help, int (*command)(const MachineOptions&)) {
+    const auto add = [&](const char* name, const char* help, int (*command)(const MachineOptions&), bool needs = true) {
         CLI::App* const sub = group->add_subcommand(name, help);
-        sub->callback(
-            [&run, machine, command] { run = [machine, command](const Options&) { return command(*machine); }; });
+        sub->callback([&run, &options, machine, command, needs] {
+            options.needsMachine = needs;
+            run = [machine, command](const Options&) { return command(*machine); };
+        });
         return sub;
     };
-    add("new", "make a fresh machine", NewMachine)
+    add("new", "make a fresh machine", NewMachine, false)
         ->add_option("folder", machine->folder, "its folder; the last name is the computer name")
         ->required();
     add("import", "read .reg text into the machine's registry", Import)
@@ -133,6 +149,10 @@ void AddMachineCommands(CLI::App& app, Options& options, std::function<int(const
     add("save", "write the machine's whole state to a file, for a later diff", Save)
         ->add_option("file", machine->file, "the file to write")
         ->required();
+    add("check", "look the machine's registry through, changing nothing", Check, false)
+        ->add_option("folder", machine->folder, "the machine's folder; the present machine without it");
+    add("repair", "save a damaged registry beside, and keep all that is whole in it", Repair, false)
+        ->add_option("folder", machine->folder, "the machine's folder; the present machine without it");
     CLI::App* const mount = add("mount", "show a folder of this computer as a drive of the machine", Mount);
     mount->add_option("letter", machine->letter, "D to Z")->required();
     mount->add_option("folder", machine->file, "the folder")->required();
@@ -140,5 +160,8 @@ void AddMachineCommands(CLI::App& app, Options& options, std::function<int(const
     diff->add_option("from", machine->file, "a machine's folder or a saved state")->required();
     diff->add_option("to", machine->other, "the same; the present machine without it");
     diff->add_flag("--json", options.json, "print data as JSON");
-    diff->callback([&run, machine] { run = [machine](const Options& given) { return Diff(*machine, given.json); }; });
+    diff->callback([&run, &options, machine] {
+        options.needsMachine = machine->other.empty();
+        run = [machine](const Options& given) { return Diff(*machine, given.json); };
+    });
 }

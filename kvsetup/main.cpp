@@ -109,6 +109,7 @@ int Parse(CLI::App& app, int argc, char** argv, Run& run, Options& options) {
     if (options.drivingHost.starts_with(':')) options.drivingHost.erase(0, 1);
     std::string problem;
     if (!options.machine.empty() && !host::SelectMachine(options.machine, &problem)) throw Failure{kBadInput, problem};
+    if (options.needsMachine && !host::IsMachineSound(&problem)) throw Failure{kBadInput, problem};
     return run(options);
 }
 

@@ -23,6 +23,7 @@ struct Options {
     bool resume = false;      // what to do with the backup of an upgrade that did not come to its end
     bool discard = false;
     bool acceptLoss = false;             // remove the old product although its backup is not complete
+    bool needsMachine = true;            // the command works on the present machine
     std::vector<std::string> arguments;  // the whole command line without the program's name
 };
 

@@ -101,7 +101,7 @@ CString CUpgradeBackup::Path() { return BackupRoot(); }
 
 int CUpgradeBackup::Exists() {
     RegistryKey key;
-    return registry::Report(registry::Open(HKEY_LOCAL_MACHINE, BackupRoot(), KEY_READ, key));
+    return registry::Outcome(registry::Open(HKEY_LOCAL_MACHINE, BackupRoot(), KEY_READ, key));
 }
 
 int CUpgradeBackup::Discard() { return !Exists() || DeleteSourceKeys(HKEY_LOCAL_MACHINE, BackupRoot()) ? 1 : 0; }

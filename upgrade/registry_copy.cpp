@@ -116,7 +116,7 @@ void TreeCopy::CopyValues(HKEY source, HKEY target) {
 
 const char* Below(const char* path, const char* above) {
     const std::size_t length = std::strlen(above);
-    if (CString(path, int(length)).CompareNoCase(above) != 0 || std::strlen(path) < length) return nullptr;
+    if (std::strlen(path) < length || CString(path, int(length)).CompareNoCase(above) != 0) return nullptr;
     if (path[length] == '\0') return path + length;
     return path[length] == '\\' ? path + length + 1 : nullptr;
 }

@@ -190,4 +190,30 @@ TEST_F(WholeMachine, AWrongPasswordOfAnExistingAccountStopsTheInstallation) {
     EXPECT_EQ(NetUserDel(nullptr, name), 0u) << "an account that was there before stays";
 }
 
+TEST_F(WholeMachine, ADamagedOneIsNamedCheckedAndRepaired) {
+    ASSERT_EQ(Run(BatchInstall()).exitCode, 0);
+    EXPECT_EQ(Run("machine check").exitCode, 0);
+    const std::filesystem::path file = MachineFolder() / "registry" / "store";
+    const std::uintmax_t size = std::filesystem::file_size(file) - 1;
+    std::filesystem::resize_file(file, size);
+    for (const char* command : {"status", "services list", "uninstall --yes", "machine export -"}) {
+        const RunResult refused = Run(command);
+        EXPECT_EQ(refused.exitCode, 3) << command;
+        EXPECT_TRUE(refused.SaysInOneLine(file.string() + " is damaged: it ends at byte")) << refused.errors;
+        EXPECT_THAT(refused.errors, testing::HasSubstr("kvsetup machine repair"));
+    }
+    const RunResult checked = Run("machine check \"" + MachineFolder().string() + '"');
+    EXPECT_EQ(checked.exitCode, 1);
+    EXPECT_THAT(checked.errors, testing::AllOf(testing::HasSubstr("store is damaged: "),
+                                               testing::HasSubstr("whole frames up to byte")));
+    EXPECT_EQ(std::filesystem::file_size(file), size);
+    const RunResult repaired = Run("machine repair");
+    EXPECT_EQ(repaired.exitCode, 0) << repaired.errors;
+    EXPECT_THAT(repaired.output, testing::ContainsRegex("saved the damaged file as .*store.damaged"));
+    EXPECT_THAT(repaired.output, testing::HasSubstr("lost the bytes"));
+    EXPECT_EQ(std::filesystem::file_size(file.string() + ".damaged"), size);
+    EXPECT_EQ(Run("status").exitCode, 0);
+    EXPECT_THAT(Run("machine repair").output, testing::HasSubstr("is sound"));
+}
+
 }  // namespace

@@ -9,8 +9,6 @@ constexpr std::size_t kHeader = 8;  // revision, count of the parts, authority
 
 }  // namespace
 
-Bytes BuiltinSid(DWORD rid) { return MakeSid(5, {32, rid}); }
-
 Bytes WithRid(const Bytes& domain, DWORD rid) {
     Bytes sid = domain;
     const auto* const bytes = reinterpret_cast<const BYTE*>(&rid);

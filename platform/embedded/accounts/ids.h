@@ -16,11 +16,10 @@ inline constexpr DWORD kDomainAdmins = 512;
 inline constexpr DWORD kDomainUsers = 513;
 inline constexpr DWORD kDomainGuests = 514;
 
+using security::BuiltinSid;
 using security::MakeSid;
 using security::SidText;
 
-// S-1-5-32-rid.
-Bytes BuiltinSid(DWORD rid);
 Bytes WithRid(const Bytes& domain, DWORD rid);
 // The last part and what stands before it; nothing for an identifier without parts.
 std::optional<DWORD> RidOf(const Bytes& sid);

@@ -62,9 +62,9 @@ std::vector<std::string> NamesOf(const Rights& rights);
 // Characters that no user's or group's name may have; a name of dots and blanks is none either.
 bool IsAccountName(std::string_view name);
 
-// --- Passwords (accounts/passwords.cpp)
-// -------------------------------------------------------------------------------------- Null stands for the empty
-// password.
+// --- Passwords (accounts/passwords.cpp) ---
+
+// Null stands for the empty password.
 bool SetPassword(Machine& machine, DWORD rid, const char16_t* password);
 bool PasswordMatches(Machine& machine, DWORD rid, const char16_t* password);
 // The hash of `password` with the salt of the user's present one: equal to PasswordHash while the user has this

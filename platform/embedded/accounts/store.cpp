@@ -12,11 +12,22 @@
 namespace embedded::accounts {
 namespace {
 
-// The domains of the world beside the machine's own accounts.
+// The domains that are asked for what the machine's own accounts do not have, in this order: the one it belongs to, and
+// those that it and its domain trust.
 std::vector<std::shared_ptr<Machine>> OtherDomains(Machine& machine) {
-    auto controllers = domain::Controllers();
-    std::erase_if(controllers, [&](const auto& other) { return other->Folder() == machine.Folder(); });
-    return controllers;
+    std::vector<std::shared_ptr<Machine>> domains;
+    const auto add = [&](std::string_view name) {
+        auto controller = domain::Controller(name);
+        if (controller == nullptr || controller->Folder() == machine.Folder()) return;
+        if (std::find(domains.begin(), domains.end(), controller) == domains.end()) domains.push_back(controller);
+    };
+    const std::string own = domain::Name(machine);
+    add(own);
+    for (const std::string& trusted : domain::TrustsOf(machine)) add(trusted);
+    if (const auto controller = domain::Controller(own)) {
+        for (const std::string& trusted : domain::TrustsOf(*controller)) add(trusted);
+    }
+    return domains;
 }
 
 // A user, local group or standard group among the accounts that the machine itself keeps.
@@ -67,11 +78,12 @@ std::optional<Account> Unqualified(Machine& machine, std::string_view name) {
 
 // What every local logon belongs to, by whom it is.
 std::vector<Bytes> GroupsOfLogon(Machine& machine, const Bytes& sid) {
-    std::vector<Bytes> groups = {MakeSid(1, {0}), MakeSid(2, {0})};  // Everyone, LOCAL
-    const bool isSystem = sid == MakeSid(5, {18});
-    if (!isSystem) groups.push_back(MakeSid(5, {4}));  // INTERACTIVE
-    if (RidOf(sid) != kGuestUser) groups.push_back(MakeSid(5, {11}));
-    if (isSystem) groups.push_back(BuiltinSid(kAdministrators));
+    namespace known = security::well_known;
+    std::vector<Bytes> groups = {known::kEveryone, known::kLocal};
+    const bool isSystem = sid == known::kSystem;
+    if (!isSystem) groups.push_back(known::kInteractive);
+    if (RidOf(sid) != kGuestUser) groups.push_back(known::kAuthenticated);
+    if (isSystem) groups.push_back(known::kAdministrators);
     const Bytes domainSid = DomainOf(sid);
     if (domainSid != MakeSid(5, {}) && domainSid.size() == MachineSid(machine).size()) {
         groups.push_back(WithRid(domainSid, kDomainUsers));
@@ -100,7 +112,7 @@ std::optional<Account> BySid(Machine& machine, const Bytes& sid) {
     const Bytes domainSid = DomainOf(sid);
     if (sid == MachineSid(machine)) return DomainItself(machine);
     if (domainSid == MachineSid(machine)) return OwnByRid(machine, *RidOf(sid));
-    // Only identifiers of account domains (S-1-5-21-...) can be another machine's: no other asks the world.
+    // Only identifiers of account domains (S-1-5-21-...) can be another domain's: no other asks one.
     if (!SidText(sid).starts_with("S-1-5-21-")) return std::nullopt;
     for (const auto& other : OtherDomains(machine)) {
         if (sid == MachineSid(*other)) return DomainItself(*other);

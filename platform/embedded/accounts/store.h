@@ -22,9 +22,10 @@ struct Account {
     Use use = Use::User;
 };
 
-// "name", "DOMAIN\\name" or "MACHINE\\name", without regard to case. Domains of the world are searched after the
-// machine.
+// "name", "DOMAIN\\name" or "MACHINE\\name", without regard to case. A name alone is looked for in the machine, its own
+// domain and the domains that these trust, as Windows does; "DOMAIN" may be any domain of the world.
 std::optional<Account> ByName(Machine& machine, std::string_view name);
+// In the same domains as a name alone.
 std::optional<Account> BySid(Machine& machine, const Bytes& sid);
 // S-1-5-21-a-b-c of the machine's own accounts; a user's identifier is this and its relative identifier.
 Bytes MachineSid(Machine& machine);

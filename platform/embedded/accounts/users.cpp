@@ -63,7 +63,7 @@ DWORD PrivilegeOf(Machine& machine, const User& user) {
     const Bytes sid = WithRid(MachineSid(machine), user.rid);
     DWORD privilege = USER_PRIV_GUEST;
     for (const Bytes& group : GroupsOf(machine, sid)) {
-        if (group == BuiltinSid(kAdministrators)) return USER_PRIV_ADMIN;
+        if (group == security::well_known::kAdministrators) return USER_PRIV_ADMIN;
         if (group == BuiltinSid(kUsers) || group == security::well_known::kAuthenticated) privilege = USER_PRIV_USER;
     }
     return privilege;

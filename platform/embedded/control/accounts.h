@@ -8,8 +8,7 @@
 namespace embedded::control {
 
 // Workstation is what a fresh machine is. The role shows in the server's type bits and in the product type of the
-// registry
-// ("WinNT", "ServerNT", "LanmanNT").
+// registry ("WinNT", "ServerNT", "LanmanNT").
 enum class MachineRole { Workstation, Server, PrimaryController, BackupController };
 MACHINE_CONTROL bool SetMachineRole(const std::string& machine, MachineRole role);
 

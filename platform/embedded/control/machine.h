@@ -24,11 +24,21 @@ namespace embedded::control {
 MACHINE_CONTROL bool NewMachine(const std::filesystem::path& world, const std::string& name);
 // From now on this process runs on the machine in `folder` (as INSTALIB_MACHINE does for a process from its start, and
 // child processes inherit it). Per-process state starts afresh: current directory C:\, tokens, environment changes of
-// the machine, code page. False when the folder is no machine.
+// the machine, code page. False when the folder is no machine. One whose registry cannot be used is a machine on which
+// every call fails; MachineProblem says why.
 MACHINE_CONTROL bool UseMachine(const std::filesystem::path& folder);
 // The folder of the local machine: INSTALIB_MACHINE, or the default one in the user's state directory, created on first
 // use.
 MACHINE_CONTROL std::filesystem::path MachineFolder();
+// One line that says what is wrong with the local machine's registry and in which file; empty when nothing is.
+MACHINE_CONTROL std::string MachineProblem();
+// Looks a machine's registry through without changing anything. What there is and what is wrong, in lines for a person.
+// True when nothing is wrong.
+MACHINE_CONTROL bool CheckMachine(const std::filesystem::path& folder, std::vector<std::string>* lines);
+// Saves the file of a damaged registry beside it, as it is, and makes one of all that is whole in it. What was kept and
+// what was lost, in lines. False when nothing could be saved; the file is then as it was. Processes that run on the
+// machine meanwhile have to be started again.
+MACHINE_CONTROL bool RepairMachine(const std::filesystem::path& folder, std::vector<std::string>* lines);
 // The host's path of a file of the local machine, existing or not: "C:\\x\\y" gives FOLDER/drives/C/x/y, an existing
 // name found in whatever case it has.
 MACHINE_CONTROL std::filesystem::path HostPath(const std::string& machinePath);

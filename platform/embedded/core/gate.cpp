@@ -8,7 +8,7 @@
 namespace embedded {
 namespace gate {
 
-std::atomic<bool> armed{false};
+std::atomic<bool> armed{true};
 
 namespace {
 
@@ -31,6 +31,25 @@ State& TheState() {
     return state;
 }
 
+std::atomic<DWORD (*)()> machineCheck{nullptr};
+std::atomic<unsigned> looksWanted{1}, looksDone{0};
+
+// With the state's lock.
+void Arm(const State& state) { armed = state.faulting || state.counting || looksWanted != looksDone; }
+
+DWORD LookAtMachine(CallKind kind, std::string_view name) {
+    if (looksWanted == looksDone || kind == CallKind::Memory || name == "FormatMessageA") return 0;
+    DWORD (*const check)() = machineCheck;
+    const unsigned wanted = looksWanted;
+    const DWORD error = check == nullptr ? 0 : check();
+    if (error != 0) return error;
+    State& state = TheState();
+    const std::lock_guard lock(state.mutex);
+    looksDone = wanted;
+    Arm(state);
+    return 0;
+}
+
 void Count(State& state, const char* name) {
     for (auto& [counted, number] : state.counts) {
         if (counted == name) {
@@ -43,7 +62,17 @@ void Count(State& state, const char* name) {
 
 }  // namespace
 
+void SetMachineCheck(DWORD (*check)()) { machineCheck = check; }
+
+void LookAgain() {
+    State& state = TheState();
+    const std::lock_guard lock(state.mutex);
+    ++looksWanted;
+    armed = true;
+}
+
 DWORD Ask(CallKind kind, const char* name) {
+    if (const DWORD error = LookAtMachine(kind, name)) return error;
     State& state = TheState();
     const std::lock_guard lock(state.mutex);
     if (state.counting) Count(state, name);
@@ -70,7 +99,7 @@ void FailCall(CallKind kind, unsigned n, DWORD error, bool persistent) {
     state.persistent = persistent;
     state.fired = false;
     state.faulted.clear();
-    gate::armed = state.faulting || state.counting;
+    gate::Arm(state);
 }
 
 void ExemptCall(const std::string& name) {
@@ -84,7 +113,7 @@ void ClearFault() {
     const std::lock_guard lock(state.mutex);
     state.faulting = false;
     state.exempt.clear();
-    gate::armed = state.counting;
+    gate::Arm(state);
 }
 
 bool FaultFired() {
@@ -111,7 +140,7 @@ std::vector<std::pair<std::string, unsigned>> StopCounting() {
     gate::State& state = gate::TheState();
     const std::lock_guard lock(state.mutex);
     state.counting = false;
-    gate::armed = state.faulting;
+    gate::Arm(state);
     return std::move(state.counts);
 }
 

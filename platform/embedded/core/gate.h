@@ -21,6 +21,12 @@ namespace embedded::gate {
 
 using control::CallKind;
 
+// The machine itself is looked at when the first call comes, and again after LookAgain: `check` answers 0 or the error
+// with which every call fails as long as the machine cannot be used. Only calls for memory and FormatMessageA, which
+// tells the error's text, work without a machine.
+void SetMachineCheck(DWORD (*check)());
+void LookAgain();
+
 extern std::atomic<bool> armed;
 DWORD Ask(CallKind kind, const char* name);
 

@@ -29,8 +29,8 @@ DWORD Guarded(Body body) noexcept {
     }
 }
 
-// 1 for error 0; otherwise 0 with the error as the last error: what a call that reports so makes of one that answers a code.
-inline BOOL Outcome(DWORD error) { return error == 0 ? TRUE : Fail(error); }
+// For a call that answers TRUE or FALSE: sets the last error and answers FALSE unless `error` is 0.
+inline BOOL ThroughLastError(DWORD error) { return error == 0 ? TRUE : Fail(error); }
 
 // A copy of the bytes, counted as `kind` until it is given back; null when there is no memory.
 inline void* CopyOut(std::span<const BYTE> bytes, ResourceKind kind = ResourceKind::LocalMemory) {

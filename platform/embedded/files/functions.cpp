@@ -1,12 +1,10 @@
 // Files by handle.
 #include "platform/embedded/api/files.h"
 #include "platform/embedded/core/gate.h"
-#include "platform/embedded/core/memory.h"
 #include "platform/embedded/core/text.h"
 #include "platform/embedded/files/disk.h"
 
 using embedded::control::CallKind;
-using embedded::security::Outcome;
 namespace gate = embedded::gate;
 namespace files = embedded::files;
 namespace handles = embedded::handles;
@@ -15,12 +13,17 @@ namespace {
 
 constexpr std::uint64_t Join(DWORD low, DWORD high) { return (std::uint64_t(high) << 32) | low; }
 
+BOOL ThroughLastError(DWORD error) {
+    if (error != 0) SetLastError(error);
+    return error == 0;
+}
+
 // Runs `operation` on the open disk file behind the handle; any other handle is ERROR_INVALID_HANDLE.
 template <class Operation>
 BOOL OnDiskFile(HANDLE handle, const char* name, Operation operation) {
     if (gate::Refuses(CallKind::File, name)) return FALSE;
     const std::shared_ptr<files::DiskFile> file = handles::Find<files::DiskFile>(handle);
-    return Outcome(file ? operation(*file) : DWORD(ERROR_INVALID_HANDLE));
+    return ThroughLastError(file ? operation(*file) : DWORD(ERROR_INVALID_HANDLE));
 }
 
 // Moves bytes in one direction; the OVERLAPPED's offset counts, its event does not.
@@ -37,7 +40,7 @@ BOOL Transfer(HANDLE handle, Buffer buffer, DWORD bytes, LPDWORD moved, LPOVERLA
         error = ((*file).*operation)(buffer, bytes, offset, &done);
     }
     if (moved != nullptr) *moved = done;
-    return Outcome(error);
+    return ThroughLastError(error);
 }
 
 // `\\computer\mailslot\name` in its parts; false for every other name.

@@ -7,7 +7,6 @@
 
 #include "platform/embedded/api/files.h"
 #include "platform/embedded/core/gate.h"
-#include "platform/embedded/core/memory.h"
 #include "platform/embedded/files/disk.h"
 #include "platform/embedded/files/drive.h"
 #include "platform/embedded/files/record.h"
@@ -15,12 +14,16 @@
 #include "platform/embedded/machine/process_state.h"
 
 using embedded::control::CallKind;
-using embedded::security::Outcome;
 namespace gate = embedded::gate;
 namespace files = embedded::files;
 namespace paths = embedded::paths;
 
 namespace {
+
+BOOL ThroughLastError(DWORD error) {
+    if (error != 0) SetLastError(error);
+    return error == 0;
+}
 
 // Opened for deletion, which finds out whether anybody objects; null with an error.
 std::shared_ptr<files::DiskFile> OpenToDelete(const files::Place& place, DWORD* error) {
@@ -200,40 +203,44 @@ DWORD EnterDirectory(const char* name) {
 
 }  // namespace
 
-BOOL DeleteFileA(LPCSTR name) { return !gate::Refuses(CallKind::File, "DeleteFileA") && Outcome(DeleteOneFile(name)); }
+BOOL DeleteFileA(LPCSTR name) {
+    return !gate::Refuses(CallKind::File, "DeleteFileA") && ThroughLastError(DeleteOneFile(name));
+}
 
 BOOL MoveFileA(LPCSTR existing, LPCSTR renamed) {
-    return !gate::Refuses(CallKind::File, "MoveFileA") && Outcome(Move(existing, renamed, MOVEFILE_COPY_ALLOWED));
+    return !gate::Refuses(CallKind::File, "MoveFileA") &&
+           ThroughLastError(Move(existing, renamed, MOVEFILE_COPY_ALLOWED));
 }
 
 BOOL MoveFileExA(LPCSTR existing, LPCSTR renamed, DWORD flags) {
-    return !gate::Refuses(CallKind::File, "MoveFileExA") && Outcome(Move(existing, renamed, flags));
+    return !gate::Refuses(CallKind::File, "MoveFileExA") && ThroughLastError(Move(existing, renamed, flags));
 }
 
 BOOL CopyFileA(LPCSTR existing, LPCSTR copy, BOOL failIfExists) {
-    return !gate::Refuses(CallKind::File, "CopyFileA") && Outcome(CopyOneFile(existing, copy, failIfExists != FALSE));
+    return !gate::Refuses(CallKind::File, "CopyFileA") &&
+           ThroughLastError(CopyOneFile(existing, copy, failIfExists != FALSE));
 }
 
 BOOL CreateDirectoryA(LPCSTR path, LPSECURITY_ATTRIBUTES) {
-    return !gate::Refuses(CallKind::File, "CreateDirectoryA") && Outcome(MakeOneDirectory(path));
+    return !gate::Refuses(CallKind::File, "CreateDirectoryA") && ThroughLastError(MakeOneDirectory(path));
 }
 
 BOOL RemoveDirectoryA(LPCSTR path) {
-    return !gate::Refuses(CallKind::File, "RemoveDirectoryA") && Outcome(RemoveOneDirectory(path));
+    return !gate::Refuses(CallKind::File, "RemoveDirectoryA") && ThroughLastError(RemoveOneDirectory(path));
 }
 
 DWORD GetFileAttributesA(LPCSTR name) {
     if (gate::Refuses(CallKind::File, "GetFileAttributesA")) return INVALID_FILE_ATTRIBUTES;
     const files::Place place = files::Locate(name);
-    return Outcome(place.Missing()) ? files::AttributesOf(place) : INVALID_FILE_ATTRIBUTES;
+    return ThroughLastError(place.Missing()) ? files::AttributesOf(place) : INVALID_FILE_ATTRIBUTES;
 }
 
 BOOL SetFileAttributesA(LPCSTR name, DWORD attributes) {
-    return !gate::Refuses(CallKind::File, "SetFileAttributesA") && Outcome(SetOneAttributes(name, attributes));
+    return !gate::Refuses(CallKind::File, "SetFileAttributesA") && ThroughLastError(SetOneAttributes(name, attributes));
 }
 
 BOOL SetCurrentDirectoryA(LPCSTR path) {
-    return !gate::Refuses(CallKind::File, "SetCurrentDirectoryA") && Outcome(EnterDirectory(path));
+    return !gate::Refuses(CallKind::File, "SetCurrentDirectoryA") && ThroughLastError(EnterDirectory(path));
 }
 
 DWORD GetCurrentDirectoryA(DWORD size, LPSTR buffer) {
@@ -247,7 +254,7 @@ DWORD GetFullPathNameA(LPCSTR name, DWORD size, LPSTR buffer, LPSTR* filePart) {
     if (gate::Refuses(CallKind::File, "GetFullPathNameA")) return 0;
     if (filePart != nullptr) *filePart = nullptr;
     const std::u16string absolute = files::AbsoluteName(name);
-    if (absolute.empty()) return DWORD(FALSE & Outcome(ERROR_INVALID_NAME));
+    if (absolute.empty()) return DWORD(FALSE & ThroughLastError(ERROR_INVALID_NAME));
     const std::string path = paths::ToAnsi(absolute);
     const DWORD length = paths::CopyOut(path, buffer, size);
     if (filePart != nullptr && length == path.size() && !absolute.ends_with(u'\\')) {

@@ -5,8 +5,11 @@
 #include <mutex>
 
 #include "platform/embedded/control/machine.h"
+#include "platform/embedded/core/attempt.h"
+#include "platform/embedded/core/gate.h"
 #include "platform/embedded/core/text.h"
 #include "platform/embedded/machine/process_state.h"
+#include "platform/embedded/store/salvage.h"
 
 namespace fs = std::filesystem;
 
@@ -29,7 +32,8 @@ World& TheWorld() {
 
 bool IsMachineFolder(const fs::path& folder) {
     std::error_code error;
-    return fs::is_directory(folder / "registry", error);
+    // One that has lost its registry is a damaged machine, and none to make anew.
+    return fs::is_directory(folder / "registry", error) || fs::is_directory(folder / "drives", error);
 }
 
 fs::path DefaultFolder() {
@@ -41,11 +45,21 @@ fs::path DefaultFolder() {
     return base / "instalib" / "MACHINE";
 }
 
+// Throws std::runtime_error when its store cannot be used.
 std::shared_ptr<Machine> Open(World& world, const fs::path& folder) {
     const fs::path key = fs::weakly_canonical(folder);
     std::shared_ptr<Machine>& machine = world.machines[key];
     if (!machine) machine = std::make_shared<Machine>(text::Upper(key.filename().string()), key);
     return machine;
+}
+
+std::shared_ptr<Machine> OpenLocal(World& world, const fs::path& folder) {
+    try {
+        return Open(world, folder);
+    } catch (const std::runtime_error& error) {
+        const fs::path full = fs::absolute(folder);
+        return std::make_shared<Machine>(text::Upper(full.filename().string()), full, Store::Unusable(error.what()));
+    }
 }
 
 // The folder of a further machine by name; a name that could leave the world's folder names no machine.
@@ -59,10 +73,17 @@ fs::path FolderOf(const Machine& local, std::string_view name) {
     return {};
 }
 
+// Every call of a process passes the gate, which asks this first.
+DWORD CheckMachine() { return world::Local()->Storage().Problem().empty() ? 0 : ERROR_BADDB; }
+[[maybe_unused]] const bool g_asked = (gate::SetMachineCheck(CheckMachine), true);
+
 }  // namespace
 
 Machine::Machine(std::string name, fs::path folder)
     : m_name(std::move(name)), m_folder(std::move(folder)), m_store(Store::Open(m_folder / "registry")) {}
+
+Machine::Machine(std::string name, fs::path folder, std::shared_ptr<Store> store)
+    : m_name(std::move(name)), m_folder(std::move(folder)), m_store(std::move(store)) {}
 
 fs::path Machine::Drive(char letter) const {
     const std::string name(1, text::Upper(letter));
@@ -86,7 +107,7 @@ std::shared_ptr<Machine> Local() {
     const fs::path folder = chosen != nullptr && *chosen != '\0' ? fs::path(chosen) : DefaultFolder();
     if (!IsMachineFolder(folder)) control::NewMachine(folder.parent_path(), folder.filename().string());
     const std::lock_guard lock(state.mutex);
-    if (!state.local) state.local = Open(state, folder);
+    if (!state.local) state.local = OpenLocal(state, folder);
     return state.local;
 }
 
@@ -99,7 +120,12 @@ std::shared_ptr<Machine> Find(const char* name) {
     if (folder.empty() || !IsMachineFolder(folder)) return nullptr;
     World& state = TheWorld();
     const std::lock_guard lock(state.mutex);
-    return Open(state, folder);
+    try {
+        const std::shared_ptr<Machine> machine = Open(state, folder);
+        return machine->Storage().Problem().empty() ? machine : nullptr;
+    } catch (const std::runtime_error&) {
+        return nullptr;  // a computer that does not answer
+    }
 }
 
 std::shared_ptr<Machine> Find(const WCHAR* name) {
@@ -120,7 +146,7 @@ bool NewMachine(const fs::path& world, const std::string& name) {
     fs::create_directories(building / "drives" / "C", error);
     if (error) return false;
     const std::shared_ptr<Machine> outer = t_inTheMaking;
-    t_inTheMaking = std::make_shared<Machine>(text::Upper(name), building);
+    t_inTheMaking = std::make_shared<Machine>(text::Upper(name), building, Store::Make(building / "registry"));
     SeedMachine(*t_inTheMaking);
     t_inTheMaking = outer;
     fs::rename(building, folder, error);
@@ -134,10 +160,24 @@ bool UseMachine(const fs::path& folder) {
         World& state = TheWorld();
         const std::lock_guard lock(state.mutex);
         state.machines.clear();
-        state.local = Open(state, fs::absolute(folder));
+        state.local = OpenLocal(state, fs::absolute(folder));
     }
+    gate::LookAgain();
     process::ResetForMachine();
     return true;
+}
+
+std::string MachineProblem() { return world::Local()->Storage().Problem(); }
+
+bool CheckMachine(const fs::path& folder, std::vector<std::string>* lines) {
+    return CheckStore(folder / "registry", lines);
+}
+
+bool RepairMachine(const fs::path& folder, std::vector<std::string>* lines) {
+    std::string problem;
+    const bool repaired = Attempt(&problem, [&](std::string*) { return RepairStore(folder / "registry", lines); });
+    if (!problem.empty()) lines->push_back(problem);
+    return repaired;
 }
 
 fs::path MachineFolder() { return world::Local()->Folder(); }

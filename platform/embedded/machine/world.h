@@ -15,7 +15,9 @@ namespace embedded {
 
 class Machine {
   public:
+    // Opens the store in the folder; throws std::runtime_error when it cannot be used.
     Machine(std::string name, std::filesystem::path folder);
+    Machine(std::string name, std::filesystem::path folder, std::shared_ptr<Store> store);
 
     const std::string& Name() const { return m_name; }  // the computer name, upper case
     const std::filesystem::path& Folder() const { return m_folder; }
@@ -31,10 +33,11 @@ class Machine {
 
 namespace world {
 
-// The machine that this process runs on.
+// The machine that this process runs on. One whose store cannot be used is there, too, with an empty store that takes
+// nothing; the gate then lets no call in.
 std::shared_ptr<Machine> Local();
 // A machine of the local one's world by computer name, with or without leading backslashes, in any letter case; null
-// when there is none. Null, empty and the local name give the local machine.
+// when there is none, or none whose store can be used. Null, empty and the local name give the local machine.
 std::shared_ptr<Machine> Find(const char* name);
 std::shared_ptr<Machine> Find(const WCHAR* name);
 

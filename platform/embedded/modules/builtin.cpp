@@ -9,6 +9,7 @@
 #include <set>
 
 #include "platform/embedded/api/modules.h"
+#include "platform/embedded/api/registry.h"
 #include "platform/embedded/control/system.h"
 #include "platform/embedded/machine/process_state.h"
 #include "platform/embedded/machine/world.h"
@@ -19,11 +20,31 @@ namespace {
 
 // --- What Windows' own modules answer ---
 
+// "%NAME%" by the process's environment; an unknown name stays as it is.
+std::string Expanded(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t open = text.find('%');
+        const std::size_t close = open == text.npos ? open : text.find('%', open + 1);
+        if (close == text.npos) break;
+        const auto value = process::Variable(text.substr(open + 1, close - open - 1));
+        // The second sign may begin the next name when the first one does not begin any.
+        const std::size_t end = value ? close + 1 : close;
+        result += value ? std::string(text.substr(0, open)) + *value : std::string(text.substr(0, end));
+        text.remove_prefix(end);
+    }
+    return result.append(text);
+}
+
 HRESULT WINAPI FolderPath(HWND, int folder, HANDLE, DWORD, char* path) {
     constexpr int kProgramFiles = 38, kCreate = 0x8000;  // CSIDL_PROGRAM_FILES, CSIDL_FLAG_CREATE (shlobj.h)
     constexpr char kKey[] = "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion";
     if (path == nullptr || (folder & ~kCreate) != kProgramFiles) return E_INVALIDARG;
-    const std::string text = world::Local()->Storage().ReadText(kKey, "ProgramFilesDir");
+    Store& store = world::Local()->Storage();
+    std::string text = store.ReadText(kKey, "ProgramFilesDir");
+    if (const auto value = store.Read(kKey, "ProgramFilesDir"); value && value->type == REG_EXPAND_SZ) {
+        text = Expanded(text);
+    }
     path[text.copy(path, MAX_PATH - 1)] = '\0';
     return text.empty() ? S_FALSE : S_OK;
 }

@@ -1,6 +1,9 @@
 #include "platform/embedded/modules/search.h"
 
+#include <elf.h>
+
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 
 #include "platform/embedded/core/text.h"
@@ -32,6 +35,32 @@ std::vector<std::string> SearchFolders(Purpose purpose) {
         start = end + 1;
     }
     return folders;
+}
+
+// Whether a piece of a file, as its headers have it, is inside.
+bool Holds(std::uint64_t fileSize, std::uint64_t offset, std::uint64_t size) {
+    return offset <= fileSize && size <= fileSize - offset;
+}
+
+// Whether a binary of the host has all that its headers speak of: both tables, and what is loaded.
+bool IsWholeHostBinary(std::ifstream& file) {
+    file.clear();
+    file.seekg(0, std::ios::end);
+    const auto size = std::uint64_t(file.tellg());
+    Elf64_Ehdr header;
+    file.seekg(0);
+    if (!file.read(reinterpret_cast<char*>(&header), sizeof header)) return false;
+    if (header.e_ident[EI_CLASS] != ELFCLASS64 || header.e_phentsize != sizeof(Elf64_Phdr)) return false;
+    const std::uint64_t sections = std::uint64_t(header.e_shnum) * header.e_shentsize;
+    if (header.e_shoff != 0 && !Holds(size, header.e_shoff, sections)) return false;
+    if (!Holds(size, header.e_phoff, std::uint64_t(header.e_phnum) * sizeof(Elf64_Phdr))) return false;
+    file.seekg(std::streamoff(header.e_phoff));
+    for (unsigned i = 0; i < header.e_phnum; ++i) {
+        Elf64_Phdr segment;
+        if (!file.read(reinterpret_cast<char*>(&segment), sizeof segment)) return false;
+        if (segment.p_type == PT_LOAD && !Holds(size, segment.p_offset, segment.p_filesz)) return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -77,7 +106,9 @@ FileFormat FormatOf(const fs::path& host) {
     file.read(head, sizeof head);
     const std::string_view start(head, std::size_t(file.gcount()));
     constexpr char kHostMark[] = {0x7F, 'E', 'L', 'F'};
-    if (start == std::string_view(kHostMark, sizeof kHostMark)) return FileFormat::HostBinary;
+    if (start == std::string_view(kHostMark, sizeof kHostMark)) {
+        return IsWholeHostBinary(file) ? FileFormat::HostBinary : FileFormat::Unknown;
+    }
     if (start.starts_with("#!")) return FileFormat::HostScript;
     switch (version_resource::KindOf(host)) {
         case version_resource::ImageKind::Own:

@@ -31,7 +31,8 @@ std::optional<FoundFile> Search(std::string_view name, Purpose purpose);
 // A file of the machine by path; nothing when there is none or it is a folder.
 std::optional<FoundFile> FileAt(std::string_view path);
 
-// What the first bytes of a file say.
+// What a file's headers say. A file that is shorter than they say it is (a download that was cut off) is Unknown: the
+// host's loader would be killed at the first missing page.
 // A module of Windows for another processor can be read and not run.
 enum class FileFormat { HostBinary, HostScript, Windows, WindowsForeign, Unknown };
 FileFormat FormatOf(const std::filesystem::path& host);

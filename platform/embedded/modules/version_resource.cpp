@@ -191,6 +191,10 @@ ImageKind KindOf(const fs::path& host) {
     File file(host);
     const std::optional<Image> image = ReadImage(file);
     if (!image || (image->characteristics & kExecutable) == 0) return ImageKind::None;
+    for (const Section& section : image->sections) {  // one that was cut off is no module
+        const std::uint64_t end = std::uint64_t(section.rawOffset) + section.rawSize;
+        if (section.rawSize != 0 && file.Read(end - 1, 1).empty()) return ImageKind::None;
+    }
     return image->machine == kMachineX64 ? ImageKind::Own : ImageKind::Foreign;
 }
 

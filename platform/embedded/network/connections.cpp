@@ -77,7 +77,7 @@ DWORD LogOn(const std::shared_ptr<Machine>& remote, const accounts::Account& use
 
 bool IsAdministratorOf(Machine& remote, const Bytes& user) {
     const auto groups = accounts::GroupsOf(remote, user);
-    return std::find(groups.begin(), groups.end(), accounts::BuiltinSid(accounts::kAdministrators)) != groups.end();
+    return std::find(groups.begin(), groups.end(), security::well_known::kAdministrators) != groups.end();
 }
 
 DWORD CheckShare(Machine& remote, const std::string& name, const Bytes& user) {

@@ -196,5 +196,5 @@ BOOL SetFileSecurityA(LPCSTR path, SECURITY_INFORMATION information, PSECURITY_D
         if (!parts) return ERROR_INVALID_SECURITY_DESCR;
         return security::MakeFileObject(path, true)->Write(information, security::Write(*parts));
     });
-    return security::Outcome(error);
+    return security::ThroughLastError(error);
 }

@@ -108,14 +108,18 @@ std::optional<Bytes> ParseNumericSid(std::string_view text) {
 
 }  // namespace
 
+Bytes BuiltinSid(DWORD rid) { return MakeSid(kNt, {kBuiltin, rid}); }
+
 namespace well_known {
 const Bytes kEveryone = MakeSid(1, {SECURITY_WORLD_RID});
+const Bytes kLocal = MakeSid(2, {0});
 const Bytes kCreatorOwner = MakeSid(3, {SECURITY_CREATOR_OWNER_RID});
 const Bytes kCreatorGroup = MakeSid(3, {SECURITY_CREATOR_GROUP_RID});
 const Bytes kOwnerRights = MakeSid(3, {SECURITY_CREATOR_OWNER_RIGHTS_RID});
+const Bytes kInteractive = MakeSid(kNt, {4});
 const Bytes kAuthenticated = MakeSid(kNt, {SECURITY_AUTHENTICATED_USER_RID});
 const Bytes kSystem = MakeSid(kNt, {SECURITY_LOCAL_SYSTEM_RID});
-const Bytes kAdministrators = MakeSid(kNt, {kBuiltin, DOMAIN_ALIAS_RID_ADMINS});
+const Bytes kAdministrators = BuiltinSid(DOMAIN_ALIAS_RID_ADMINS);
 }  // namespace well_known
 
 ByteView SidAt(ByteView bytes, std::size_t offset) {

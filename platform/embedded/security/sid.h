@@ -39,11 +39,16 @@ ByteView SidOf(const void* sid);
 // S-1-authority-...
 Bytes MakeSid(BYTE authority, std::initializer_list<DWORD> subAuthorities);
 
+// S-1-5-32-rid: a group that every machine has. Whoever needs the identifier of one makes it here or has it below.
+Bytes BuiltinSid(DWORD rid);
+
 namespace well_known {
 extern const Bytes kEveryone;        // S-1-1-0
+extern const Bytes kLocal;           // S-1-2-0
 extern const Bytes kCreatorOwner;    // S-1-3-0
 extern const Bytes kCreatorGroup;    // S-1-3-1
 extern const Bytes kOwnerRights;     // S-1-3-4
+extern const Bytes kInteractive;     // S-1-5-4
 extern const Bytes kAuthenticated;   // S-1-5-11
 extern const Bytes kSystem;          // S-1-5-18
 extern const Bytes kAdministrators;  // S-1-5-32-544

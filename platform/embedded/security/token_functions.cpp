@@ -173,7 +173,7 @@ BOOL OpenProcessToken(HANDLE process, DWORD desired, PHANDLE token) {
     // A child runs as the one who started it.
     if (process != kThisProcess && (!object || object->Kind() != ResourceKind::Process))
         return Fail(ERROR_INVALID_HANDLE);
-    return security::Outcome(security::Guarded([&]() -> DWORD {
+    return security::ThroughLastError(security::Guarded([&]() -> DWORD {
         HandOutToken(security::ProcessToken(), desired, token);
         return 0;
     }));
@@ -246,7 +246,7 @@ BOOL PrivilegeCheck(HANDLE token, PPRIVILEGE_SET required, LPBOOL result) {
 BOOL ImpersonateSelf(SECURITY_IMPERSONATION_LEVEL level) {
     if (gate::Refuses(CallKind::Security, "ImpersonateSelf")) return FALSE;
     if (!IsLevel(level)) return Fail(ERROR_INVALID_PARAMETER);
-    return security::Outcome(security::Guarded([level]() -> DWORD {
+    return security::ThroughLastError(security::Guarded([level]() -> DWORD {
         security::Impersonate(ImpersonationCopy(*security::ProcessToken(), level));
         return 0;
     }));

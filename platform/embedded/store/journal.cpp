@@ -3,62 +3,34 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "platform/embedded/store/file_lock.h"
 #include "platform/embedded/store/journal_file.h"
 
 namespace embedded {
 namespace {
 
-constexpr const char* kName = "store";
-constexpr const char* kNewName = "store.new";
-constexpr const char* kLockName = "lock";
 constexpr std::uint64_t kFirstKey = 2;  // 1 is the tree's root
 // A fold costs as much as the snapshot is long. Waiting until the changes are that long again, and more, spreads its
 // cost over so many changes that each pays a constant part of it.
 constexpr std::uint64_t kSmallestFold = 4 * 1024 * 1024;
 
-bool SetLock(int descriptor, short type) {
-    struct flock lock {};
-    lock.l_type = type;
-    lock.l_whence = SEEK_SET;
-    while (fcntl(descriptor, F_SETLKW, &lock) != 0) {
-        // The system takes crossing waits of different threads for a deadlock; they come undone by themselves.
-        if (errno == EDEADLK)
-            usleep(1000);
-        else if (errno != EINTR)
-            return false;
-    }
-    return true;
-}
-
-// The lock alone, for the moments when the file cannot be caught up with yet.
-class FileLock {
-  public:
-    explicit FileLock(int descriptor) : m_descriptor(descriptor) {
-        if (!SetLock(m_descriptor, F_WRLCK)) {
-            throw std::runtime_error(std::string("the registry cannot be locked: ") + std::strerror(errno));
-        }
-    }
-    ~FileLock() { SetLock(m_descriptor, F_UNLCK); }
-    FileLock(const FileLock&) = delete;
-    FileLock& operator=(const FileLock&) = delete;
-
-  private:
-    int m_descriptor;
-};
-
 }  // namespace
 
-Journal::Journal(int folder, JournalReader& reader) : m_folder(folder), m_reader(reader) {
+Journal::Journal(int folder, bool make, JournalReader& reader) : m_folder(folder), m_reader(reader) {
     m_lock = openat(folder, kLockName, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (m_lock < 0) throw std::runtime_error(std::string("the registry cannot be locked: ") + std::strerror(errno));
     try {
         if (OpenExisting() && ReadClean()) return;
         const FileLock lock(m_lock);
-        if ((!m_file || IsReplaced()) && !OpenExisting()) MakeFirst();
+        if ((!m_file || IsReplaced()) && !OpenExisting()) {
+            if (!make) throw DamagedStore("it is missing");
+            MakeFirst();
+        }
         Recover();
     } catch (...) {
         close(m_lock);
@@ -72,14 +44,14 @@ Journal::~Journal() {
 }
 
 bool Journal::OpenExisting() {
-    m_file = JournalFile::Open(m_folder, kName);
+    m_file = JournalFile::Open(m_folder, kStoreName);
     if (m_file) StartOver();
     return m_file != nullptr;
 }
 
 void Journal::MakeFirst() {
-    m_file = JournalFile::Create(m_folder, kNewName, 1, kFirstKey);
-    if (!m_file || renameat(m_folder, kNewName, m_folder, kName) != 0) {
+    m_file = JournalFile::Create(m_folder, kNewStoreName, 1, kFirstKey);
+    if (!m_file || renameat(m_folder, kNewStoreName, m_folder, kStoreName) != 0) {
         throw std::runtime_error(std::string("the registry cannot be made: ") + std::strerror(errno));
     }
     StartOver();
@@ -96,19 +68,27 @@ bool Journal::ReadClean() {
     return ReadTo(m_file->Published()) && m_position >= m_file->SnapshotEnd() && m_position == m_file->Size();
 }
 
-bool Journal::IsReplaced() const { return m_file->IsReplaced(m_folder, kName); }
+bool Journal::IsReplaced() const { return m_file->IsReplaced(m_folder, kStoreName); }
 
-// With the lock: whatever an earlier writer left is either a whole frame, which counts, or the torn end of one.
+void Journal::CheckLength(std::uint64_t published) const {
+    const std::uint64_t size = m_file->Size();
+    if (size >= published) return;
+    throw DamagedStore("it ends at byte " + std::to_string(size) + " of " + std::to_string(published));
+}
+
+// With the lock: all that was published has to be there. What an earlier writer left behind that is either a whole
+// frame, which counts, or the torn end of one. Nothing is changed before it is certain that nothing is lost.
 void Journal::Recover() {
-    if (ReadTo(m_file->Size())) {
-        m_file->SetPublished(m_position);
-    } else {
-        if (m_position < m_file->SnapshotEnd() || m_file->AnyFrameBehind(m_position)) {
-            throw DamagedStore("the registry's file is damaged at byte " + std::to_string(m_position));
-        }
-        m_file->SetPublished(m_position);
+    const std::uint64_t published = m_file->Published();
+    CheckLength(published);
+    if (published < m_file->SnapshotEnd()) throw DamagedStore("its header is damaged");
+    const auto damaged = [this] { return DamagedStore("it is damaged at byte " + std::to_string(m_position)); };
+    if (!ReadTo(published)) throw damaged();
+    if (!ReadTo(m_file->Size())) {
+        if (m_file->AnyFrameBehind(m_position)) throw damaged();
         m_file->Truncate(m_position);
     }
+    m_file->SetPublished(m_position);
     m_file->SetWriting(false);
 }
 
@@ -116,7 +96,7 @@ bool Journal::ReadTo(std::uint64_t end) {
     JournalFile::Frame frame;
     while (m_position < end) {
         if (!m_file->Read(m_position, end, &frame)) return false;
-        m_reader.Apply(frame.operations, frame.time);
+        m_reader.Apply(frame.operations, frame.time, frame.firstKey);
         m_position = frame.end;
     }
     return true;
@@ -124,8 +104,8 @@ bool Journal::ReadTo(std::uint64_t end) {
 
 void Journal::SwitchToCurrent() {
     const std::uint64_t generation = m_file->Generation();
-    std::unique_ptr<JournalFile> next = JournalFile::Open(m_folder, kName);
-    if (!next) throw DamagedStore("the registry's file has gone");
+    std::unique_ptr<JournalFile> next = JournalFile::Open(m_folder, kStoreName);
+    if (!next) throw DamagedStore("it is missing");
     m_file = std::move(next);
     if (m_file->Generation() == generation + 1) {
         m_position = m_file->SnapshotEnd();  // the snapshot is what the reader has already
@@ -136,13 +116,13 @@ void Journal::SwitchToCurrent() {
 
 void Journal::CatchUp() {
     for (;;) {
+        CheckLength(std::max(m_position, JournalFile::kHeaderBytes));  // before the mapped page is touched
         // Asked before the position: a retired file gets no more frames, so all of it is read before it is left.
         const bool replaced = m_file->Retired() && IsReplaced();
         const std::uint64_t published = m_file->Published();
-        if (published < m_position) StartOver();
-        if (!ReadTo(published)) {
-            throw DamagedStore("the registry's file was damaged at byte " + std::to_string(m_position));
-        }
+        // It never goes back: what was read is what was published.
+        if (published < m_position) throw DamagedStore("its header is damaged");
+        if (!ReadTo(published)) throw DamagedStore("it is damaged at byte " + std::to_string(m_position));
         if (!replaced) return;
         SwitchToCurrent();
     }
@@ -164,9 +144,9 @@ void Journal::LockFile() {
 
 void Journal::UnlockFile() { SetLock(m_lock, F_UNLCK); }
 
-bool Journal::Append(std::span<const BYTE> operations, std::uint64_t time) {
+bool Journal::Append(std::span<const BYTE> operations, std::uint64_t time, std::uint64_t nextKey) {
     m_file->SetWriting(true);
-    const std::uint64_t end = m_file->Write(m_position, operations, time);
+    const std::uint64_t end = m_file->Write(m_position, operations, time, nextKey);
     if (end != 0) {
         m_file->SetPublished(end);
         m_position = end;
@@ -177,7 +157,7 @@ bool Journal::Append(std::span<const BYTE> operations, std::uint64_t time) {
 
 void Journal::Reread() {
     StartOver();
-    if (!ReadTo(m_file->Published())) throw DamagedStore("the registry's file was damaged meanwhile");
+    if (!ReadTo(m_file->Published())) throw DamagedStore("it is damaged at byte " + std::to_string(m_position));
 }
 
 bool Journal::WantsFolding() const {
@@ -186,17 +166,17 @@ bool Journal::WantsFolding() const {
 }
 
 void Journal::Fold(std::uint64_t nextKey, const std::function<void(const Sink&)>& produce) {
-    std::unique_ptr<JournalFile> next = JournalFile::Create(m_folder, kNewName, m_file->Generation() + 1, nextKey);
+    std::unique_ptr<JournalFile> next = JournalFile::Create(m_folder, kNewStoreName, m_file->Generation() + 1, nextKey);
     if (!next) return;
     std::uint64_t position = JournalFile::kHeaderBytes;
     produce([&](std::span<const BYTE> operations) {
-        if (position != 0) position = next->Write(position, operations, 0);
+        if (position != 0) position = next->Write(position, operations, 0, nextKey);
     });
     if (position == 0) return;
     next->Seal(position);
     if (!next->Flush()) return;
     m_file->SetRetired(true);
-    if (renameat(m_folder, kNewName, m_folder, kName) != 0) {
+    if (renameat(m_folder, kNewStoreName, m_folder, kStoreName) != 0) {
         m_file->SetRetired(false);
         return;
     }

@@ -6,6 +6,11 @@
 // The header page is mapped by every process that has the store open. Its counters say how far the file has been
 // published, so that a reader sees what others wrote at the cost of two loads, without a lock. Writers exclude each
 // other with a lock on a file of its own, which the system takes away from a process that dies.
+//
+// What was published is complete, whatever kills a process: a file with less of it is damaged, and is refused and left
+// as it is. Behind what was published may stand whole frames, which count, and the torn end of one whose writer died,
+// which is dropped. That holds after a power cut too: a disk that kept the header page but not the frames that it
+// speaks of leaves a damaged file, which store/salvage.h repairs.
 #ifndef INSTALIB_EMBEDDED_STORE_JOURNAL_H
 #define INSTALIB_EMBEDDED_STORE_JOURNAL_H
 
@@ -21,8 +26,9 @@
 
 namespace embedded {
 
-// The file is no store or has a damaged part in its middle: what was reported as done cannot be trusted any more.
-struct DamagedStore : std::runtime_error {
+// The file is missing, is no store or has lost a part of what was reported as done. The text says what is wrong with
+// it, and in which file once the store has added that.
+struct __attribute__((visibility("default"))) DamagedStore : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
@@ -32,16 +38,20 @@ class JournalReader {
     virtual ~JournalReader() = default;
     // Forgets everything; `nextKey` is the first identifier for keys made from now on.
     virtual void Restart(std::uint64_t nextKey) = 0;
-    virtual void Apply(std::span<const BYTE> operations, std::uint64_t time) = 0;
+    // `firstKey`: the low half of the identifier that was the next one when the operations were recorded.
+    virtual void Apply(std::span<const BYTE> operations, std::uint64_t time, std::uint32_t firstKey) = 0;
 };
+
+inline constexpr const char* kStoreName = "store";
+inline constexpr const char* kNewStoreName = "store.new";
 
 class JournalFile;
 
 class Journal {
   public:
-    // Opens or creates the store in the folder whose open descriptor this is and reads it whole. The descriptor becomes
-    // the journal's when no exception says otherwise.
-    Journal(int folder, JournalReader& reader);
+    // Opens the store in the folder whose open descriptor this is and reads it whole; makes it first when it is missing
+    // and `make` says so. The descriptor becomes the journal's when no exception says otherwise.
+    Journal(int folder, bool make, JournalReader& reader);
     ~Journal();
     Journal(const Journal&) = delete;
     Journal& operator=(const Journal&) = delete;
@@ -53,9 +63,9 @@ class Journal {
     void LockFile();
     void UnlockFile();
 
-    // With the lock: appends one frame and publishes it. The caller applies it itself. False when the disk does not
-    // take it.
-    bool Append(std::span<const BYTE> operations, std::uint64_t time);
+    // With the lock: appends one frame and publishes it. The caller applies it itself, to a tree whose next identifier
+    // is `nextKey`. False when the disk does not take it.
+    bool Append(std::span<const BYTE> operations, std::uint64_t time, std::uint64_t nextKey);
     // With the lock: reads the file anew, for a reader that has more than the disk took.
     void Reread();
     bool WantsFolding() const;
@@ -72,6 +82,7 @@ class Journal {
     void StartOver();
     bool ReadClean();
     bool IsReplaced() const;
+    void CheckLength(std::uint64_t published) const;
     void Recover();
     bool ReadTo(std::uint64_t end);
     void SwitchToCurrent();

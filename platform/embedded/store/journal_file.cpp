@@ -13,28 +13,14 @@
 namespace embedded {
 namespace {
 
-constexpr char kMagic[8] = {'I', 'N', 'S', 'T', 'R', 'E', 'G', '1'};
+constexpr char kMagic[8] = {'I', 'N', 'S', 'T', 'R', 'E', 'G', '2'};
+constexpr std::uint64_t kPositionBits = (std::uint64_t(1) << 48) - 1;
 constexpr std::size_t kReadAhead = 256 * 1024;
-
-struct FrameHeader {
-    std::uint32_t length;
-    std::uint32_t bodyCheck;
-    std::uint64_t time;
-    std::uint32_t headerCheck;  // covers the frame's place too, so that bytes of elsewhere are no frame here
-    std::uint32_t reserved;
-};
-static_assert(sizeof(FrameHeader) == 24);
 
 std::span<const BYTE> AsBytes(const void* data, std::size_t size) { return {static_cast<const BYTE*>(data), size}; }
 
-std::uint32_t HeaderCheck(const FrameHeader& frame, std::uint64_t position, std::uint64_t generation) {
-    std::uint32_t check = Checksum(AsBytes(&frame, offsetof(FrameHeader, headerCheck)));
-    check = Checksum(AsBytes(&position, sizeof position), check);
-    return Checksum(AsBytes(&generation, sizeof generation), check);
-}
-
-std::uint64_t FileCheck(const JournalFile::Header& header) {
-    return Checksum(AsBytes(&header, offsetof(JournalFile::Header, check)));
+std::uint64_t OriginCheck(const JournalFile::Origin& origin) {
+    return Checksum(AsBytes(&origin, offsetof(JournalFile::Origin, check)));
 }
 
 bool ReadAll(int descriptor, BYTE* data, std::size_t size, std::uint64_t position) {
@@ -78,6 +64,27 @@ std::uint32_t Checksum(std::span<const BYTE> bytes, std::uint32_t seed) {
     return ~value;
 }
 
+bool JournalFile::IsSound(const Origin& origin) {
+    return std::memcmp(origin.magic, kMagic, sizeof kMagic) == 0 && origin.check == OriginCheck(origin) &&
+           origin.snapshotEnd >= kHeaderBytes;
+}
+
+std::uint32_t JournalFile::HeaderCheck(const FrameHeader& frame, std::uint64_t position, std::uint64_t generation) {
+    std::uint32_t check = Checksum(AsBytes(&frame, offsetof(FrameHeader, headerCheck)));
+    check = Checksum(AsBytes(&position, sizeof position), check);
+    return Checksum(AsBytes(&generation, sizeof generation), check);
+}
+
+std::uint64_t JournalFile::Marked(std::uint64_t position) {
+    const std::uint64_t mark = ~position * 0x9E3779B97F4A7C15u;
+    return (position & kPositionBits) | (mark & ~kPositionBits);
+}
+
+std::optional<std::uint64_t> JournalFile::Unmarked(std::uint64_t word) {
+    const std::uint64_t position = word & kPositionBits;
+    return word == Marked(position) ? std::optional(position) : std::nullopt;
+}
+
 std::unique_ptr<JournalFile> JournalFile::Open(int folder, const char* name) {
     const int descriptor = openat(folder, name, O_RDWR | O_CLOEXEC);
     if (descriptor < 0) {
@@ -85,7 +92,7 @@ std::unique_ptr<JournalFile> JournalFile::Open(int folder, const char* name) {
         throw std::runtime_error(std::string("the registry's file cannot be opened: ") + std::strerror(errno));
     }
     std::unique_ptr<JournalFile> file(new JournalFile(descriptor));
-    if (file->Size() < kHeaderBytes || !file->Map()) throw DamagedStore("the registry's file is cut off in its header");
+    if (file->Size() < kHeaderBytes || !file->Map()) throw DamagedStore("it is cut off in its header");
     file->CheckHeader();
     return file;
 }
@@ -98,9 +105,10 @@ std::unique_ptr<JournalFile> JournalFile::Create(int folder, const char* name, s
     if (descriptor < 0) return nullptr;
     std::unique_ptr<JournalFile> file(new JournalFile(descriptor));
     if (!file->Truncate(kHeaderBytes) || !file->Map()) return nullptr;
-    std::memcpy(file->m_header->magic, kMagic, sizeof kMagic);
-    file->m_header->generation = generation;
-    file->m_header->nextKey = nextKey;
+    Origin& origin = file->m_header->origin;
+    std::memcpy(origin.magic, kMagic, sizeof kMagic);
+    origin.generation = generation;
+    origin.nextKey = nextKey;
     file->Seal(kHeaderBytes);
     return file;
 }
@@ -118,17 +126,23 @@ bool JournalFile::Map() {
 }
 
 void JournalFile::CheckHeader() const {
-    if (std::memcmp(m_header->magic, kMagic, sizeof kMagic) != 0)
-        throw DamagedStore("the registry's file is no registry");
-    if (m_header->check != FileCheck(*m_header) || m_header->snapshotEnd < kHeaderBytes) {
-        throw DamagedStore("the header of the registry's file is damaged");
+    const Header& header = *m_header;
+    if (!IsSound(header.origin) || std::memcmp(&header.origin, &header.copy, sizeof header.origin) != 0) {
+        throw DamagedStore("its header is damaged");
     }
 }
 
 void JournalFile::Seal(std::uint64_t position) {
-    m_header->snapshotEnd = position;
-    m_header->check = FileCheck(*m_header);
+    m_header->origin.snapshotEnd = position;
+    m_header->origin.check = OriginCheck(m_header->origin);
+    m_header->copy = m_header->origin;
     SetPublished(position);
+}
+
+std::uint64_t JournalFile::Published() const {
+    const std::optional<std::uint64_t> position = Unmarked(Load(m_header->published));
+    if (!position) throw DamagedStore("its header is damaged");
+    return *position;
 }
 
 std::uint64_t JournalFile::Size() const {
@@ -168,6 +182,7 @@ bool JournalFile::Read(std::uint64_t position, std::uint64_t end, Frame* frame) 
     if (data == nullptr) return false;
     frame->operations = {data + sizeof header, header.length};
     frame->time = header.time;
+    frame->firstKey = header.firstKey;
     frame->end = position + sizeof header + header.length;
     return Checksum(frame->operations) == header.bodyCheck;
 }
@@ -184,12 +199,14 @@ bool JournalFile::AnyFrameBehind(std::uint64_t position) {
     return false;
 }
 
-std::uint64_t JournalFile::Write(std::uint64_t position, std::span<const BYTE> operations, std::uint64_t time) {
+std::uint64_t JournalFile::Write(std::uint64_t position, std::span<const BYTE> operations, std::uint64_t time,
+                                 std::uint64_t nextKey) {
     if (operations.size() > UINT32_MAX - sizeof(FrameHeader)) return 0;
     FrameHeader header{};
     header.length = std::uint32_t(operations.size());
     header.bodyCheck = Checksum(operations);
     header.time = time;
+    header.firstKey = std::uint32_t(nextKey);
     header.headerCheck = HeaderCheck(header, position, Generation());
     const std::span<const BYTE> head = AsBytes(&header, sizeof header);
     m_frame.assign(head.begin(), head.end());

@@ -5,7 +5,9 @@
 #include <sys/types.h>
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -17,17 +19,39 @@ class JournalFile {
   public:
     static constexpr std::uint64_t kHeaderBytes = 4096;
 
-    // The page at the file's start. The fields up to `check` are fixed when the file is made, the rest is shared state.
-    struct Header {
+    // What is fixed when the file is made. It stands twice in the header page, so that one of them can be damaged.
+    struct Origin {
         char magic[8];
-        std::uint64_t generation;  // one more than the file that this one was folded from
+        std::uint64_t generation;  // higher than that of the file that this one replaced
         std::uint64_t snapshotEnd;
         std::uint64_t nextKey;
         std::uint64_t check;
-        std::uint64_t published;  // frames before this position are complete
+    };
+    // The page at the file's start. What stands between the copies is shared state.
+    struct Header {
+        Origin origin;
+        std::uint64_t published;  // frames before this position are complete; see Marked
         std::uint64_t retired;    // 1 when the file has been, or is just being, replaced
         std::uint64_t writing;  // 1 while a frame is being appended; its writer died when it stays so without the lock
+        BYTE unused[kHeaderBytes / 2 - sizeof(Origin) - 3 * sizeof(std::uint64_t)];
+        Origin copy;
     };
+    struct FrameHeader {
+        std::uint32_t length;
+        std::uint32_t bodyCheck;
+        std::uint64_t time;
+        std::uint32_t firstKey;     // low half of the identifier for the next new key when the frame was written
+        std::uint32_t headerCheck;  // covers the frame's place too, so that bytes of elsewhere are no frame here
+    };
+    static_assert(sizeof(FrameHeader) == 24 && offsetof(Header, copy) == kHeaderBytes / 2);
+
+    static bool IsSound(const Origin& origin);
+    static std::uint32_t HeaderCheck(const FrameHeader& frame, std::uint64_t position, std::uint64_t generation);
+    // A position in one word with its own check in the upper 16 bits: it is stored and read in one piece, and a
+    // flipped bit in it is noticed.
+    static std::uint64_t Marked(std::uint64_t position);
+    // Nothing when the word is not marked as it should be.
+    static std::optional<std::uint64_t> Unmarked(std::uint64_t word);
 
     // Opens a file of the folder; null when it does not exist.
     static std::unique_ptr<JournalFile> Open(int folder, const char* name);
@@ -36,13 +60,14 @@ class JournalFile {
                                                std::uint64_t nextKey);
     ~JournalFile();
 
-    std::uint64_t Generation() const { return m_header->generation; }
-    std::uint64_t SnapshotEnd() const { return m_header->snapshotEnd; }
-    std::uint64_t NextKey() const { return m_header->nextKey; }
-    std::uint64_t Published() const { return Load(m_header->published); }
+    std::uint64_t Generation() const { return m_header->origin.generation; }
+    std::uint64_t SnapshotEnd() const { return m_header->origin.snapshotEnd; }
+    std::uint64_t NextKey() const { return m_header->origin.nextKey; }
+    // Throws DamagedStore when the counter was damaged.
+    std::uint64_t Published() const;
     bool Retired() const { return Load(m_header->retired) != 0; }
     bool Writing() const { return Load(m_header->writing) != 0; }
-    void SetPublished(std::uint64_t position) { Store(m_header->published, position); }
+    void SetPublished(std::uint64_t position) { Store(m_header->published, Marked(position)); }
     void SetRetired(bool retired) { Store(m_header->retired, retired); }
     void SetWriting(bool writing) { Store(m_header->writing, writing); }
 
@@ -53,6 +78,7 @@ class JournalFile {
     struct Frame {
         std::span<const BYTE> operations;  // until the next call
         std::uint64_t time = 0;
+        std::uint32_t firstKey = 0;
         std::uint64_t end = 0;
     };
     // False when there is no whole and sound frame between this position and `end`.
@@ -60,7 +86,8 @@ class JournalFile {
     // Whether anything that looks like a frame begins behind the position.
     bool AnyFrameBehind(std::uint64_t position);
     // The position behind the frame, or 0 when the disk did not take it.
-    std::uint64_t Write(std::uint64_t position, std::span<const BYTE> operations, std::uint64_t time);
+    std::uint64_t Write(std::uint64_t position, std::span<const BYTE> operations, std::uint64_t time,
+                        std::uint64_t nextKey);
     bool Truncate(std::uint64_t size);
     bool Flush();
     // Ends the snapshot of a new file here.

@@ -171,51 +171,60 @@ class StoreKeys::Decoder {
     std::span<const BYTE> m_bytes;
 };
 
-void StoreKeys::AddFromSnapshot(Decoder& decoder) {
-    const KeyId parentId = decoder.Number(8);
-    const std::string_view name = decoder.Text();
-    const KeyId id = decoder.Number(8);
-    const std::uint64_t time = decoder.Number(8);
-    const std::span<const BYTE> security = decoder.Data();
-    StoreKey* const parent = Find(parentId);
-    if (parent == nullptr || Find(id) != nullptr || name.empty() || parent->Subkey(name) != nullptr || id >= m_nextId) {
+// One operation; which fields it has depends on its kind.
+struct StoreKeys::Step {
+    explicit Step(Decoder& decoder)
+        : kind(Operation(decoder.Number(1))), base(decoder.Number(8)), path(decoder.Text()) {
+        if (kind == kAddKey) {
+            id = decoder.Number(8);
+            time = decoder.Number(8);
+        }
+        if (kind == kSetValue || kind == kEraseValue) name = decoder.Text();
+        if (kind == kSetValue) type = DWORD(decoder.Number(4));
+        if (kind == kSetValue || kind == kSetSecurity || kind == kAddKey) data = decoder.Data();
+    }
+    Operation kind;
+    KeyId base;
+    std::string_view path, name;
+    KeyId id = 0;
+    std::uint64_t time = 0;
+    DWORD type = 0;
+    std::span<const BYTE> data;
+};
+
+void StoreKeys::AddFromSnapshot(const Step& step) {
+    StoreKey* const parent = Find(step.base);
+    if (parent == nullptr || Find(step.id) != nullptr || step.path.empty() || parent->Subkey(step.path) != nullptr ||
+        step.id >= m_nextId) {
         throw std::runtime_error("a snapshot with a key out of place");
     }
-    StoreKey& key = Add(*parent, id, name);
-    key.lastWrite = time;
-    key.security.assign(security.begin(), security.end());
+    StoreKey& key = Add(*parent, step.id, step.path);
+    key.lastWrite = step.time;
+    key.security.assign(step.data.begin(), step.data.end());
 }
 
-void StoreKeys::ApplyOne(Decoder& decoder, std::uint64_t time) {
-    const auto operation = Operation(decoder.Number(1));
-    if (operation == kAddKey) return AddFromSnapshot(decoder);
-    const KeyId base = decoder.Number(8);
-    const std::string_view path = decoder.Text();
-    if (operation == kEraseValue || operation == kDeleteTree) {
-        StoreKey* const key = Find(base, path);
-        if (operation == kDeleteTree) {
+void StoreKeys::Apply(const Step& step, std::uint64_t time) {
+    if (step.kind == kAddKey) return AddFromSnapshot(step);
+    if (step.kind == kEraseValue || step.kind == kDeleteTree) {
+        StoreKey* const key = Find(step.base, step.path);
+        if (step.kind == kDeleteTree) {
             if (key != nullptr) Remove(*key, time);
             return;
         }
-        const std::string_view name = decoder.Text();
-        if (key == nullptr || !key->values || !key->values->Erase(name)) return;
+        if (key == nullptr || !key->values || !key->values->Erase(step.name)) return;
         key->lastWrite = time;
         if (key->ValueCount() == 0) key->longestValueName = key->longestData = 0;
         return;
     }
-    StoreKey& key = Ensure(base, path, time);
-    if (operation == kSetValue) {
-        const std::string_view name = decoder.Text();
-        const auto type = DWORD(decoder.Number(4));
-        const std::span<const BYTE> data = decoder.Data();
+    StoreKey& key = Ensure(step.base, step.path, time);
+    if (step.kind == kSetValue) {
         if (!key.values) key.values = std::make_unique<StoreValues>();
-        key.values->Set(name, type, data);
-        key.longestValueName = std::max(key.longestValueName, name.size());
-        key.longestData = std::max(key.longestData, data.size());
-    } else if (operation == kSetSecurity) {
-        const std::span<const BYTE> security = decoder.Data();
-        key.security.assign(security.begin(), security.end());
-    } else if (operation == kCreate) {
+        key.values->Set(step.name, step.type, step.data);
+        key.longestValueName = std::max(key.longestValueName, step.name.size());
+        key.longestData = std::max(key.longestData, step.data.size());
+    } else if (step.kind == kSetSecurity) {
+        key.security.assign(step.data.begin(), step.data.end());
+    } else if (step.kind == kCreate) {
         return;  // an existing key is not touched
     } else {
         throw std::runtime_error("a change of an unknown kind");
@@ -225,8 +234,24 @@ void StoreKeys::ApplyOne(Decoder& decoder, std::uint64_t time) {
 
 void StoreKeys::Apply(std::span<const BYTE> operations, std::uint64_t time) {
     Decoder decoder(operations);
-    while (!decoder.AtEnd()) ApplyOne(decoder, time);
+    while (!decoder.AtEnd()) Apply(Step(decoder), time);
 }
+
+std::size_t StoreKeys::ApplyWhatFits(std::span<const BYTE> operations, std::uint64_t time) {
+    std::size_t left = 0;
+    Decoder decoder(operations);
+    while (!decoder.AtEnd()) {
+        const Step step(decoder);
+        try {
+            Apply(step, time);
+        } catch (const std::runtime_error&) {
+            ++left;
+        }
+    }
+    return left;
+}
+
+void StoreKeys::SkipTo(std::uint32_t firstKey) { m_nextId += std::uint32_t(firstKey - std::uint32_t(m_nextId)); }
 
 void StoreKeys::Snapshot(const std::function<void(std::span<const BYTE>)>& sink) const {
     StoreChange piece;

@@ -81,10 +81,16 @@ class StoreKeys {
     StoreKey* Find(KeyId base, std::string_view path) const;
     StoreKey& Root() const { return *Find(kRootKey); }
     KeyId NextId() const { return m_nextId; }
+    std::size_t Count() const { return m_keys.size() - 1; }  // without the root
 
     void Clear(KeyId nextId);
     // Carries out what a StoreChange recorded. Throws std::runtime_error when the bytes are none.
     void Apply(std::span<const BYTE> operations, std::uint64_t time);
+    // The same for a tree that lost some: what leads to a key that there is not is left out. How many there were of
+    // those.
+    std::size_t ApplyWhatFits(std::span<const BYTE> operations, std::uint64_t time);
+    // Leaves identifiers out until the next one's low half is this.
+    void SkipTo(std::uint32_t firstKey);
     // The operations that make this tree out of an empty one, in pieces.
     void Snapshot(const std::function<void(std::span<const BYTE>)>& sink) const;
 
@@ -92,9 +98,10 @@ class StoreKeys {
     StoreKey& Add(StoreKey& parent, KeyId id, std::string_view name);
     StoreKey& Ensure(KeyId base, std::string_view path, std::uint64_t time);
     void Remove(StoreKey& key, std::uint64_t time);
+    struct Step;
     class Decoder;
-    void ApplyOne(Decoder& decoder, std::uint64_t time);
-    void AddFromSnapshot(Decoder& decoder);
+    void Apply(const Step& step, std::uint64_t time);
+    void AddFromSnapshot(const Step& step);
 
     std::unordered_map<KeyId, std::unique_ptr<StoreKey>> m_keys;
     KeyId m_nextId = 2;

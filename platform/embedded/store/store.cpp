@@ -56,25 +56,44 @@ std::string TextOf(const Bytes& data) {
 
 }  // namespace
 
-std::shared_ptr<Store> Store::Open(const fs::path& folder) {
-    std::error_code ignored;
-    fs::create_directories(folder, ignored);
+std::shared_ptr<Store> Store::OpenIn(const fs::path& folder, bool make) {
     Descriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     struct stat status {};
+    if (descriptor.Get() < 0 && errno == ENOENT) {
+        throw DamagedStore("the registry's folder " + folder.string() + " is missing");
+    }
     if (descriptor.Get() < 0 || fstat(descriptor.Get(), &status) != 0) FailToOpen(folder);
     OpenStores& open = TheOpenStores();
     const std::lock_guard lock(open.mutex);
     std::erase_if(open.stores, [](const auto& entry) { return entry.second.expired(); });
     std::weak_ptr<Store>& known = open.stores[{status.st_dev, status.st_ino}];
     std::shared_ptr<Store> store = known.lock();
-    if (!store) {
-        auto tree = std::make_unique<StoreTree>(descriptor.Get());
+    if (store) return store;
+    const std::string blame = "the registry's file " + (folder / kStoreName).string() + " is damaged: ";
+    try {
+        auto tree = std::make_unique<StoreTree>(descriptor.Get(), make, blame);
         descriptor.Release();
         store.reset(new Store(std::move(tree)));
-        known = store;
+    } catch (const DamagedStore& damage) {
+        throw DamagedStore(blame + damage.what());
     }
+    known = store;
     return store;
 }
+
+std::shared_ptr<Store> Store::Open(const fs::path& folder) { return OpenIn(folder, false); }
+
+std::shared_ptr<Store> Store::Make(const fs::path& folder) {
+    std::error_code ignored;
+    fs::create_directories(folder, ignored);
+    return OpenIn(folder, true);
+}
+
+std::shared_ptr<Store> Store::Unusable(const std::string& problem) {
+    return std::shared_ptr<Store>(new Store(std::make_unique<StoreTree>(problem)));
+}
+
+std::string Store::Problem() { return m_tree->Problem(); }
 
 Store::Store(std::unique_ptr<StoreTree> tree) : m_tree(std::move(tree)) {}
 Store::~Store() = default;
@@ -83,20 +102,20 @@ Store::Lock::Lock(Store& store) : m_store(store) { m_store.Tree().BeginStep(); }
 Store::Lock::~Lock() { m_store.Tree().EndStep(); }
 
 bool Store::KeyExists(std::string_view path) {
-    const StoreTree::Reading reading(*m_tree);
+    const StoreTree::Reading reading(*m_tree, OnDamage::Endure);
     return reading->Find(kRootKey, path) != nullptr;
 }
 
 bool Store::CreateKey(std::string_view path) {
     if (KeyExists(path)) return true;
-    StoreTree::Writing writing(*m_tree);
+    StoreTree::Writing writing(*m_tree, OnDamage::Endure);
     StoreChange change;
     change.Create(kRootKey, path);
     return writing.Commit(change);
 }
 
 bool Store::DeleteTree(std::string_view path) {
-    StoreTree::Writing writing(*m_tree);
+    StoreTree::Writing writing(*m_tree, OnDamage::Endure);
     const StoreKey* const key = writing->Find(kRootKey, path);
     if (key == nullptr || key->parent == nullptr) return false;
     StoreChange change;
@@ -105,7 +124,7 @@ bool Store::DeleteTree(std::string_view path) {
 }
 
 std::vector<std::string> Store::Subkeys(std::string_view path) {
-    const StoreTree::Reading reading(*m_tree);
+    const StoreTree::Reading reading(*m_tree, OnDamage::Endure);
     std::vector<std::string> names;
     const StoreKey* const key = reading->Find(kRootKey, path);
     if (key == nullptr || !key->subkeys) return names;
@@ -114,14 +133,14 @@ std::vector<std::string> Store::Subkeys(std::string_view path) {
 }
 
 std::optional<StoredValue> Store::Read(std::string_view path, std::string_view name) {
-    const StoreTree::Reading reading(*m_tree);
+    const StoreTree::Reading reading(*m_tree, OnDamage::Endure);
     const StoreKey* const key = reading->Find(kRootKey, path);
     const StoredValue* const value = key == nullptr ? nullptr : key->Value(name);
     return value == nullptr ? std::nullopt : std::optional(*value);
 }
 
 std::vector<StoredValue> Store::Values(std::string_view path) {
-    const StoreTree::Reading reading(*m_tree);
+    const StoreTree::Reading reading(*m_tree, OnDamage::Endure);
     std::vector<StoredValue> values;
     const StoreKey* const key = reading->Find(kRootKey, path);
     const std::size_t count = key == nullptr ? 0 : key->ValueCount();
@@ -132,11 +151,11 @@ std::vector<StoredValue> Store::Values(std::string_view path) {
 bool Store::Write(std::string_view path, std::string_view name, DWORD type, const Bytes& data) {
     StoreChange change;
     change.SetValue(kRootKey, path, name, type, data);
-    return StoreTree::Writing(*m_tree).Commit(change);
+    return StoreTree::Writing(*m_tree, OnDamage::Endure).Commit(change);
 }
 
 bool Store::Erase(std::string_view path, std::string_view name) {
-    StoreTree::Writing writing(*m_tree);
+    StoreTree::Writing writing(*m_tree, OnDamage::Endure);
     const StoreKey* const key = writing->Find(kRootKey, path);
     if (key == nullptr || key->Value(name) == nullptr) return false;
     StoreChange change;
@@ -145,13 +164,13 @@ bool Store::Erase(std::string_view path, std::string_view name) {
 }
 
 Bytes Store::Security(std::string_view path) {
-    const StoreTree::Reading reading(*m_tree);
+    const StoreTree::Reading reading(*m_tree, OnDamage::Endure);
     const StoreKey* const key = reading->Find(kRootKey, path);
     return key == nullptr ? Bytes() : key->security;
 }
 
 bool Store::SetSecurity(std::string_view path, const Bytes& descriptor) {
-    StoreTree::Writing writing(*m_tree);
+    StoreTree::Writing writing(*m_tree, OnDamage::Endure);
     const StoreKey* const key = writing->Find(kRootKey, path);
     if (key == nullptr) return false;
     StoreChange change;

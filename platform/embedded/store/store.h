@@ -33,10 +33,21 @@ class StoreTree;
 // Exported, as the control functions are, for tests and tools that plant and look up what no Windows call shows.
 class __attribute__((visibility("default"))) Store : public std::enable_shared_from_this<Store> {
   public:
-    // Opens, or creates, the store in a folder of the host. One object per folder and process: the same folder gives
-    // the same object. Throws std::runtime_error with a reason when the folder cannot be used.
+    // Opens the store in a folder of the host. One object per folder and process: the same folder gives the same
+    // object. Throws DamagedStore (store/journal.h) when there is none or it has lost something, and leaves it as it
+    // is; other kinds of std::runtime_error when the folder cannot be used. The text names the file and says what is
+    // wrong.
     static std::shared_ptr<Store> Open(const std::filesystem::path& folder);
+    // The same, but makes the folder and an empty store when there is none. For a machine in the making alone: a store
+    // that is missing later is a damaged one.
+    static std::shared_ptr<Store> Make(const std::filesystem::path& folder);
+    // Stands in for one that cannot be opened: it is empty, takes nothing, and says why.
+    static std::shared_ptr<Store> Unusable(const std::string& problem);
     ~Store();
+
+    // What is wrong with the store; empty while nothing is. A store that is found damaged while it is open goes on
+    // answering what was read before and takes no changes any more.
+    std::string Problem();
 
     bool KeyExists(std::string_view path);
     // Creates the key and every missing key above it. False only when the store cannot be written.
@@ -83,6 +94,7 @@ class __attribute__((visibility("default"))) Store : public std::enable_shared_f
 
   private:
     explicit Store(std::unique_ptr<StoreTree> tree);
+    static std::shared_ptr<Store> OpenIn(const std::filesystem::path& folder, bool make);
     std::unique_ptr<StoreTree> m_tree;
 };
 

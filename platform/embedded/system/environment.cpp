@@ -107,12 +107,14 @@ Variables ReadMachine(Machine& machine) {
     constexpr char kFolderKey[] = "HKLM\\SOFTWARE\\Microsoft\\Windows\\CurrentVersion";
     Store& store = machine.Storage();
     const std::string windows = store.ReadText(kWindowsKey, "SystemRoot", "C:\\Windows");
-    Variables variables = {{"SystemRoot", windows},
-                           {"SystemDrive", windows.substr(0, 2)},
-                           {"COMPUTERNAME", machine.Name()},
-                           {"ProgramFiles", store.ReadText(kFolderKey, "ProgramFilesDir")},
-                           {"ProgramFiles(x86)", store.ReadText(kFolderKey, "ProgramFilesDir (x86)")},
-                           {"CommonProgramFiles", store.ReadText(kFolderKey, "CommonFilesDir")}};
+    Variables variables = {
+        {"SystemRoot", windows}, {"SystemDrive", windows.substr(0, 2)}, {"COMPUTERNAME", machine.Name()}};
+    constexpr std::pair<const char*, const char*> kFolders[] = {{"ProgramFiles", "ProgramFilesDir"},
+                                                                {"ProgramFiles(x86)", "ProgramFilesDir (x86)"},
+                                                                {"CommonProgramFiles", "CommonFilesDir"}};
+    for (const auto& [variable, value] : kFolders) {
+        variables[variable] = Expand(variables, store.ReadText(kFolderKey, value));
+    }
     AddVariables(machine, "HKLM\\SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment", variables);
     const std::string user = accounts::CurrentUser(machine).name;
     variables.insert({{"USERNAME", user}, {"USERPROFILE", windows.substr(0, 2) + "\\Users\\" + user}});

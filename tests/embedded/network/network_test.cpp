@@ -211,6 +211,9 @@ TEST_F(DomainTest, MemberKnowsItsDomainAndItsController) {
 TEST_F(DomainTest, UsersOfTheControllerAreUsersOfTheDomain) {
     ASSERT_EQ(AddUser("\\\\DC1", "worker", "secret"), 0u);
     EXPECT_EQ(LookUp("CORP\\worker"), "CORP 1");
+    EXPECT_EQ(LookUp("worker"), "1332") << "a domain that this machine has nothing to do with";
+    EXPECT_EQ(LookUp("corp"), "1332");
+    ASSERT_TRUE(control::JoinDomain("", "CORP"));
     EXPECT_EQ(LookUp("worker"), "CORP 1");
     EXPECT_EQ(LookUp("CORP\\Domain Admins"), "CORP 2");
     EXPECT_EQ(LookUp("corp"), "CORP 3");
@@ -223,6 +226,35 @@ TEST_F(DomainTest, UsersOfTheControllerAreUsersOfTheDomain) {
     EXPECT_EQ(
         NetUserChangePassword(Wide("\\\\TESTPC").Get(), Wide("worker").Get(), Wide("secret").Get(), Wide("x").Get()),
         DWORD(ERROR_INVALID_PASSWORD));
+}
+
+// Names alone and identifiers are looked for in the machine, its domain and the domains that these trust.
+TEST_F(DomainTest, OnlyTrustedDomainsAreAsked) {
+    AddMachine("DC2");
+    ASSERT_TRUE(control::AddDomain("ABROAD", "DC2"));
+    ASSERT_EQ(AddUser("DC2", "guest1", "secret"), 0u);
+    BYTE sid[68];
+    char domain[64] = "", name[64] = "";
+    DWORD sidBytes = sizeof sid, size = sizeof domain;
+    SID_NAME_USE use{};
+    ASSERT_TRUE(LookupAccountNameA(nullptr, "ABROAD\\guest1", sid, &sidBytes, domain, &size, &use));
+    const auto found = [&] {
+        DWORD nameSize = sizeof name, domainSize = sizeof domain;
+        return LookupAccountSidA(nullptr, sid, name, &nameSize, domain, &domainSize, &use) != 0;
+    };
+    const auto expect = [&](bool known) {
+        EXPECT_EQ(LookUp("guest1"), known ? "ABROAD 1" : "1332");
+        EXPECT_EQ(found(), known);
+    };
+    expect(false);
+    ASSERT_TRUE(control::JoinDomain("", "CORP"));
+    expect(false);
+    ASSERT_TRUE(control::AddTrust("DC1", "ABROAD"));
+    expect(true);
+    ASSERT_TRUE(control::SetWorkgroup("", "LAB"));
+    expect(false);
+    ASSERT_TRUE(control::AddTrust("", "ABROAD"));
+    expect(true);
 }
 
 TEST_F(DomainTest, BackupControllerAsksThePrimaryOneForAccounts) {

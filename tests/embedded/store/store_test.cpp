@@ -13,6 +13,8 @@
 #include <thread>
 
 #include "platform/embedded/control/machine.h"
+#include "platform/embedded/store/journal.h"
+#include "platform/embedded/store/salvage.h"
 #include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 
@@ -36,14 +38,30 @@ int Wait(pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+constexpr std::size_t kHeader = 4096;
+
+std::string Contents(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// In the file's place; who has it open keeps the old one.
+void Replace(const fs::path& path, const std::string& bytes) {
+    fs::remove(path);
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
 class StoreTest : public FreshMachine {
   protected:
     fs::path File() const { return MachineFolder() / "registry" / "store"; }
 
     // Lets go of the store, so that the next use reads its files again.
+    void LetGo() {
+        control::NewMachine(World(), "OTHER");
+        ASSERT_TRUE(control::UseMachine(World() / "OTHER"));
+    }
     void Reopen() {
-        ASSERT_TRUE(control::NewMachine(World(), "OTHER" + std::to_string(++m_others)));
-        ASSERT_TRUE(control::UseMachine(World() / ("OTHER" + std::to_string(m_others))));
+        LetGo();
         ASSERT_TRUE(control::UseMachine(MachineFolder()));
     }
     static LONG SetNumberResult(DWORD number, const std::string& name) {
@@ -53,9 +71,6 @@ class StoreTest : public FreshMachine {
         if (error != 0) return error;
         return RegSetValueExA(key.Get(), name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), 4);
     }
-
-  private:
-    int m_others = 0;
 };
 
 TEST_F(StoreTest, EveryProcessSeesAFinishedCallAtOnce) {
@@ -126,21 +141,27 @@ TEST_F(StoreTest, NothingReportedIsLostWhenAProcessIsKilled) {
     }
 }
 
+// As a writer leaves it that is killed before it published its frame: the header still tells the state before.
 TEST_F(StoreTest, TornEndIsDroppedAndWritingGoesOn) {
     SetNumber(HKEY_LOCAL_MACHINE, kKey, "Kept", 1);
-    const std::uintmax_t whole = fs::file_size(File());
+    const std::string before = Contents(File());
     SetText(HKEY_LOCAL_MACHINE, kKey, "Torn", std::string(200, 'x'));
-    const std::uintmax_t full = fs::file_size(File());
-    for (const std::uintmax_t size : {full - 1, whole + 30, whole + 1}) {
-        ASSERT_TRUE(control::NewMachine(World(), "AWAY" + std::to_string(size)));
-        ASSERT_TRUE(control::UseMachine(World() / ("AWAY" + std::to_string(size))));
-        fs::resize_file(File(), size);
+    const std::string after = Contents(File());
+    for (std::size_t size = before.size(); size <= after.size(); ++size) {
+        LetGo();
+        Replace(File(), before.substr(0, kHeader) + after.substr(kHeader, size - kHeader));
         ASSERT_TRUE(control::UseMachine(MachineFolder()));
-        EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kKey, "Kept"), 1);
-        EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kKey, "Torn"), "<none>");
-        SetText(HKEY_LOCAL_MACHINE, kKey, "Torn", std::string(200, 'x'));
+        ASSERT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kKey, "Kept"), 1);
+        ASSERT_EQ(GetText(HKEY_LOCAL_MACHINE, kKey, "Torn").size(), size == after.size() ? 200u : strlen("<none>"));
+    }
+    for (const std::string& tail : {std::string(5000, '\0'), std::string(300, 'x')}) {
+        LetGo();
+        Replace(File(), before + tail);  // a power cut kept the length and not the bytes
+        ASSERT_TRUE(control::UseMachine(MachineFolder()));
+        ASSERT_EQ(SetNumberResult(2, "Behind"), 0);
         Reopen();
-        EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kKey, "Torn").size(), 200u);
+        EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kKey, "Kept"), 1);
+        EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kKey, "Behind"), 2);
     }
 }
 
@@ -165,40 +186,183 @@ TEST_F(StoreTest, AStepThatDiesHalfWayHasChangedNothing) {
     EXPECT_EQ(embedded::Store::Open(MachineFolder() / "registry")->ReadNumber("META\\Step", "First"), 1u);
 }
 
-struct Damage {
-    const char* what;
-    void (*spoil)(const fs::path& file);
-};
-class DamagedStoreTest : public StoreTest, public testing::WithParamInterface<Damage> {};
+// A store of five frames: A, B and C are made, C is removed by its identifier, D is made.
+class DamagedStoreTest : public StoreTest {
+  protected:
+    void SetUp() override {
+        StoreTest::SetUp();
+        const auto store = embedded::Store::Make(Folder());
+        const char* const names[] = {"A", "B", "C", nullptr, "D"};
+        for (const char* const name : names) {
+            m_starts.push_back(fs::file_size(Small()));
+            if (name == nullptr)
+                store->DeleteTree("C");
+            else
+                store->WriteText(name, "Value", "1");
+        }
+        m_bytes = Contents(Small());
+    }
+    fs::path Folder() const { return World() / "SMALL" / "registry"; }
+    fs::path Small() const { return Folder() / "store"; }
 
-void Overwrite(const fs::path& path, std::streamoff position, const std::string& bytes) {
-    std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
-    file.seekp(position);
-    file.write(bytes.data(), std::streamsize(bytes.size()));
+    // "ABD" for all of it; empty when it is refused.
+    std::string Open() {
+        try {
+            const auto store = embedded::Store::Open(Folder());
+            std::string found;
+            for (const std::string& name : store->Subkeys("")) found += name + store->ReadText(name, "Value").substr(1);
+            return found;
+        } catch (const embedded::DamagedStore& damage) {
+            EXPECT_THAT(damage.what(), testing::HasSubstr(Small().string()));
+            return "";
+        }
+    }
+    // Puts spoilt bytes there, and expects that they are refused and left alone; or, where `mayDoNoHarm`, complete.
+    void ExpectRefused(const std::string& bytes, bool mayDoNoHarm, const std::string& what) {
+        Replace(Small(), bytes);
+        const std::string found = Open();
+        if (mayDoNoHarm && found == "ABD") return;
+        EXPECT_EQ(found, "") << what;
+        EXPECT_TRUE(Contents(Small()) == bytes) << what << " was changed";
+        std::vector<std::string> lines;
+        EXPECT_FALSE(embedded::CheckStore(Folder(), &lines)) << what << ": " << lines[0];
+    }
+    // What is there after a repair of these bytes.
+    std::string Repaired(const std::string& bytes) {
+        Replace(Small(), bytes);
+        fs::remove(Small().string() + ".damaged");
+        std::vector<std::string> lines;
+        EXPECT_TRUE(embedded::RepairStore(Folder(), &lines));
+        EXPECT_TRUE(Contents(Small().string() + ".damaged") == bytes);
+        return Open();
+    }
+    std::string Flipped(std::size_t at, int bit) const {
+        std::string bytes = m_bytes;
+        bytes[at] = char(bytes[at] ^ (1 << bit));
+        return bytes;
+    }
+    std::string With(std::size_t at, const char* added) const { return std::string(m_bytes).insert(at, added); }
+    std::string Without(std::size_t at) const { return std::string(m_bytes).erase(at, 1); }
+
+    std::string m_bytes;
+    std::vector<std::uintmax_t> m_starts;  // of the frames
+};
+
+TEST_F(DamagedStoreTest, IsRefusedAndLeftAloneWhereverItIsSpoilt) {
+    ASSERT_EQ(Open(), "ABD");
+    for (std::size_t at = 0; at < m_bytes.size() && !HasFailure(); ++at) {
+        const std::string where = " at byte " + std::to_string(at);
+        ExpectRefused(m_bytes.substr(0, at), false, "cut" + where);
+        // The part of the header that is not in use can do no harm; nor can marks of a writer that there is not.
+        const bool every = at < 64 || at >= kHeader;
+        for (int bit = every ? 0 : int(at % 8); bit < 8; bit += every ? 1 : 8)
+            ExpectRefused(Flipped(at, bit), at < kHeader, "flipped" + where);
+        ExpectRefused(With(at, "\xA5"), false, "put in" + where);
+        ExpectRefused(Without(at), false, "taken out" + where);
+        std::string zeros = m_bytes;
+        std::fill(zeros.begin() + std::ptrdiff_t(at), zeros.end(), '\0');
+        ExpectRefused(zeros, zeros == m_bytes, "zeros" + where);
+    }
+    fs::remove(Small());
+    EXPECT_EQ(Open(), "");
+    EXPECT_FALSE(fs::exists(Small())) << "made anew";
+    ExpectRefused(std::string(8192, '\x5A'), false, "rubbish");
 }
 
-TEST_P(DamagedStoreTest, IsRefusedWithAReason) {
-    const fs::path folder = World() / "DAMAGED" / "registry";
-    fs::create_directories(folder);
-    // A fresh machine is one frame, and a spoilt last frame counts as torn: a second one stands behind it.
-    SetNumber(HKEY_LOCAL_MACHINE, kKey, "Behind", 1);
-    fs::copy_file(File(), folder / "store");
-    GetParam().spoil(folder / "store");
-    try {
-        embedded::Store::Open(folder);
-        ADD_FAILURE() << "opened";
-    } catch (const std::runtime_error& error) {
-        EXPECT_THAT(error.what(), testing::HasSubstr("the registry's file"));
+TEST_F(DamagedStoreTest, RepairKeepsEveryWholeFrame) {
+    const char* const without[] = {"BD", "AD", "ABD", "ABCD", "AB"};
+    for (std::size_t frame = 0; frame < std::size(without); ++frame) {
+        const std::size_t end = frame + 1 < m_starts.size() ? m_starts[frame + 1] : m_bytes.size();
+        for (std::size_t at = m_starts[frame]; at < end; ++at) {
+            SCOPED_TRACE(at);
+            ASSERT_EQ(Repaired(Flipped(at, int(at % 8))), without[frame]);
+            ASSERT_EQ(Repaired(Without(at)), without[frame]);
+            if (at == m_starts[frame]) continue;
+            ASSERT_EQ(Repaired(With(at, "\xA5")), without[frame]);
+        }
+        ASSERT_EQ(Repaired(With(m_starts[frame], "\xA5\xA5")), "ABD") << "between two frames";
+    }
+    ASSERT_EQ(Repaired(m_bytes.substr(0, m_bytes.size() - 1)), "AB");
+    ASSERT_EQ(Repaired(Flipped(9, 0)), "ABD") << "the header stands there twice";
+    std::vector<std::string> lines;
+    EXPECT_TRUE(embedded::RepairStore(Folder(), &lines));
+    EXPECT_THAT(lines, testing::ElementsAre(testing::HasSubstr("is sound")));
+    Replace(Small(), m_bytes.substr(0, 100));
+    EXPECT_FALSE(embedded::RepairStore(Folder(), &lines));
+    EXPECT_EQ(fs::file_size(Small()), 100u);
+}
+
+// On a machine whose registry is damaged every call fails with an error; it is not made anew, and nothing is changed.
+class DamagedMachineTest : public StoreTest {
+  protected:
+    void ExpectEveryCallFails() {
+        char text[MAX_PATH] = "";
+        DWORD size = sizeof text, number = 0;
+        void* pointer = nullptr;
+        RegistryKey key;
+        EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE", 0, KEY_READ, key.Receive()), ERROR_BADDB);
+        EXPECT_EQ(SetNumberResult(1, "New"), ERROR_BADDB);
+        EXPECT_NE(NetUserGetInfo(nullptr, nullptr, 0, reinterpret_cast<LPBYTE*>(&pointer)), 0u);
+        LSA_OBJECT_ATTRIBUTES attributes{};
+        EXPECT_NE(LsaOpenPolicy(nullptr, &attributes, POLICY_VIEW_LOCAL_INFORMATION, &pointer), 0);
+        const struct {
+            const char* what;
+            std::function<bool()> call;
+        } calls[] = {
+            {"GetComputerNameA", [&] { return GetComputerNameA(text, &size); }},
+            {"GetUserNameA", [&] { return GetUserNameA(text, &size); }},
+            {"GetEnvironmentVariableA", [&] { return GetEnvironmentVariableA("Path", text, size); }},
+            {"GetModuleFileNameA", [&] { return GetModuleFileNameA(nullptr, text, size); }},
+            {"LoadLibraryA", [&] { return LoadLibraryA("shfolder.dll") != nullptr; }},
+            {"GetFileAttributesA", [&] { return GetFileAttributesA("C:\\SETUP") != INVALID_FILE_ATTRIBUTES; }},
+            {"CreateDirectoryA", [&] { return CreateDirectoryA("C:\\NEW", nullptr); }},
+            {"WritePrivateProfileStringA", [&] { return WritePrivateProfileStringA("a", "b", "c", "C:\\A.INI"); }},
+            {"OpenSCManagerA", [&] { return OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT) != nullptr; }},
+            {"OpenProcessToken", [&] { return OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &pointer); }},
+            {"GetDriveTypeA", [&] { return GetDriveTypeA("C:\\") == DRIVE_FIXED; }},
+            {"GetFileVersionInfoSizeA", [&] { return GetFileVersionInfoSizeA("C:\\A.DLL", &number); }},
+        };
+        for (const auto& [what, call] : calls) {
+            size = sizeof text;
+            SetLastError(0);
+            EXPECT_FALSE(call()) << what;
+            EXPECT_EQ(GetLastError(), DWORD(ERROR_BADDB)) << what;
+        }
+        EXPECT_NE(FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, ERROR_BADDB, 0, text, sizeof text, nullptr), 0u);
+        GetCommandLineA();
+        EXPECT_FALSE(control::MountDrive('X', World()));
+        EXPECT_THAT(control::MachineProblem(), testing::HasSubstr(MachineFolder().string() + "/registry"));
+    }
+};
+
+TEST_F(DamagedMachineTest, EveryCallFailsFromTheStart) {
+    const std::string cut = Contents(File()).substr(0, fs::file_size(File()) - 1);
+    for (const bool missing : {false, true}) {
+        LetGo();
+        if (missing)
+            fs::remove_all(File().parent_path());
+        else
+            Replace(File(), cut);
+        ASSERT_TRUE(control::UseMachine(MachineFolder()));
+        ExpectEveryCallFails();
+        EXPECT_EQ(fs::exists(File()), !missing);
+        EXPECT_TRUE(missing || Contents(File()) == cut);
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Ways, DamagedStoreTest,
-    testing::Values(Damage{"Rubbish", [](const fs::path& file) { Overwrite(file, 0, std::string(8192, '\x5A')); }},
-                    Damage{"Empty", [](const fs::path& file) { fs::resize_file(file, 0); }},
-                    Damage{"HeaderFlipped", [](const fs::path& file) { Overwrite(file, 9, "\x77"); }},
-                    Damage{"MiddleFlipped", [](const fs::path& file) { Overwrite(file, 4096 + 40, "\xFF\xFE\xFD"); }}),
-    [](const auto& test) { return test.param.what; });
+TEST_F(DamagedMachineTest, EveryCallFailsWhenItHappensMeanwhile) {
+    for (const std::uintmax_t size : {fs::file_size(File()) - 1, std::uintmax_t(100), std::uintmax_t(0)}) {
+        SCOPED_TRACE(size);
+        const std::string whole = Contents(File());
+        fs::resize_file(File(), size);
+        ExpectEveryCallFails();
+        EXPECT_EQ(fs::file_size(File()), size);
+        LetGo();
+        Replace(File(), whole);
+        ASSERT_TRUE(control::UseMachine(MachineFolder()));
+        EXPECT_EQ(SetNumberResult(1, "New"), 0);
+    }
+}
 
 // Two processes write enough for several folds while a third only reads, from a handle that it opened before.
 TEST_F(StoreTest, FoldingDisturbsNobody) {

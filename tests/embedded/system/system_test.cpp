@@ -1,3 +1,8 @@
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "platform/embedded/control/system.h"
 #include "platform/handles.h"
 #include "platform/product_libraries.h"
@@ -29,6 +34,47 @@ TEST_F(MachineFacts, CodePageDecidesLeadBytesAndConversion) {
     EXPECT_EQ(wide[0], 0x8868);
     EXPECT_FALSE(control::SetCodePage(12345));
     EXPECT_EQ(GetACP(), 932u) << "kept";
+}
+
+TEST_F(MachineFacts, NetworkErrorsHaveTheirTextsInNetmsg) {
+    const LoadedLibrary messages(LoadLibraryExA("netmsg.dll", nullptr, LOAD_LIBRARY_AS_DATAFILE));
+    ASSERT_TRUE(messages);
+    const auto text = [&](DWORD code, DWORD source) {
+        char buffer[512] = "";
+        FormatMessageA(source | FORMAT_MESSAGE_IGNORE_INSERTS, messages.Get(), code, 0, buffer, sizeof buffer, nullptr);
+        return std::string(buffer);
+    };
+    for (const DWORD code : {2102u, 2107u, 2182u, 2221u, 2242u, 2310u, 2401u, 2453u, 2462u}) {
+        EXPECT_NE(text(code, FORMAT_MESSAGE_FROM_HMODULE), "") << code;
+        EXPECT_EQ(text(code, FORMAT_MESSAGE_FROM_SYSTEM), "") << code;
+    }
+    EXPECT_EQ(text(ERROR_DISK_FULL, FORMAT_MESSAGE_FROM_SYSTEM), "There is not enough space on the disk.\r\n");
+    for (const DWORD code : {ERROR_BADDB, ERROR_REGISTRY_IO_FAILED}) {
+        EXPECT_NE(text(code, FORMAT_MESSAGE_FROM_SYSTEM).find("registry"), std::string::npos) << code;
+    }
+}
+
+// A disk that takes no more bytes is one error for files and another for the registry.
+TEST_F(MachineFacts, FullDiskIs112ForFilesAnd1016ForTheRegistry) {
+    MakeKey(HKEY_LOCAL_MACHINE, "SOFTWARE\\InstalibTest");
+    const pid_t child = fork();
+    if (child == 0) {
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{8192, 8192};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        RegistryKey key;
+        RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\InstalibTest", 0, KEY_ALL_ACCESS, key.Receive());
+        const std::string data(10000, 'x');
+        const auto* const bytes = reinterpret_cast<const BYTE*>(data.data());
+        if (RegSetValueExA(key.Get(), "A", 0, REG_BINARY, bytes, 10000) != ERROR_REGISTRY_IO_FAILED) _exit(1);
+        const HANDLE file = CreateFileA("C:\\FULL.BIN", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        DWORD written = 0;
+        while (WriteFile(file, data.data(), 10000, &written, nullptr) && written == 10000) continue;
+        _exit(GetLastError() == ERROR_DISK_FULL ? 0 : 2);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST_F(MachineFacts, BytesWithoutMeaningBecomeTheSameControlCharacters) {

@@ -68,6 +68,19 @@ TEST_F(Modules, FailuresNameTheirReason) {
     EXPECT_EQ(LoadError(Folder()), DWORD(ERROR_MOD_NOT_FOUND));
 }
 
+// Cut at any place, even behind what is loaded; the host's loader would be killed by some of them.
+TEST_F(Modules, CutLibraryIsNoLibrary) {
+    const std::string bytes = ReadBytes(Path());
+    for (int part = 0; part < 40; ++part) {
+        WriteBytes(Folder() + "\\CUT.DLL", std::string_view(bytes).substr(0, bytes.size() * part / 40));
+        EXPECT_EQ(LoadError(Folder() + "\\CUT.DLL"), DWORD(ERROR_BAD_EXE_FORMAT)) << part << " of 40 parts";
+    }
+    SKIP_UNDER_WINE("LoadLibraryA takes a DLL whose resources were cut off");
+    const std::string module = BuildModule({});
+    WriteBytes(Folder() + "\\CUT.DLL", std::string_view(module).substr(0, module.size() - 1));
+    EXPECT_EQ(LoadError(Folder() + "\\CUT.DLL"), DWORD(ERROR_BAD_EXE_FORMAT));
+}
+
 TEST_F(Modules, ModuleOf32BitsIsRefusedByA64BitProcess) {
     SKIP_UNDER_WINE("LoadLibraryA takes a 32-bit DLL that holds no code");
     WriteBytes(Folder() + "\\OLD.DLL", BuildModule({.sixtyFourBit = false}));
@@ -193,6 +206,13 @@ TEST_F(Modules, ProgramFilesFolderIsTheRegistrys) {
     EXPECT_EQ(getFolder(nullptr, kProgramFiles, nullptr, 1, path), 0);
     EXPECT_EQ(path, GetText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion", "ProgramFilesDir"));
     EXPECT_LT(getFolder(nullptr, kNone, nullptr, 0, path), 0);
+#ifndef _WIN32
+    const std::string text = "%SystemDrive%\\%Odd%SystemDrive%";
+    SetRaw(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion", "ProgramFilesDir", REG_EXPAND_SZ,
+           TestBytes(text.c_str(), text.c_str() + text.size() + 1));
+    EXPECT_EQ(getFolder(nullptr, kProgramFiles, nullptr, 1, path), 0);
+    EXPECT_STREQ(path, "C:\\%OddC:");
+#endif
 }
 
 TEST_F(Modules, InstallerKnowsNoStrangeProductAndReadsFileVersions) {
