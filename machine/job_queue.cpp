@@ -51,11 +51,19 @@ int CJobQueue::QueueExists() {
 int CJobQueue::DeleteQueue() {
     const CString path = GetPath();
     if (path.IsEmpty()) return 0;
-    // The look-up goes on to an older generation when the current one may not be read: its queue is not meant.
+    // The look-up goes on to an older generation when the current one cannot be read: its queue is not meant.
     const CString current = CHalvRegistry::m_sKorvaultBaseKey + "\\" + CHalvRegistry::m_sPathSubKey;
     RegistryKey key;
-    const LSTATUS status = RegOpenKeyExA(HKEY_LOCAL_MACHINE, current, 0, KEY_READ, key.Receive());
+    LSTATUS status = RegOpenKeyExA(HKEY_LOCAL_MACHINE, current, 0, KEY_READ, key.Receive());
+    char home[MAX_PATH + 1] = "";
+    DWORD size = MAX_PATH;
+    if (status == ERROR_SUCCESS) {
+        status = RegQueryValueExA(key.Get(), CHalvRegistry::m_sHome, nullptr, nullptr, reinterpret_cast<BYTE*>(home),
+                                  &size);
+    }
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND) return FailWith(DWORD(status));
+    CString own(home);
+    if (AppendBackSlash(own) > 0 && own + kStorage != path) return FailWith(ERROR_ACCESS_DENIED);
     return CComputer::DeleteTree(path);
 }
 

@@ -123,7 +123,7 @@ TEST_F(HomeShare, AccountIsLookedUpOnItsOwnSystem) {
 }
 
 TEST_F(HomeShare, FailingLastStepIsSuccessWithItsError) {
-    control::FailCall(control::CallKind::Network, 10, ERROR_ACCESS_DENIED);
+    control::FailCall(control::CallKind::Network, 11, ERROR_ACCESS_DENIED);
     EXPECT_EQ(Create("C:\\HOME"), 1);
     EXPECT_EQ(GetLastError(), DWORD(ERROR_ACCESS_DENIED));
     EXPECT_EQ(control::FaultedCall(), "NetShareSetInfo");

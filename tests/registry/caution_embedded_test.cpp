@@ -11,7 +11,7 @@ namespace control = embedded::control;
 
 namespace {
 
-using Caution = RegistryTest;
+using RegistryCaution = RegistryTest;
 
 const std::string kCounts = kWindows + "SharedDLLs";
 
@@ -32,7 +32,7 @@ int InProcesses(int count, Body body) {
     return succeeded;
 }
 
-TEST_F(Caution, CountsOfFourProcessesAreAllThere) {
+TEST_F(RegistryCaution, CountsOfFourProcessesAreAllThere) {
     const char* const path = "C:\\P\\x.dll";
     EXPECT_EQ(InProcesses(4,
                           [&](int) {
@@ -44,7 +44,7 @@ TEST_F(Caution, CountsOfFourProcessesAreAllThere) {
     EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kCounts, path), 200);
 }
 
-TEST_F(Caution, LinesOfEightWritersAreAllInTheLog) {
+TEST_F(RegistryCaution, LinesOfEightWritersAreAllInTheLog) {
     const std::string file = Folder() + "\\crowd.log";
     EXPECT_EQ(InProcesses(8,
                           [&](int) {
@@ -60,7 +60,7 @@ TEST_F(Caution, LinesOfEightWritersAreAllInTheLog) {
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 400);
 }
 
-TEST_F(Caution, SharedFileIsInUseWhenItsCountCannotBeLoweredOrRead) {
+TEST_F(RegistryCaution, SharedFileIsInUseWhenItsCountCannotBeLoweredOrRead) {
     const char* const path = "C:\\P\\x.dll";
     SetNumber(HKEY_LOCAL_MACHINE, kCounts, path, 3);
     control::FailCall(control::CallKind::Registry, 3, ERROR_ACCESS_DENIED);  // open, read, write
@@ -72,7 +72,7 @@ TEST_F(Caution, SharedFileIsInUseWhenItsCountCannotBeLoweredOrRead) {
     EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kCounts, path), 3);
 }
 
-TEST_F(Caution, ToolLibraryGetsWholeNamesOrNone) {
+TEST_F(RegistryCaution, ToolLibraryGetsWholeNamesOrNone) {
     ASSERT_TRUE(control::SetCodePage(932));
     PlaceLibrary("HSTOOL_ACCOUNT.DLL", Folder() + "\\HSTOOL.DLL");
     const auto hand = [&](const std::string& name) {
@@ -90,7 +90,7 @@ TEST_F(Caution, ToolLibraryGetsWholeNamesOrNone) {
     EXPECT_THAT(ReadBytes(Folder() + "\\setup.log"), testing::HasSubstr("longer than 63 bytes"));
 }
 
-TEST_F(Caution, ValueThatIsTooLongEverywhereTellsWhatItNeeds) {
+TEST_F(RegistryCaution, ValueThatIsTooLongEverywhereTellsWhatItNeeds) {
     const std::string older = std::string(Halv::m_sOldKorvaultBaseKey) + "\\Path";
     SetRaw(HKEY_LOCAL_MACHINE, kBase + "\\Path", "HOME", REG_SZ, {'C', ':', '\\', 'L', 'O', 'N', 'G'});
     SetText(HKEY_LOCAL_MACHINE, older, "HOME", "C:\\VERYLONG");
@@ -107,7 +107,7 @@ TEST_F(Caution, ValueThatIsTooLongEverywhereTellsWhatItNeeds) {
     EXPECT_STREQ(home, "C:");
 }
 
-TEST_F(Caution, AgentsNamesHaveNoCaseInAnyAlphabet) {
+TEST_F(RegistryCaution, AgentsNamesHaveNoCaseInAnyAlphabet) {
     SetText(HKEY_LOCAL_MACHINE, kRoot + "\\DBA\xC4GENT2", "dll", "C:\\A\\x.dll");
     char directory[64];
     DWORD size = sizeof directory;
@@ -115,7 +115,7 @@ TEST_F(Caution, AgentsNamesHaveNoCaseInAnyAlphabet) {
     EXPECT_STREQ(directory, "C:\\A");
 }
 
-TEST_F(Caution, UnknownVersionOrNameOfTheMachineIsAFailure) {
+TEST_F(RegistryCaution, UnknownVersionOrNameOfTheMachineIsAFailure) {
     const auto failing = [](const char* call, auto operation) {
         for (unsigned n = 1; n < 100; ++n) {
             control::FailCall(control::CallKind::System, n, ERROR_NOT_ENOUGH_MEMORY, true);
