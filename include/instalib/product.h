@@ -12,8 +12,7 @@
 // - Versions are words with the major number in the high byte: 11.5 is 0x0B05. Ranges are texts of two ends, "9.0,11.1"
 //   or "3500,4100"; without a comma the whole text is the upper end and the lower one is 0.
 // - Numbers in texts are decimal: leading blanks are skipped, the first character that is no digit ends the number (so
-// a
-//   sign gives 0), no digits give 0, and a number too large for 31 bits counts as 2147483647.
+//   a sign gives 0), no digits give 0, and a number too large for 31 bits counts as 2147483647.
 // - Getters of text return a copy. A null text given to a setter counts as empty. Nothing fails, nothing is raised.
 class INSTALIB_API CProduct {
   public:

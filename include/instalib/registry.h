@@ -334,8 +334,8 @@ class INSTALIB_API CHalvRegistry {
     int CreateKorvaultSNMPKey();
     int DeleteKorvaultSNMPKey();
     // How many products use the file `path`: a missing count becomes 1; a present one goes up unless `keepExisting`.
-    static int IncrementSharedDLLCount(const char* path, int keepExisting);
     // Counts are changed under a lock between processes, so that none is lost.
+    static int IncrementSharedDLLCount(const char* path, int keepExisting);
     // The count after one user has gone; at 0 the value is deleted. 0 also for a file without a count, or when the
     // counts cannot be opened. When the lower count cannot be written it is returned all the same, and a count that
     // cannot be read (of another type, or denied) gives 1: the file is still in use. The last error tells.

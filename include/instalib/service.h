@@ -60,8 +60,7 @@ class INSTALIB_API CService {
     static int RemoveService(const char* name);
     // A running service (1056) is success. With `wait` the call blocks for one wait hint of the service per check point
     // while it is starting, an hour in all at most; running, or still starting when the check point stands, is success.
-    // A service that stopped
-    // again fails with its own exit code, or 1062 when it gave none.
+    // A service that stopped again fails with its own exit code, or 1062 when it gave none.
     static int StartServiceA(const char* name, int wait);
     // A service that does not exist, is stopped or stopping is success at once. Otherwise success needs the stopped
     // state: in the control's answer, or, with `wait`, after at most (wait hint in seconds, at least 1) + 1 seconds;
