@@ -139,8 +139,7 @@ struct Upgrade {
         if (options.acceptLoss) return;
         Fail(std::to_string(lost.GetSize()) + " settings are not in the backup; " + session.log + " names them",
              "Nothing was removed; the old product works as before. Run the upgrade with --resume --accept-loss to go "
-             "on "
-             "without them");
+             "on without them");
     }
 
     void Remove(const std::string& code) {

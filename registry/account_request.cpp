@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "foundation/text.h"
+
 namespace registry {
 namespace {
 
@@ -12,27 +14,18 @@ bool Fill(char (&field)[size], const char* text) {
     return std::strlen(text) < size;
 }
 
-// The first backslash behind the first character, -1 without one. The second byte of a character is none.
-int FindBackslash(const char* text) {
-    for (int i = 0; text[i] != '\0'; ++i) {
-        if (IsDBCSLeadByte(BYTE(text[i])) && text[i + 1] != '\0') {
-            ++i;
-        } else if (i > 0 && text[i] == '\\') {
-            return i;
-        }
-    }
-    return -1;
-}
-
 }  // namespace
 
 AccountRequest::AccountRequest(CSettings& settings) {
     CString domain = settings.SystemAccountDomain();
     CString name = settings.SystemAccountName();
-    const int backslash = FindBackslash(name);
-    if (backslash > 0) {
-        domain = name.Left(backslash);
-        name = name.Mid(backslash + 1);
+    // A backslash at the very start belongs to the name.
+    const char* const text = name;
+    const char* const separator = *text == '\0' ? nullptr : FirstBackslash(*text == '\\' ? text + 1 : text);
+    if (separator != nullptr) {
+        const int index = int(separator - text);
+        domain = name.Left(index);
+        name = name.Mid(index + 1);
     }
     m_fits = Fill(account.domain, domain) && Fill(account.userName, name) &&
              Fill(account.password, settings.SystemAccountPassword()) && Fill(server, settings.SystemAccountServer());

@@ -1,9 +1,10 @@
 // Database agents: keys beside each other, each with the full path of its library in "dll". An agent is named by the
 // path of its key below a product root; keys whose names contain its name are its variants.
 #include <cstring>
-#include <vector>
 
 #include "foundation/compare_names.h"
+#include "foundation/text.h"
+#include "instalib/array.h"
 #include "registry/family_keys.h"
 
 using namespace registry;
@@ -18,23 +19,20 @@ struct AgentPath {
     CString parent;  // below a product root, possibly empty
     CString name;    // the last component
 
-    explicit AgentPath(const CString& agent)
-        : parent(agent.Left(agent.ReverseFind('\\'))), name(agent.Mid(agent.ReverseFind('\\') + 1)) {}
+    explicit AgentPath(const CString& agent) : name(agent) {
+        const char* const text = agent;
+        const char* const last = LastBackslash(text);
+        if (last == nullptr) return;
+        parent = agent.Left(int(last - text));
+        name = last + 1;
+    }
     bool Names(const CString& key) const { return ContainsName(key, name); }
 };
 
 // The directory of the file, without its final backslash; empty when there is none.
 void CutToDirectory(char* path) {
-    char* end = path;
-    for (char* at = path; *at != '\0'; ++at) {
-        // The second byte of a character is no backslash.
-        if (IsDBCSLeadByte(BYTE(*at)) && at[1] != '\0') {
-            ++at;
-        } else if (*at == '\\') {
-            end = at;
-        }
-    }
-    *end = '\0';
+    const char* const end = LastBackslash(path);
+    path[end == nullptr ? 0 : end - path] = '\0';
 }
 
 LSTATUS FirstVariant(HKEY parent, const AgentPath& agent, RegistryKey& found) {
@@ -91,7 +89,7 @@ int CHalvRegistry::ExistOther_DBAgents(CString agent, int current, CString& dir)
         const LSTATUS status = SubkeyAt(parent.Get(), index, name);
         if (status == ERROR_NO_MORE_ITEMS) return 0;
         if (!Outcome(status)) return 0;
-        if (!path.Names(name) && !SameName(name, kExchange2)) break;
+        if (!path.Names(name) && name != kExchange2) break;
     }
     // The agent is there even when its directory cannot be told: its shared files must stay.
     char library[MAX_PATH + 1] = "";
@@ -108,16 +106,17 @@ void CHalvRegistry::DeleteAgentSubKeys(CString agent, int current) {
     // Every key contains an empty name.
     if (path.name.IsEmpty()) return;
     if (!Outcome(Open(HKEY_LOCAL_MACHINE, ParentOf(path, current), KEY_ALL_ACCESS, parent))) return;
-    std::vector<CString> names;
+    CArray<CString, CString> names;  // a framework array: memory that runs out is the framework's exception
     CString name;
     for (DWORD index = 0; SubkeyAt(parent.Get(), index, name) == 0; ++index) {
-        if (path.Names(name)) names.push_back(name);
+        if (path.Names(name)) names.Add(name);
     }
     const auto remove = [&](const char* child) {
         DeleteSubKeys(parent.Get(), child);
         Outcome(RegDeleteKeyA(parent.Get(), child));
     };
-    for (const CString& variant : names) {
+    for (int i = 0; i < names.GetSize(); ++i) {
+        const CString& variant = names.ElementAt(i);
         remove(variant);
         if (SameName(variant, kExchange2)) remove(kExchange);
     }

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <limits>
 #include <string>
-#include <vector>
 
+#include "instalib/array.h"
 #include "instalib/service.h"
 #include "registry/family_keys.h"
 
@@ -54,10 +54,10 @@ bool StopForChange() {
     return !CService::IsStarted(kService) || CService::StopService(kService, 1, 1);
 }
 
-LSTATUS DeleteAll(HKEY key, const std::vector<CString>& names) {
+LSTATUS DeleteAll(HKEY key, CArray<CString, CString>& names) {
     LSTATUS result = 0;
-    for (const CString& name : names) {
-        const LSTATUS status = RegDeleteValueA(key, name);
+    for (int i = 0; i < names.GetSize(); ++i) {
+        const LSTATUS status = RegDeleteValueA(key, names.ElementAt(i));
         if (result == 0) result = status;
     }
     return result;
@@ -89,13 +89,13 @@ int CHalvRegistry::DeleteSNMPRegistry(const char* agentKey) {
     if (agentKey == nullptr || *agentKey == '\0') return FailWith(ERROR_INVALID_PARAMETER);
     RegistryKey list;
     if (Open(HKEY_LOCAL_MACHINE, m_sSNMPExtensionAgentsKey, KEY_ALL_ACCESS, list) != 0) return 1;
-    std::vector<CString> names;
+    CArray<CString, CString> names;
     const LSTATUS walked = ForEachAnnouncement(list.Get(), [&](const Announcement& found) {
-        if (std::strcmp(found.agentKey, agentKey) == 0) names.emplace_back(found.name);
+        if (std::strcmp(found.agentKey, agentKey) == 0) names.Add(found.name);
         return true;
     });
     if (!Outcome(walked)) return 0;
-    if (names.empty()) return 1;
+    if (names.GetSize() == 0) return 1;
     const bool start = StopForChange();
     const LSTATUS deleted = DeleteAll(list.Get(), names);
     if (start) CService::StartServiceA(kService, 0);

@@ -2,6 +2,7 @@
 #ifndef INSTALIB_UPGRADE_BRANCHES_H
 #define INSTALIB_UPGRADE_BRANCHES_H
 
+#include "foundation/text.h"
 #include "instalib/product.h"
 #include "registry/registry_access.h"
 
@@ -29,10 +30,10 @@ void ForEachBranch(CProduct& rule, const CString& backup, Visit visit) {
     const CString root = rule.getRegRootKey();
     Names& elements = rule.getRegSubKey();
     for (int i = 0; i < elements.GetSize(); ++i) {
-        const CString& element = elements.ElementAt(i);
-        const int last = element.ReverseFind('\\');
-        const CString parent = last < 0 ? CString() : element.Left(last);
-        const CString leaf = element.Mid(last + 1);
+        const char* const element = elements.ElementAt(i);
+        const char* const last = LastBackslash(element);
+        const CString parent = last == nullptr ? CString() : CString(element, int(last - element));
+        const CString leaf = last == nullptr ? element : last + 1;
         RegistryKey key;
         if (leaf.IsEmpty() ||
             registry::Open(HKEY_LOCAL_MACHINE, root + "\\" + parent, KEY_ALL_ACCESS, key) != ERROR_SUCCESS) {

@@ -29,16 +29,9 @@ void AppendPieces(CArray<CString, CString>& list, const char* text) {
     }
 }
 
-// The library's path beside the information file. A backslash that is the second byte of a character is none.
+// The library's path beside the information file.
 CString Beside(const char* file, const CString& library) {
-    const char* last = nullptr;
-    for (const char* at = file; *at != '\0'; ++at) {
-        if (IsDBCSLeadByte(BYTE(*at)) && at[1] != '\0') {
-            ++at;
-        } else if (*at == '\\') {
-            last = at;
-        }
-    }
+    const char* const last = LastBackslash(file);
     return last == nullptr ? library : CString(file, int(last - file)) + "\\" + library;
 }
 
