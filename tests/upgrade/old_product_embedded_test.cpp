@@ -137,7 +137,7 @@ TEST_F(OldProductFaults, TimeGrowsWithTheNumberOfKeys) {
                         nullptr);
         for (int i = 0; i < count; ++i) {
             RegistryKey child;
-            RegCreateKeyExA(key.Get(), ("k" + std::to_string(i)).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+            RegCreateKeyExA(key.Get(), ('k' + std::to_string(i)).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
                             child.Receive(), nullptr);
         }
         key.Reset();

@@ -36,6 +36,7 @@ class File {
         m_size = error ? 0 : size;
     }
 
+    std::uint64_t Size() const { return m_size; }
     // As many of the bytes as the file has.
     Bytes Read(std::uint64_t offset, std::size_t size) {
         if (offset >= m_size) return {};
@@ -192,8 +193,9 @@ ImageKind KindOf(const fs::path& host) {
     const std::optional<Image> image = ReadImage(file);
     if (!image || (image->characteristics & kExecutable) == 0) return ImageKind::None;
     for (const Section& section : image->sections) {  // one that was cut off is no module
-        const std::uint64_t end = std::uint64_t(section.rawOffset) + section.rawSize;
-        if (section.rawSize != 0 && file.Read(end - 1, 1).empty()) return ImageKind::None;
+        if (section.rawSize != 0 && std::uint64_t(section.rawOffset) + section.rawSize > file.Size()) {
+            return ImageKind::None;
+        }
     }
     return image->machine == kMachineX64 ? ImageKind::Own : ImageKind::Foreign;
 }

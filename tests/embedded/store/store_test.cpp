@@ -250,7 +250,9 @@ class DamagedStoreTest : public StoreTest {
 
 TEST_F(DamagedStoreTest, IsRefusedAndLeftAloneWhereverItIsSpoilt) {
     ASSERT_EQ(Open(), "ABD");
-    for (std::size_t at = 0; at < m_bytes.size() && !HasFailure(); ++at) {
+    // Every byte, but for the parts of the header page that are not in use.
+    const auto isUsed = [](std::size_t at) { return at % (kHeader / 2) < 64 || at >= kHeader; };
+    for (std::size_t at = 0; at < m_bytes.size() && !HasFailure(); at += isUsed(at) ? 1 : 61) {
         const std::string where = " at byte " + std::to_string(at);
         ExpectRefused(m_bytes.substr(0, at), false, "cut" + where);
         // The part of the header that is not in use can do no harm; nor can marks of a writer that there is not.
