@@ -4,8 +4,9 @@
 // is folded: a new one is written beside it and renamed over it.
 //
 // The header page is mapped by every process that has the store open. Its counters say how far the file has been
-// published, so that a reader sees what others wrote at the cost of two loads, without a lock. Writers exclude each
-// other with a lock on a file of its own, which the system takes away from a process that dies.
+// published, so that a reader sees what others wrote at the cost of two loads and a look at the file's length, without
+// a lock. Writers exclude each other with a lock on a file of its own, which the system takes away from a process that
+// dies.
 //
 // What was published is complete, whatever kills a process: a file with less of it is damaged, and is refused and left
 // as it is. Behind what was published may stand whole frames, which count, and the torn end of one whose writer died,

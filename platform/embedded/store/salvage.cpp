@@ -240,7 +240,11 @@ bool RepairStore(const fs::path& folder, std::vector<std::string>* lines) {
         return false;
     }
     const FileLock locked(lock.value);
-    const std::optional<Bytes> current = ReadFile(path);
+    const std::optional<Bytes> current = ReadFile(path);  // as it is now that nobody else writes
+    if (!current) {
+        lines->push_back("the registry's file " + path.string() + " cannot be read; nothing was changed");
+        return false;
+    }
     const Findings found = Examiner(*current).Examine();
     if (found.problem.empty()) {
         lines->push_back("the registry's file " + path.string() + " is sound; nothing was changed");
