@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "platform/embedded/api/files.h"
+#include "platform/embedded/files/folder_names.h"
 #include "platform/embedded/files/record.h"
 
 namespace embedded::files {
@@ -68,15 +69,19 @@ DWORD Refusal(const Place& place, const OpenRequest& request, unsigned rights) {
     return place.exists ? RefusalOfExisting(place, request, rights) : RefusalOfNew(place, request);
 }
 
+// Shared locks need reading whatever the handle may do; writing is not asked for in vain, since a program that is
+// running cannot be opened so.
+bool OpensForWriting(const Place& place, const OpenRequest& request, unsigned rights) {
+    if (!place.exists) return true;
+    return !place.IsDirectory() && ((rights & kShareWrite) != 0 || Truncates(request));
+}
+
 int OpenHost(const Place& place, const OpenRequest& request, unsigned rights) {
-    const int common = O_CLOEXEC | O_NOFOLLOW;
+    int flags = O_CLOEXEC | O_NOFOLLOW | (OpensForWriting(place, request, rights) ? O_RDWR : O_RDONLY);
+    if (place.IsDirectory()) flags |= O_DIRECTORY;
     // Programs on the drives are started as programs of the host, so every file may be one.
-    if (!place.exists) return open(place.host.c_str(), common | O_RDWR | O_CREAT | O_EXCL, 0777);
-    if (place.IsDirectory()) return open(place.host.c_str(), common | O_RDONLY | O_DIRECTORY);
-    // Shared locks need reading whatever the handle may do; writing is not asked for in vain, since a program that is
-    // running cannot be opened so.
-    const bool writes = (rights & kShareWrite) != 0 || Truncates(request);
-    return open(place.host.c_str(), common | (writes ? O_RDWR : O_RDONLY));
+    if (!place.exists) flags |= O_CREAT | O_EXCL;
+    return open(place.host.c_str(), flags, 0777);
 }
 
 }  // namespace
@@ -87,13 +92,15 @@ DiskFile::DiskFile(Place place, int descriptor, unsigned rights, const OpenReque
       m_rights(rights),
       m_appendsOnly((request.access & kAppending) != 0 && (request.access & kWriting) == 0),
       m_deletesOnClose(false),
-      m_locks(descriptor) {}
+      m_locks(descriptor, OpensForWriting(m_place, request, rights)) {}
 
 std::shared_ptr<DiskFile> DiskFile::Open(Place place, const OpenRequest& request, bool* existed, DWORD* error) {
     const unsigned rights = RightsOf(request);
     *existed = place.exists;
     *error = Refusal(place, request, rights);
     if (*error != 0) return nullptr;
+    std::optional<folder_names::Change> change;
+    if (!place.exists) change.emplace(place.host);
     const int descriptor = OpenHost(place, request, rights);
     if (descriptor < 0) {
         *error = errno == EEXIST ? DWORD(ERROR_FILE_EXISTS) : ErrorOfHost(errno);
@@ -106,12 +113,13 @@ std::shared_ptr<DiskFile> DiskFile::Open(Place place, const OpenRequest& request
     }
     if (!*existed) {
         file->m_place.exists = true;
+        change->Added();
         ForgetRecord(file->m_place);
     } else if (Truncates(request) && ftruncate(descriptor, 0) != 0) {
         *error = ErrorOfHost(errno);
         return nullptr;
     }
-    fstat(descriptor, &file->m_place.info);
+    if (!*existed || Truncates(request)) fstat(descriptor, &file->m_place.info);
     const bool isNewContent = !*existed || request.disposition == CREATE_ALWAYS;
     if (isNewContent) *error = SetAttributesOf(file->m_place, (request.flags & 0xFFFFu) | FILE_ATTRIBUTE_ARCHIVE);
     file->m_isMarkedChanged = isNewContent;
@@ -125,12 +133,57 @@ std::shared_ptr<DiskFile> DiskFile::Open(const char* name, const OpenRequest& re
     return Open(std::move(place), request, existed, error);
 }
 
+std::optional<std::string> DiskFile::ReadWhole(const char* name, DWORD* error) {
+    Place place = Locate(name);
+    const OpenRequest request{GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL};
+    *error = Refusal(place, request, kShareRead);
+    if (*error != 0) return std::nullopt;
+    const int descriptor = OpenHost(place, request, kShareRead);
+    bool existed = false;
+    std::shared_ptr<DiskFile> file;
+    if (descriptor >= 0) {
+        file.reset(new DiskFile(std::move(place), descriptor, kShareRead, request));
+        if (!file->m_locks.ShareWholeRead()) file.reset();
+    }
+    if (!file) {
+        // Whoever is in the way may be about to go: the guard waits for that, and tells the reason when it stays.
+        file = Open(name, request, &existed, error);
+        if (!file) return std::nullopt;
+        file->HoldWhole(false);
+    }
+    std::string bytes;
+    *error = file->ReadAll(&bytes);
+    return *error == 0 ? std::optional(std::move(bytes)) : std::nullopt;
+}
+
+DWORD DiskFile::ReadAll(std::string* bytes) {
+    constexpr std::size_t kBlock = 1 << 16;
+    const std::size_t expected = std::size_t(m_place.info.st_size);
+    if (!m_locks.HoldsWholeRead() && m_locks.IsLockedByOthers(0, UINT64_MAX)) return ERROR_LOCK_VIOLATION;
+    std::size_t end = 0;
+    // Less than there was room for, up to where the file is known to end, is all of it.
+    for (std::size_t room = std::min(expected, kBlock) + 1;; room = kBlock) {
+        bytes->resize(end + room);
+        const ssize_t count = pread(m_descriptor, bytes->data() + end, room, off_t(end));
+        const int failure = count < 0 ? errno : 0;
+        end += std::size_t(std::max<ssize_t>(count, 0));
+        bytes->resize(end);
+        if (failure == EINTR) continue;
+        if (failure != 0) return ErrorOfHost(failure);
+        if (count == 0 || (end == expected && std::size_t(count) < room)) return 0;
+    }
+}
+
 DiskFile::~DiskFile() {
     if (m_deletesOnClose) {
         const FileGuard guard(*m_place.machine);
         struct stat now {};
         const bool isSame = stat(m_place.host.c_str(), &now) == 0 && now.st_ino == m_place.info.st_ino;
-        if (isSame && unlink(m_place.host.c_str()) == 0) ForgetRecord(m_place);
+        folder_names::Change change(m_place.host);
+        if (isSame && unlink(m_place.host.c_str()) == 0) {
+            change.Removed();
+            ForgetRecord(m_place);
+        }
     }
     close(m_descriptor);
 }

@@ -24,9 +24,13 @@ class DiskFile : public FileObject {
     static std::shared_ptr<DiskFile> Open(Place place, const OpenRequest& request, bool* existed, DWORD* error);
     // The same by name, with the guard.
     static std::shared_ptr<DiskFile> Open(const char* name, const OpenRequest& request, bool* existed, DWORD* error);
+    // The content of a file by name, read at once: no other handle writes it as a whole meanwhile, and none that denies
+    // reading has it open. Nothing with an error otherwise.
+    static std::optional<std::string> ReadWhole(const char* name, DWORD* error);
     ~DiskFile() override;
 
     DWORD Read(void* buffer, DWORD bytes, std::optional<std::uint64_t> offset, DWORD* done) override;
+    DWORD ReadAll(std::string* bytes);  // from the start; the position stays
     DWORD Write(const void* buffer, DWORD bytes, std::optional<std::uint64_t> offset, DWORD* done) override;
     // The position may lie behind the end, not before the start (ERROR_NEGATIVE_SEEK).
     DWORD Seek(std::int64_t distance, DWORD method, std::uint64_t* position);

@@ -22,11 +22,11 @@ constexpr DWORD kQword = 11;  // REG_QWORD
 
 std::string KeyOf(char letter) { return std::string("META\\Drives\\") + text::Upper(letter); }
 
-std::uint64_t ReadSize(Store& store, const std::string& key, const char* name, std::uint64_t fallback) {
-    const std::optional<StoredValue> value = store.Read(key, name);
-    if (!value || value->data.size() != sizeof fallback) return fallback;
-    std::memcpy(&fallback, value->data.data(), sizeof fallback);
-    return fallback;
+template <class Number>
+void TakeNumber(const StoredValue& value, DWORD type, Number* number) {
+    if (value.type == type && value.data.size() == sizeof *number) {
+        std::memcpy(number, value.data.data(), sizeof *number);
+    }
 }
 
 bool WriteSize(Store& store, const std::string& key, const char* name, std::uint64_t size) {
@@ -39,23 +39,50 @@ bool WriteSize(Store& store, const std::string& key, const char* name, std::uint
 
 namespace drives {
 
-DriveFacts FactsOf(const Machine& machine, char letter) {
-    DriveFacts facts;
-    const bool isLetter = text::Upper(letter) >= 'A' && text::Upper(letter) <= 'Z';
-    if (!isLetter || machine.Drive(letter).empty()) {
-        facts.type = DRIVE_NO_ROOT_DIR;
-        return facts;
+Record RecordOf(const Machine& machine, char letter) {
+    constexpr DWORD kText = 1, kDword = 4;  // REG_SZ, REG_DWORD
+    Record record;
+    letter = text::Upper(letter);
+    if (letter < 'A' || letter > 'Z') {
+        record.facts.type = DRIVE_NO_ROOT_DIR;
+        return record;
     }
-    Store& store = machine.Storage();
-    const std::string key = KeyOf(letter);
-    const bool isMounted = store.Read(key, "Folder").has_value();
-    facts.type = store.ReadNumber(key, "Type", isMounted ? DRIVE_CDROM : DRIVE_FIXED);
-    facts.totalBytes = ReadSize(store, key, "TotalBytes", facts.totalBytes);
-    facts.freeBytes = ReadSize(store, key, "FreeBytes", facts.freeBytes);
-    facts.bytesPerSector = store.ReadNumber(key, "BytesPerSector", facts.bytesPerSector);
-    facts.sectorsPerCluster = store.ReadNumber(key, "SectorsPerCluster", facts.sectorsPerCluster);
-    facts.ready = store.ReadNumber(key, "Ready", 1) != 0;
-    return facts;
+    DriveFacts& facts = record.facts;
+    std::optional<DWORD> type;
+    DWORD ready = 1;
+    // All of it in one look at the store: most drives have nothing there.
+    for (const StoredValue& value : machine.Storage().Values(KeyOf(letter))) {
+        const auto is = [&](const char* name) { return text::EqualNoCase(value.name, name); };
+        if (is("Folder")) {
+            record.isMounted = true;
+            const std::string folder(value.data.begin(), value.data.end());
+            if (value.type == kText) record.folder = folder.substr(0, folder.find('\0'));
+        }
+        if (is("Type") && value.type == kDword) TakeNumber(value, kDword, &type.emplace());
+        if (is("TotalBytes")) TakeNumber(value, value.type, &facts.totalBytes);
+        if (is("FreeBytes")) TakeNumber(value, value.type, &facts.freeBytes);
+        if (is("BytesPerSector")) TakeNumber(value, kDword, &facts.bytesPerSector);
+        if (is("SectorsPerCluster")) TakeNumber(value, kDword, &facts.sectorsPerCluster);
+        if (is("Ready")) TakeNumber(value, kDword, &ready);
+    }
+    facts.type = type.value_or(record.isMounted ? DRIVE_CDROM : DRIVE_FIXED);
+    facts.ready = ready != 0;
+    if (record.folder.empty()) {
+        record.isMounted = false;
+        record.folder = machine.Folder() / "drives" / std::string(1, letter);
+    }
+    return record;
+}
+
+DriveFacts FactsOf(const Machine& machine, char letter) {
+    Record record = RecordOf(machine, letter);
+    std::error_code error;
+    if (!record.isMounted && !fs::is_directory(record.folder, error)) {
+        DriveFacts none;
+        none.type = DRIVE_NO_ROOT_DIR;
+        return none;
+    }
+    return record.facts;
 }
 
 std::string WindowsDirectory() {

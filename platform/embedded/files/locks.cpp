@@ -4,18 +4,28 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <string>
 
 namespace embedded::files {
 namespace {
 
-// No file reaches this far, and a lock on it is seen by every process that opens the file through the machine.
+// No file reaches this far, and a lock on it is seen by every process that opens the file through the machine. The
+// order lets what is asked for most be set, and looked for, with one call each.
 constexpr std::uint64_t kShareBase = 0x7FFFFFFFFFFFFF00u;
-constexpr std::uint64_t kHeldByte = kShareBase;        // + bit number: somebody has the right
-constexpr std::uint64_t kDeniedByte = kShareBase + 8;  // + bit number: somebody denies the right
-constexpr std::uint64_t kWholeByte = kShareBase + 16;
-constexpr unsigned kBits = 3;
+enum ShareByte : unsigned { kDeleteHeld, kReadDenied, kWriteDenied, kWhole, kReadHeld, kDeleteDenied, kWriteHeld };
+constexpr unsigned kShareBytes = 7;
+
+struct ShareRight {
+    unsigned bit;
+    ShareByte held, denied;
+};
+constexpr ShareRight kShareRights[] = {
+    {kShareRead, kReadHeld, kReadDenied},
+    {kShareWrite, kWriteHeld, kWriteDenied},
+    {kShareDelete, kDeleteHeld, kDeleteDenied},
+};
 
 struct flock Record(short type, std::uint64_t offset, std::uint64_t length) {
     struct flock record {};
@@ -52,20 +62,34 @@ FileLocks::~FileLocks() {
 
 bool FileLocks::Share(unsigned wanted, unsigned allowed) {
     if (wanted == 0) return true;
-    const unsigned denied = ~allowed;
-    for (unsigned bit = 0; bit < kBits; ++bit) {
-        if ((wanted >> bit & 1) != 0 && IsHeldByOthers(m_descriptor, kDeniedByte + bit, 1)) return false;
-        if ((denied >> bit & 1) != 0 && IsHeldByOthers(m_descriptor, kHeldByte + bit, 1)) return false;
+    unsigned own = 0, others = 0;  // a bit for each byte: what this handle sets, what no other may have set
+    for (const ShareRight& right : kShareRights) {
+        if ((wanted & right.bit) != 0) own |= 1u << right.held, others |= 1u << right.denied;
+        if ((allowed & right.bit) == 0) own |= 1u << right.denied, others |= 1u << right.held;
     }
-    for (unsigned bit = 0; bit < kBits; ++bit) {
-        if ((wanted >> bit & 1) != 0) Set(m_descriptor, F_OFD_SETLK, F_RDLCK, kHeldByte + bit, 1);
-        if ((denied >> bit & 1) != 0) Set(m_descriptor, F_OFD_SETLK, F_RDLCK, kDeniedByte + bit, 1);
+    // First set, then looked: of two that open at the same time at least one sees the other.
+    for (unsigned first = 0, last = 0; first < kShareBytes; first = last + 1) {
+        for (last = first; (own >> last & 1) != 0; ++last) {
+        }
+        if (last > first) Set(m_descriptor, F_OFD_SETLK, F_RDLCK, kShareBase + first, last - first);
+    }
+    const unsigned lowest = unsigned(std::countr_zero(others)), end = unsigned(std::bit_width(others));
+    if (!IsHeldByOthers(m_descriptor, kShareBase + lowest, end - lowest)) return true;
+    for (unsigned byte = lowest; byte < end; ++byte) {
+        if ((others >> byte & 1) != 0 && IsHeldByOthers(m_descriptor, kShareBase + byte, 1)) return false;
     }
     return true;
 }
 
+bool FileLocks::ShareWholeRead() {
+    static_assert(kReadHeld == kWhole + 1 && kDeleteDenied == kWhole + 2 && kReadDenied == kDeleteHeld + 1);
+    m_holdsWholeRead = Set(m_descriptor, F_OFD_SETLKW, F_RDLCK, kShareBase + kWhole, 3) &&
+                       !IsHeldByOthers(m_descriptor, 0, kShareBase + kReadDenied + 1);
+    return m_holdsWholeRead;
+}
+
 int FileLocks::RangeDescriptor() {
-    if ((fcntl(m_descriptor, F_GETFL) & O_ACCMODE) == O_RDWR) return m_descriptor;
+    if (m_isWritable) return m_descriptor;
     // A range is locked exclusively, which the host grants to descriptions open for writing only. Opened when first
     // needed: a program that somebody has open for writing could not be started.
     if (m_ranges < 0) {
@@ -100,13 +124,20 @@ DWORD FileLocks::Unlock(std::uint64_t offset, std::uint64_t length) {
     return 0;
 }
 
+bool FileLocks::Covers(std::uint64_t offset, std::uint64_t length) const {
+    return std::any_of(m_locked.begin(), m_locked.end(), [&](const Range& range) {
+        return range.offset <= offset && offset + length <= range.offset + range.length;
+    });
+}
+
 bool FileLocks::IsLockedByOthers(std::uint64_t offset, std::uint64_t length) const {
     const std::uint64_t clipped = Clipped(offset, length);
-    return clipped != 0 && IsHeldByOthers(m_ranges >= 0 ? m_ranges : m_descriptor, offset, clipped);
+    return clipped != 0 && !Covers(offset, clipped) &&
+           IsHeldByOthers(m_ranges >= 0 ? m_ranges : m_descriptor, offset, clipped);
 }
 
 bool FileLocks::HoldWhole(bool forWriting) {
-    return Set(m_descriptor, F_OFD_SETLKW, short(forWriting ? F_WRLCK : F_RDLCK), kWholeByte, 1);
+    return Set(m_descriptor, F_OFD_SETLKW, short(forWriting ? F_WRLCK : F_RDLCK), kShareBase + kWhole, 1);
 }
 
 }  // namespace embedded::files

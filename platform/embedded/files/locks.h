@@ -17,15 +17,22 @@ enum ShareBits : unsigned { kShareRead = 1, kShareWrite = 2, kShareDelete = 4 };
 
 class FileLocks {
   public:
-    // `descriptor` is the file's, open for reading at least; it stays the caller's and outlives this object.
-    explicit FileLocks(int descriptor) : m_descriptor(descriptor) {}
+    // `descriptor` is the file's, open for reading and perhaps for writing; it stays the caller's and outlives this
+    // object.
+    FileLocks(int descriptor, bool isWritable) : m_descriptor(descriptor), m_isWritable(isWritable) {}
     ~FileLocks();
     FileLocks(const FileLocks&) = delete;
     FileLocks& operator=(const FileLocks&) = delete;
 
     // False when another handle holds what this one denies or denies what this one wants. Without any right wanted
-    // there is nothing to share. The caller holds the machine's FileGuard.
+    // there is nothing to share. The caller holds the machine's FileGuard, and closes the descriptor when it is
+    // refused.
     bool Share(unsigned wanted, unsigned allowed);
+    // For a read of the whole file and no more, without the FileGuard: waits for a writer that holds it as a whole,
+    // holds it against the next one, and shares reading and writing as Share does. False, too, when any byte of it is
+    // locked.
+    bool ShareWholeRead();
+    bool HoldsWholeRead() const { return m_holdsWholeRead; }  // by ShareWholeRead
 
     // 0, or ERROR_LOCK_VIOLATION when any of the bytes is locked by another handle or this one.
     DWORD Lock(std::uint64_t offset, std::uint64_t length);
@@ -42,9 +49,12 @@ class FileLocks {
         std::uint64_t offset, length;
     };
     int RangeDescriptor();
+    bool Covers(std::uint64_t offset, std::uint64_t length) const;
 
     int m_descriptor;
+    bool m_isWritable;
     int m_ranges = -1;  // a second description, open for writing, when the first one is not
+    bool m_holdsWholeRead = false;
     std::vector<Range> m_locked;
 };
 

@@ -9,6 +9,7 @@
 #include "platform/embedded/core/gate.h"
 #include "platform/embedded/files/disk.h"
 #include "platform/embedded/files/drive.h"
+#include "platform/embedded/files/folder_names.h"
 #include "platform/embedded/files/record.h"
 #include "platform/embedded/files/state.h"
 #include "platform/embedded/machine/process_state.h"
@@ -49,7 +50,9 @@ DWORD DeleteOneFile(const char* name) {
     DWORD error = 0;
     const std::shared_ptr<files::DiskFile> file = OpenToDelete(place, &error);
     if (!file) return error;
+    files::folder_names::Change change(place.host);
     if (unlink(place.host.c_str()) != 0) return files::ErrorOfHost(errno);
+    change.Removed();
     files::ForgetRecord(place);
     return 0;
 }
@@ -61,7 +64,9 @@ DWORD MakeOneDirectory(const char* name) {
     if (place.exists) return ERROR_ALREADY_EXISTS;
     if (place.isReadOnlyMedium) return ERROR_WRITE_PROTECT;
     if (const DWORD error = files::CheckRights(files::ParentOf(place), FILE_ADD_SUBDIRECTORY)) return error;
+    files::folder_names::Change change(place.host);
     if (mkdir(place.host.c_str(), 0777) != 0) return files::ErrorOfHost(errno);
+    change.Added();
     files::ForgetRecord(place);
     return 0;
 }
@@ -77,7 +82,9 @@ DWORD RemoveOneDirectory(const char* name) {
     DWORD error = 0;
     const std::shared_ptr<files::DiskFile> directory = OpenToDelete(place, &error);
     if (!directory) return error;
+    files::folder_names::Change change(place.host);
     if (rmdir(place.host.c_str()) != 0) return files::ErrorOfHost(errno);
+    change.Removed();
     files::ForgetRecord(place);
     return 0;
 }
@@ -144,7 +151,10 @@ DWORD RenameOne(const char* existing, const char* renamed, DWORD flags) {
     const std::u16string asked = files::AbsoluteName(renamed);
     const std::u16string_view last = std::u16string_view(asked).substr(asked.find_last_of(u'\\') + 1);
     if (to.exists && !last.empty()) to.host = to.host.parent_path() / *paths::ToHost(last);
+    files::folder_names::Change leaves(from.host), arrives(to.host);
     if (rename(from.host.c_str(), to.host.c_str()) != 0) return files::ErrorOfHost(errno);
+    leaves.Removed();
+    arrives.Added();
     files::MoveRecord(from, to);
     return 0;
 }

@@ -70,6 +70,7 @@ std::string ToAnsi(std::u16string_view text) {
 }
 
 std::optional<std::filesystem::path> ToHost(std::u16string_view name) {
+    if (IsAscii(name)) return std::filesystem::path(std::string(name.begin(), name.end()));
     try {
         return std::filesystem::path(name);
     } catch (const std::exception&) {
@@ -78,6 +79,7 @@ std::optional<std::filesystem::path> ToHost(std::u16string_view name) {
 }
 
 std::optional<std::u16string> FromHost(const std::filesystem::path& name) {
+    if (IsAscii(name.native())) return std::u16string(name.native().begin(), name.native().end());
     try {
         return name.u16string();
     } catch (const std::exception&) {

@@ -1,16 +1,12 @@
 #include "platform/embedded/files/place.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 
 #include "platform/embedded/api/files.h"
 #include "platform/embedded/core/text.h"
 #include "platform/embedded/files/drive.h"
+#include "platform/embedded/files/folder_names.h"
 #include "platform/embedded/files/state.h"
 
 namespace fs = std::filesystem;
@@ -46,31 +42,35 @@ DWORD FollowShare(paths::Parsed& parsed, Place& place) {
     return 0;
 }
 
+// Looks at the drive's own folder.
+DWORD EnterFolder(Place& place) {
+    place.exists = stat(place.root.c_str(), &place.info) == 0;
+    if (place.IsDirectory()) return 0;
+    if (!place.isMounted) {
+        place.root.clear();
+        place.host.clear();
+    }
+    return place.isMounted || !place.isRemote ? ERROR_PATH_NOT_FOUND : ERROR_BAD_NET_NAME;
+}
+
 DWORD EnterDrive(const paths::Parsed& parsed, Place& place) {
     place.drive = parsed.drive < 0x80 ? text::Upper(char(parsed.drive)) : '?';
     place.endsWithSeparator = parsed.endsWithSeparator;
-    const control::DriveFacts facts = drives::FactsOf(*place.machine, place.drive);
-    if (facts.type == DRIVE_NO_ROOT_DIR) return place.isRemote ? ERROR_BAD_NET_NAME : ERROR_PATH_NOT_FOUND;
-    place.root = place.host = place.machine->Drive(place.drive);
-    place.isReadOnlyMedium = facts.type == DRIVE_CDROM;
-    if (!facts.ready) return ERROR_NOT_READY;
-    place.exists = stat(place.root.c_str(), &place.info) == 0;
-    return place.IsDirectory() ? 0 : ERROR_PATH_NOT_FOUND;
-}
-
-// The name of an entry that differs from `name` in case only; empty when there is none.
-fs::path FindInOtherCase(const fs::path& directory, const std::u16string& name) {
-    DIR* const entries = opendir(directory.c_str());
-    if (entries == nullptr) return {};
-    fs::path found;
-    while (const dirent* const entry = readdir(entries)) {
-        const std::optional<std::u16string> candidate = paths::FromHost(entry->d_name);
-        if (!candidate || !paths::EqualNoCase(*candidate, name)) continue;
-        found = entry->d_name;
-        break;
+    drives::Record record = drives::RecordOf(*place.machine, place.drive);
+    if (record.facts.type == DRIVE_NO_ROOT_DIR) return place.isRemote ? ERROR_BAD_NET_NAME : ERROR_PATH_NOT_FOUND;
+    place.isMounted = record.isMounted;
+    place.root = place.host = std::move(record.folder);
+    place.isReadOnlyMedium = record.facts.type == DRIVE_CDROM;
+    if (parsed.names.empty() || !record.facts.ready) {
+        const DWORD error = EnterFolder(place);
+        if (record.facts.ready || !(place.isMounted || place.exists)) return error;
+        place.exists = false;
+        return ERROR_NOT_READY;
     }
-    closedir(entries);
-    return found;
+    // The first name that is found below it tells as much.
+    place.exists = true;
+    place.info.st_mode = S_IFDIR;
+    return 0;
 }
 
 // A link may be followed within its drive only.
@@ -85,22 +85,29 @@ DWORD FollowLink(Place& place) {
 }
 
 // One name further. The place exists afterwards or not; an error is one that ends the way.
-DWORD Step(Place& place, const std::u16string& name) {
+DWORD Step(Place& place, const std::u16string& name, const fs::path& entry) {
     if (!paths::IsValidName(name)) return ERROR_INVALID_NAME;
-    const fs::path directory = place.host;
-    fs::path entry = *paths::ToHost(name);
-    place.host = directory / entry;
+    place.host /= entry;
     place.exists = lstat(place.host.c_str(), &place.info) == 0;
-    if (!place.exists && errno != ENOENT) return ErrorOfHost(errno);
+    fs::path found;
     if (!place.exists) {
-        if (fs::path other = FindInOtherCase(directory, name); !other.empty()) {
-            entry = std::move(other);
-            place.host = directory / entry;
+        const int failure = errno;
+        if (place.below.empty()) {
+            Place drive = place;
+            if (const DWORD error = EnterFolder(drive)) {
+                if (drive.host.empty()) place.host.clear();
+                return error;
+            }
+        }
+        if (failure != ENOENT) return ErrorOfHost(failure);
+        found = folder_names::Find(place.host.parent_path(), name);
+        if (!found.empty()) {
+            place.host.replace_filename(found);
             place.exists = lstat(place.host.c_str(), &place.info) == 0;
         }
     }
     if (!place.below.empty()) place.below += u'\\';
-    place.below += place.exists ? paths::FromHost(entry).value_or(name) : name;
+    place.below += place.exists && !found.empty() ? paths::FromHost(found).value_or(name) : name;
     if (!place.exists) return 0;
     if (S_ISLNK(place.info.st_mode)) return FollowLink(place);
     // Pipes and devices of the host are no files of the machine, and opening one could wait for ever.
@@ -112,7 +119,7 @@ void Walk(Place& place, const std::vector<std::u16string>& names) {
         const std::optional<fs::path> entry = paths::ToHost(name);
         if (place.error == 0 && !place.IsDirectory()) place.error = ERROR_PATH_NOT_FOUND;
         if (place.error == 0) {
-            place.error = entry ? Step(place, name) : ERROR_INVALID_NAME;
+            place.error = entry ? Step(place, name, *entry) : ERROR_INVALID_NAME;
         } else if (entry && !place.host.empty()) {
             place.host /= *entry;
         }
@@ -153,15 +160,8 @@ std::string Place::Key() const {
     return key;
 }
 
-FileGuard::FileGuard(const Machine& machine)
-    : m_descriptor(open((machine.Folder() / "files.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666)) {
-    while (m_descriptor >= 0 && flock(m_descriptor, LOCK_EX) != 0 && errno == EINTR) {
-    }
-}
-
-FileGuard::~FileGuard() {
-    if (m_descriptor >= 0) close(m_descriptor);
-}
+FileGuard::FileGuard(const Machine& machine) : m_lock(machine.FilesLock()) { m_lock.Take(); }
+FileGuard::~FileGuard() { m_lock.Release(); }
 
 std::u16string AbsoluteName(const char* name) {
     return paths::Absolute(paths::FromAnsi(name == nullptr ? "" : name), CurrentDirectory());

@@ -24,6 +24,7 @@ struct Place {
     char drive = 0;
     bool isRemote = false;          // named by \\host\share
     bool isReadOnlyMedium = false;  // nothing can be changed on the drive
+    bool isMounted = false;         // the drive is a folder of the host elsewhere
     std::filesystem::path root;     // of the drive, on the host
     // On the host, existing or where it would be made, also below missing directories; empty when a name cannot exist
     // there or a link leads off the drive.
@@ -51,7 +52,7 @@ class FileGuard {
     FileGuard& operator=(const FileGuard&) = delete;
 
   private:
-    int m_descriptor;
+    KeptLock& m_lock;
 };
 
 // A name in the code page (null counts as empty), relative to the current directory.

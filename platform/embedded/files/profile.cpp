@@ -26,33 +26,25 @@ std::string PathOf(const char* file) {
     return hasPath ? name : embedded::drives::WindowsDirectory() + '\\' + name;
 }
 
-// Opens and holds the file, alone for a change, and reads it whole.
-std::shared_ptr<files::DiskFile> Load(const char* name, DWORD access, DWORD disposition, std::string* bytes,
-                                      DWORD* error) {
+// Opens the file for a change, holds it alone and reads it whole.
+std::shared_ptr<files::DiskFile> Load(const char* name, DWORD disposition, std::string* bytes, DWORD* error) {
     bool existed = false;
-    constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
-    auto file = files::DiskFile::Open(PathOf(name).c_str(), {access, kShare, disposition, FILE_ATTRIBUTE_NORMAL},
+    constexpr DWORD kAccess = GENERIC_READ | GENERIC_WRITE, kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    auto file = files::DiskFile::Open(PathOf(name).c_str(), {kAccess, kShare, disposition, FILE_ATTRIBUTE_NORMAL},
                                       &existed, error);
     if (!file) return nullptr;
-    file->HoldWhole((access & GENERIC_WRITE) != 0);
-    char block[1 << 14];
-    DWORD count = 0;
-    do {
-        *error = file->Read(block, sizeof block, std::nullopt, &count);
-        bytes->append(block, count);
-    } while (*error == 0 && count != 0);
+    file->HoldWhole(true);
+    *error = file->ReadAll(bytes);
     return *error == 0 ? file : nullptr;
 }
 
 // Nothing with the last error set when the file cannot be read.
 std::optional<Text> Read(const char* name) {
-    std::string bytes;
     DWORD error = 0;
-    if (!Load(name, GENERIC_READ, OPEN_EXISTING, &bytes, &error)) {
-        SetLastError(error);
-        return std::nullopt;
-    }
-    return Text(std::move(bytes));
+    std::optional<std::string> bytes = files::DiskFile::ReadWhole(PathOf(name).c_str(), &error);
+    if (bytes) return Text(std::move(*bytes));
+    SetLastError(error);
+    return std::nullopt;
 }
 
 // From the first byte that differs, in one write: other processes see the old file or the new one.
@@ -69,7 +61,7 @@ template <class Edit>
 BOOL Change(const char* name, bool creates, Edit edit) {
     std::string bytes;
     DWORD error = 0;
-    const auto file = Load(name, GENERIC_READ | GENERIC_WRITE, creates ? OPEN_ALWAYS : OPEN_EXISTING, &bytes, &error);
+    const auto file = Load(name, creates ? OPEN_ALWAYS : OPEN_EXISTING, &bytes, &error);
     if (file) {
         Text text(bytes);
         if (edit(text)) error = Store(*file, bytes, text.Bytes());

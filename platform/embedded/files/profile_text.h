@@ -25,7 +25,7 @@ class Text {
     std::optional<std::vector<std::string>> Keys(std::string_view section) const;
     // "key=value", and lines without '=' as they are; comments left out, quotes kept.
     std::optional<std::vector<std::string>> Entries(std::string_view section) const;
-    // The value with its quotes.
+    // The value with its quotes. Looks at no more of the text than it has to.
     std::optional<std::string> Value(std::string_view section, std::string_view key) const;
 
     // Each answers whether it changed anything.
@@ -44,11 +44,19 @@ class Text {
         std::size_t first, last;  // lines of its body: [first, last)
     };
 
-    void Split();
+    const std::vector<Line>& Lines() const;  // taken apart when first asked for
+    Line LineAt(std::size_t begin) const;
+    // The line of the first section header of this name from the start on.
+    std::optional<Line> HeaderNamed(std::string_view name) const;
+    // False when the bytes from an offset on, without blanks, rule out that a trimmed name stands there. Only an answer
+    // of true costs a conversion.
+    bool MayBear(std::size_t offset, std::string_view name) const;
     std::u16string Decoded(const Line& line) const;  // trimmed
     std::string Encoded(std::string_view text) const;
     std::optional<std::u16string> HeaderOf(const Line& line) const;
     std::optional<Section> FindSection(std::string_view name) const;
+    bool BearsKey(const Line& line, std::string_view key) const;
+    std::optional<std::string> ValueOf(const Line& line) const;
     std::optional<std::size_t> FindKey(const Section& section, std::string_view key) const;
     std::size_t ValueOffset(const Line& line) const;
     void Replace(std::size_t begin, std::size_t end, const std::string& bytes);
@@ -58,7 +66,8 @@ class Text {
 
     std::string m_bytes;
     bool m_isWide;
-    std::vector<Line> m_lines;
+    mutable std::vector<Line> m_lines;
+    mutable bool m_isSplit = false;
 };
 
 // Without the one pair of quotes, of either kind, that may surround a value.

@@ -15,6 +15,7 @@ namespace {
 
 constexpr DWORD kSettable = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
                             FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_TEMPORARY;
+constexpr char kFilesKey[] = "META\\Files";
 constexpr DWORD kQword = 11;                               // REG_QWORD
 constexpr std::uint64_t kUnixEpoch = 116444736000000000u;  // 1970 in steps of 100 ns since 1601
 
@@ -41,11 +42,14 @@ void EraseValue(const Place& place, const char* name) {
     if (store.Erase(place.Key(), name)) Prune(store, place.Key());
 }
 
-Bytes FromAncestor(const Place& place) {
-    if (place.IsRoot()) return {};
-    const Place parent = ParentOf(place);
-    Bytes descriptor = EffectiveDescriptor(parent);
-    return descriptor.empty() ? descriptor : access::Inherit(descriptor, TypeOf(place));
+// What the directory of a key has, by itself or through those above it; empty when none of them has any.
+Bytes FromDirectories(Store& store, const std::string& key) {
+    const std::size_t last = key.rfind('\\');
+    if (last == std::strlen(kFilesKey)) return {};  // the drive's root stood here
+    const std::string directory = key.substr(0, last);
+    if (Bytes own = store.Security(directory); !own.empty()) return own;
+    const Bytes above = FromDirectories(store, directory);
+    return above.empty() ? above : access::Inherit(above, access::ObjectType::Directory);
 }
 
 void CopyRecord(Store& from, const std::string& source, Store& to, const std::string& target) {
@@ -111,8 +115,13 @@ access::ObjectType TypeOf(const Place& place) {
 }
 
 Bytes EffectiveDescriptor(const Place& place) {
-    Bytes own = place.machine->Storage().Security(place.Key());
-    return own.empty() ? FromAncestor(place) : own;
+    Store& store = place.machine->Storage();
+    // On most drives nothing has a descriptor of its own.
+    if (!store.KeyExists(std::string(kFilesKey) + '\\' + place.drive)) return {};
+    const std::string key = place.Key();
+    if (Bytes own = store.Security(key); !own.empty()) return own;
+    const Bytes above = FromDirectories(store, key);
+    return above.empty() ? above : access::Inherit(above, TypeOf(place));
 }
 
 DWORD CheckRights(const Place& place, DWORD desired) {

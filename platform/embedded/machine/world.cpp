@@ -80,7 +80,10 @@ DWORD CheckMachine() { return world::Local()->Storage().Problem().empty() ? 0 : 
 }  // namespace
 
 Machine::Machine(std::string name, fs::path folder)
-    : m_name(std::move(name)), m_folder(std::move(folder)), m_store(Store::Open(m_folder / "registry")) {}
+    : m_name(std::move(name)),
+      m_folder(std::move(folder)),
+      m_store(Store::Open(m_folder / "registry")),
+      m_filesLock(std::make_shared<KeptLock>(m_folder / "files.lock")) {}
 
 Machine::Machine(std::string name, fs::path folder, std::shared_ptr<Store> store)
     : m_name(std::move(name)), m_folder(std::move(folder)), m_store(std::move(store)) {}

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/embedded/core/kept_lock.h"
 #include "platform/embedded/store/store.h"
 
 namespace embedded {
@@ -22,6 +23,8 @@ class Machine {
     const std::string& Name() const { return m_name; }  // the computer name, upper case
     const std::filesystem::path& Folder() const { return m_folder; }
     Store& Storage() const { return *m_store; }
+    // Held while files are opened, renamed and deleted (files/place.h).
+    KeptLock& FilesLock() const { return *m_filesLock; }
     // The host folder behind a drive letter (drives/C, or what was mounted); empty when the machine has no such drive.
     std::filesystem::path Drive(char letter) const;
 
@@ -29,6 +32,7 @@ class Machine {
     std::string m_name;
     std::filesystem::path m_folder;
     std::shared_ptr<Store> m_store;
+    std::shared_ptr<KeptLock> m_filesLock;
 };
 
 namespace world {
