@@ -30,14 +30,6 @@ DWORD CheckName(LPCSTR name) {
     return IsServiceName(name) ? 0 : ERROR_INVALID_NAME;
 }
 
-// The name as the registry has it, in whatever case the caller wrote it.
-std::string StoredName(Machine& machine, std::string_view name) {
-    for (std::string& stored : machine.Storage().Subkeys(kServicesKey)) {
-        if (text::EqualNoCase(stored, name)) return std::move(stored);
-    }
-    return std::string(name);
-}
-
 SC_HANDLE NewServiceHandle(const std::shared_ptr<Machine>& machine, std::string_view name, DWORD desired) {
     DWORD granted = 0;
     const DWORD error = access::Check(access::ObjectType::Service, {}, desired, &granted);

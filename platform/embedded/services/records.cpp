@@ -1,14 +1,17 @@
 #include "platform/embedded/services/records.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "platform/embedded/api/services.h"
 #include "platform/embedded/core/text.h"
+#include "platform/embedded/store/tree.h"
 
 namespace embedded::services {
 namespace {
 
-constexpr DWORD kExpandText = 2;  // REG_EXPAND_SZ
+constexpr DWORD kText = 1, kExpandText = 2, kNumber = 4;  // REG_SZ, REG_EXPAND_SZ, REG_DWORD
+constexpr char kType[] = "Type";
 constexpr std::size_t kLongestName = 256;
 
 bool WriteTextOf(Store& store, const std::string& key, const char* name, const std::string& text, DWORD type) {
@@ -25,6 +28,35 @@ bool WriteListOf(Store& store, const std::string& key, const char* name, const s
     if (!texts.empty()) return store.WriteList(key, name, texts);
     store.Erase(key, name);
     return true;
+}
+
+// Walks through the keys below the services' one, in their order and in one look at the store, until `visit` says so.
+template <class Visit>
+void ForEachKey(Machine& machine, Visit visit) {
+    const StoreTree::Reading reading(machine.Storage().Tree());
+    const StoreKey* const services = reading->Find(kRootKey, kServicesKey);
+    if (services == nullptr || !services->subkeys) return;
+    for (const auto& [name, key] : *services->subkeys) {
+        if (visit(*key)) return;
+    }
+}
+
+DWORD TypeOf(const StoreKey& key) {
+    const StoredValue* const value = key.Value(kType);
+    DWORD type = 0;
+    if (value != nullptr && value->type == kNumber && value->data.size() == sizeof type) {
+        std::memcpy(&type, value->data.data(), sizeof type);
+    }
+    return type;
+}
+
+// Whether a value is text, with or without its terminator, and reads so without regard to case.
+bool BearsText(const StoreKey& key, std::string_view name, std::string_view text) {
+    const StoredValue* const value = key.Value(name);
+    if (value == nullptr || value->data.size() < text.size()) return text.empty();
+    if (value->type != kText && value->type != kExpandText) return text.empty();
+    const std::string_view stored(reinterpret_cast<const char*>(value->data.data()), value->data.size());
+    return text::EqualNoCase(stored.substr(0, stored.find('\0')), text);
 }
 
 // Windows keeps dependencies on services and on load order groups in two values.
@@ -49,7 +81,7 @@ std::optional<Config> Load(Machine& machine, std::string_view name) {
     Store& store = machine.Storage();
     const std::string key = KeyOf(name);
     Config config;
-    config.type = store.ReadNumber(key, "Type");
+    config.type = store.ReadNumber(key, kType);
     if (config.type == 0) return std::nullopt;
     config.startType = store.ReadNumber(key, "Start", SERVICE_DEMAND_START);
     config.errorControl = store.ReadNumber(key, "ErrorControl");
@@ -69,30 +101,40 @@ bool Save(Machine& machine, std::string_view name, const Config& config) {
     const Store::Lock lock(store);
     const std::string key = KeyOf(name);
     if (config.tag != 0) store.WriteNumber(key, "Tag", config.tag);
-    return store.WriteNumber(key, "Type", config.type) && store.WriteNumber(key, "Start", config.startType) &&
+    return store.WriteNumber(key, kType, config.type) && store.WriteNumber(key, "Start", config.startType) &&
            store.WriteNumber(key, "ErrorControl", config.errorControl) &&
            WriteTextOf(store, key, "ImagePath", config.path, kExpandText) &&
-           WriteTextOf(store, key, "DisplayName", config.displayName, 1 /* REG_SZ */) &&
-           WriteTextOf(store, key, "Group", config.group, 1) && WriteDependencies(store, key, config.dependencies) &&
-           WriteTextOf(store, key, "ObjectName", config.account, 1);
+           WriteTextOf(store, key, "DisplayName", config.displayName, kText) &&
+           WriteTextOf(store, key, "Group", config.group, kText) &&
+           WriteDependencies(store, key, config.dependencies) &&
+           WriteTextOf(store, key, "ObjectName", config.account, kText);
 }
 
-std::vector<std::string> Names(Machine& machine) {
-    std::vector<std::string> names = machine.Storage().Subkeys(kServicesKey);
-    std::erase_if(names,
-                  [&](const std::string& name) { return machine.Storage().ReadNumber(KeyOf(name), "Type") == 0; });
+std::string StoredName(Machine& machine, std::string_view name) {
+    const StoreTree::Reading reading(machine.Storage().Tree());
+    const StoreKey* const key = reading->Find(kRootKey, KeyOf(name));
+    return key == nullptr ? std::string(name) : key->name;
+}
+
+std::vector<std::string> NamesWith(Machine& machine, std::string_view value) {
+    std::vector<std::string> names;
+    ForEachKey(machine, [&](const StoreKey& key) {
+        if (key.Value(value) != nullptr && TypeOf(key) != 0) names.push_back(key.name);
+        return false;
+    });
     return names;
 }
 
+std::vector<std::string> Names(Machine& machine) { return NamesWith(machine, kType); }
+
 std::string NameByDisplayName(Machine& machine, std::string_view displayName) {
-    Store& store = machine.Storage();
-    for (const std::string& name : store.Subkeys(kServicesKey)) {
-        if (text::EqualNoCase(name, displayName) ||
-            text::EqualNoCase(store.ReadText(KeyOf(name), "DisplayName"), displayName)) {
-            return name;
-        }
-    }
-    return {};
+    std::string found;
+    ForEachKey(machine, [&](const StoreKey& key) {
+        const bool isNamed = text::EqualNoCase(key.name, displayName) || BearsText(key, "DisplayName", displayName);
+        if (isNamed) found = key.name;
+        return isNamed;
+    });
+    return found;
 }
 
 bool IsServiceName(std::string_view name) {

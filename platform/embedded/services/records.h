@@ -33,6 +33,10 @@ std::string KeyOf(std::string_view name);
 std::optional<Config> Load(Machine& machine, std::string_view name);
 // Whether each item is written as CreateServiceA does: empty texts and lists leave no value.
 bool Save(Machine& machine, std::string_view name, const Config& config);
+// The name as the registry has it, in whatever case the caller wrote it; as it was written when there is none.
+std::string StoredName(Machine& machine, std::string_view name);
+// The names of the services, sorted, that have a value of this name.
+std::vector<std::string> NamesWith(Machine& machine, std::string_view value);
 // The names of all services, sorted.
 std::vector<std::string> Names(Machine& machine);
 // The name of the service that bears a display name or service name, without regard to case; empty when there is none.

@@ -21,6 +21,7 @@ constexpr DWORD kProcessTypes[] = {SERVICE_WIN32_OWN_PROCESS, SERVICE_WIN32_SHAR
 constexpr const char* kSystemAccounts[] = {"LocalSystem", ".\\LocalSystem", "NT AUTHORITY\\LocalService",
                                            "NT AUTHORITY\\NetworkService"};
 constexpr char kLogonHash[] = "LogonHash";
+constexpr char kDependencies[] = "DependOnService";
 
 template <std::size_t Count>
 bool IsOneOf(DWORD value, const DWORD (&values)[Count]) {
@@ -116,20 +117,21 @@ DWORD AssignTag(Machine& machine, Config& config, DWORD* tag) {
     return 0;
 }
 
-bool Needs(Machine& machine, const std::string& service, std::string_view name) {
-    const auto needed = machine.Storage().ReadList(KeyOf(service), "DependOnService");
-    return std::any_of(needed.begin(), needed.end(),
-                       [&](const std::string& entry) { return text::EqualNoCase(entry, name); });
-}
+// A service and the services that it needs.
+struct Needing {
+    std::string name;
+    std::vector<std::string> needed;
+};
 
-void AddDependents(Machine& machine, std::string_view name, const std::vector<std::string>& all,
-                   std::vector<std::string>& visited, std::vector<std::string>& result) {
-    for (const std::string& service : all) {
-        if (!Needs(machine, service, name)) continue;
-        if (std::find(visited.begin(), visited.end(), service) != visited.end()) continue;
-        visited.push_back(service);
-        AddDependents(machine, service, all, visited, result);
-        result.push_back(service);
+void AddDependents(std::string_view name, const std::vector<Needing>& all, std::vector<std::string>& visited,
+                   std::vector<std::string>& result) {
+    for (const Needing& service : all) {
+        const bool needs = std::any_of(service.needed.begin(), service.needed.end(),
+                                       [&](const std::string& entry) { return text::EqualNoCase(entry, name); });
+        if (!needs || std::find(visited.begin(), visited.end(), service.name) != visited.end()) continue;
+        visited.push_back(service.name);
+        AddDependents(service.name, all, visited, result);
+        result.push_back(service.name);
     }
 }
 
@@ -189,7 +191,11 @@ DWORD CheckLogon(Machine& machine, std::string_view name, const Config& config) 
 std::vector<std::string> Dependents(Machine& machine, std::string_view name) {
     std::vector<std::string> visited = {std::string(name)};
     std::vector<std::string> result;
-    AddDependents(machine, name, Names(machine), visited, result);
+    std::vector<Needing> all;
+    for (const std::string& service : NamesWith(machine, kDependencies)) {
+        all.push_back({service, machine.Storage().ReadList(KeyOf(service), kDependencies)});
+    }
+    AddDependents(name, all, visited, result);
     return result;
 }
 
