@@ -91,11 +91,13 @@ MachineState ReadFile(const fs::path& place) {
     std::ifstream file(place, std::ios::binary);
     if (!file) throw std::runtime_error(place.string() + " cannot be read");
     const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    std::vector<reg_text::Step> steps;
     std::string problem;
-    if (!reg_text::Parse(bytes, &steps, &problem)) throw std::runtime_error(place.string() + ", " + problem);
     MachineState state;
-    for (const reg_text::Step& step : steps) AddStep(step, state);
+    const auto take = [&](const reg_text::Step& step) {
+        AddStep(step, state);
+        return static_cast<const char*>(nullptr);
+    };
+    if (!reg_text::Parse(bytes, take, &problem)) throw std::runtime_error(place.string() + ", " + problem);
     return state;
 }
 
@@ -105,7 +107,11 @@ StoredValue TextValue(const std::string& name, const std::string& text) {
     return value;
 }
 
-std::string Line(const StoredValue& value) { return reg_text::FormatValue(value, false, false); }
+std::string Line(const StoredValue& value) {
+    std::string line;
+    reg_text::AppendValue(value, false, false, &line);
+    return line;
+}
 
 std::string SecurityText(const Bytes& descriptor) {
     if (descriptor.empty()) return "inherited";

@@ -39,25 +39,32 @@ std::string StorePath(Machine& machine, std::string_view key) {
 }
 
 // What a file asks for, as one change, so that another process sees all of it or nothing.
-bool Plan(Machine& machine, const std::vector<reg_text::Step>& steps, StoreChange* change, std::string* problem) {
-    using Kind = reg_text::Step::Kind;
-    for (const reg_text::Step& step : steps) {
-        const std::string path = StorePath(machine, step.key);
-        const bool isRoot = step.key.find('\\') == step.key.npos;
-        if (path.empty() || (isRoot && step.kind == Kind::DeleteKey)) {
-            *problem = "line " + std::to_string(step.line) + ": " +
-                       (path.empty() ? "no such root key" : "a root key cannot be deleted");
-            return false;
+class Planner {
+  public:
+    explicit Planner(Machine& machine) : m_machine(machine) {}
+    const char* Take(const reg_text::Step& step) {
+        using Kind = reg_text::Step::Kind;
+        if (step.kind == Kind::MakeKey || step.kind == Kind::DeleteKey) {
+            m_path = StorePath(m_machine, step.key);
+            if (m_path.empty()) return "no such root key";
+            const bool isRoot = step.key.find('\\') == step.key.npos;
+            if (isRoot && step.kind == Kind::DeleteKey) return "a root key cannot be deleted";
         }
-        if (step.kind == Kind::MakeKey) change->Create(kRootKey, path);
-        if (step.kind == Kind::DeleteKey) change->DeleteTree(kRootKey, path);
-        if (step.kind == Kind::EraseValue) change->EraseValue(kRootKey, path, step.value.name);
+        if (step.kind == Kind::MakeKey) m_change.Create(kRootKey, m_path);
+        if (step.kind == Kind::DeleteKey) m_change.DeleteTree(kRootKey, m_path);
+        if (step.kind == Kind::EraseValue) m_change.EraseValue(kRootKey, m_path, step.value.name);
         if (step.kind == Kind::SetValue) {
-            change->SetValue(kRootKey, path, step.value.name, step.value.type, step.value.data);
+            m_change.SetValue(kRootKey, m_path, step.value.name, step.value.type, step.value.data);
         }
+        return nullptr;
     }
-    return true;
-}
+    const StoreChange& Change() const { return m_change; }
+
+  private:
+    Machine& m_machine;
+    std::string m_path;  // of the key that values stand below
+    StoreChange m_change;
+};
 
 Machine MachineIn(const fs::path& folder) {
     std::error_code error;
@@ -65,32 +72,51 @@ Machine MachineIn(const fs::path& folder) {
     return {text::Upper(fs::weakly_canonical(folder).filename().string()), fs::weakly_canonical(folder)};
 }
 
-// Exports a key under the name that it was asked for.
+// Exports a key under the name that it was asked for, line by line in the bytes of the file.
 class Exporter {
   public:
-    explicit Exporter(bool version5) : m_version5(version5) {}
-    void Add(const StoreKey& key, const std::string& name) {
-        m_text += "\r\n[" + name + "]\r\n";
+    Exporter(bool version5, std::string* bytes) : m_version5(version5), m_bytes(*bytes) {
+        m_bytes = version5 ? "\xFF\xFE" : "";
+        Put(version5 ? "Windows Registry Editor Version 5.00\r\n" : "REGEDIT4\r\n");
+    }
+    // `name` comes back as it was.
+    void Add(const StoreKey& key, std::string* name) {
+        m_line.assign("\r\n[").append(*name).append("]\r\n");
+        Put(m_line);
         for (std::size_t i = 0; i < key.ValueCount(); ++i) {
-            m_text += reg_text::FormatValue(*key.ValueAt(i), m_version5, true) + "\r\n";
+            m_line.clear();
+            reg_text::AppendValue(*key.ValueAt(i), m_version5, true, &m_line);
+            m_line += "\r\n";
+            Put(m_line);
         }
-        for (std::size_t i = 0; i < key.SubkeyCount(); ++i) {
-            Add(*key.SubkeyAt(i), name + '\\' + key.SubkeyAt(i)->name);
+        if (!key.subkeys) return;
+        const std::size_t length = name->size();
+        for (const auto& [ignored, subkey] : *key.subkeys) {
+            name->append("\\").append(subkey->name);
+            Add(*subkey, name);
+            name->resize(length);
         }
     }
-    std::string Result() const {
-        if (!m_version5) return "REGEDIT4\r\n" + m_text + "\r\n";
-        std::string bytes = "\xFF\xFE";
-        for (const char16_t unit : text::Widen("Windows Registry Editor Version 5.00\r\n" + m_text + "\r\n")) {
-            bytes += char(unit & 0xFF);
-            bytes += char(unit >> 8);
-        }
-        return bytes;
-    }
+    void Finish() { Put("\r\n"); }
 
   private:
+    void Put(std::string_view line) {
+        if (!m_version5) {
+            m_bytes += line;
+            return;
+        }
+        const std::u16string wide = text::Widen(line);
+        const std::size_t start = m_bytes.size();
+        m_bytes.resize(start + 2 * wide.size());
+        for (std::size_t i = 0; i < wide.size(); ++i) {
+            m_bytes[start + 2 * i] = char(wide[i] & 0xFF);
+            m_bytes[start + 2 * i + 1] = char(wide[i] >> 8);
+        }
+    }
+
     bool m_version5;
-    std::string m_text;
+    std::string& m_bytes;
+    std::string m_line;
 };
 
 }  // namespace
@@ -98,10 +124,11 @@ class Exporter {
 bool ImportRegistry(const fs::path& folder, const std::string& bytes, std::string* problem) {
     return Attempt(problem, [&](std::string* reason) {
         Machine machine = MachineIn(folder);
-        std::vector<reg_text::Step> steps;
-        StoreChange change;
-        if (!reg_text::Parse(bytes, &steps, reason) || !Plan(machine, steps, &change, reason)) return false;
-        if (StoreTree::Writing(machine.Storage().Tree()).Commit(change)) return true;
+        Planner planner(machine);
+        if (!reg_text::Parse(
+                bytes, [&](const reg_text::Step& step) { return planner.Take(step); }, reason))
+            return false;
+        if (StoreTree::Writing(machine.Storage().Tree()).Commit(planner.Change())) return true;
         *reason = "the registry cannot be written";
         return false;
     });
@@ -118,9 +145,10 @@ bool ExportRegistry(const fs::path& folder, const std::string& key, RegistryText
             *reason = key + " does not exist";
             return false;
         }
-        Exporter exporter(version == RegistryTextVersion::Version5);
-        exporter.Add(*found, key);
-        *bytes = exporter.Result();
+        Exporter exporter(version == RegistryTextVersion::Version5, bytes);
+        std::string name = key;
+        exporter.Add(*found, &name);
+        exporter.Finish();
         return true;
     });
 }

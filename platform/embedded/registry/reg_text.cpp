@@ -1,9 +1,8 @@
 #include "platform/embedded/registry/reg_text.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <bit>
 #include <cstring>
-#include <optional>
 
 #include "platform/embedded/api/registry.h"
 #include "platform/embedded/core/text.h"
@@ -39,11 +38,18 @@ std::u16string Units(std::string_view bytes, bool bigEndian) {
     return units;
 }
 
-// The file in the machine's code page. A zero unit would end the text early for Windows' own tool, too.
-std::string Decode(std::string_view bytes) {
-    if (bytes.starts_with("\xFF\xFE")) return text::Narrow(Units(bytes.substr(2), false));
-    if (bytes.starts_with("\xFE\xFF")) return text::Narrow(Units(bytes.substr(2), true));
-    return std::string(bytes);
+// The file in the machine's code page, in `text` when it is not there already. A zero unit would end the text early for
+// Windows' own tool, too.
+std::string_view Decode(std::string_view bytes, std::string* text) {
+    const bool isLittle = bytes.starts_with("\xFF\xFE"), isBig = bytes.starts_with("\xFE\xFF");
+    if (!isLittle && !isBig) return bytes;
+    return *text = text::Narrow(Units(bytes.substr(2), isBig));
+}
+
+int HexDigit(char character) {
+    if (character >= '0' && character <= '9') return character - '0';
+    const char upper = text::Upper(character);
+    return upper >= 'A' && upper <= 'F' ? upper - 'A' + 10 : -1;
 }
 
 // Walks through the text; lines end with CR, LF or both.
@@ -85,6 +91,21 @@ class Reader {
         m_rest.remove_prefix(word.size());
         return true;
     }
+    // Characters that mean nothing in a quoted text.
+    std::string_view TakePlain() {
+        const std::string_view plain = m_rest.substr(0, m_rest.find_first_of(std::string_view("\"\\\r\n\0", 5)));
+        m_rest.remove_prefix(plain.size());
+        return plain;
+    }
+    // The usual form of a byte in data: two digits and a comma.
+    bool TakePair(BYTE* byte) {
+        if (m_rest.size() < 3 || m_rest[2] != ',') return false;
+        const int high = HexDigit(m_rest[0]), low = HexDigit(m_rest[1]);
+        if (high < 0 || low < 0) return false;
+        *byte = BYTE(high << 4 | low);
+        m_rest.remove_prefix(3);
+        return true;
+    }
     // Nothing but blanks and a comment may follow.
     void ExpectLineEnd() {
         SkipBlanks();
@@ -102,7 +123,9 @@ class Reader {
 std::string TakeQuoted(Reader& reader) {
     reader.Take();
     std::string text;
-    while (!reader.AtEnd()) {
+    for (;;) {
+        text += reader.TakePlain();
+        if (reader.AtEnd()) break;
         char character = reader.Take();
         if (character == '"') return text;
         if (character == '\\') {
@@ -114,12 +137,6 @@ std::string TakeQuoted(Reader& reader) {
         text += character;
     }
     throw Problem{"no closing quotation mark"};
-}
-
-int HexDigit(char character) {
-    if (character >= '0' && character <= '9') return character - '0';
-    const char upper = text::Upper(character);
-    return upper >= 'A' && upper <= 'F' ? upper - 'A' + 10 : -1;
 }
 
 // One to `most` hexadecimal digits.
@@ -149,7 +166,10 @@ void SkipBlanksAndContinuation(Reader& reader) {
 Bytes TakeBytes(Reader& reader) {
     Bytes data;
     SkipBlanksAndContinuation(reader);
-    while (!reader.AtLineEnd() && reader.Peek() != ';') {
+    for (;;) {
+        for (BYTE byte = 0; reader.TakePair(&byte);) data.push_back(byte);
+        SkipBlanksAndContinuation(reader);
+        if (reader.AtLineEnd() || reader.Peek() == ';') break;
         data.push_back(BYTE(TakeHex(reader, 2, "a byte that is not two hexadecimal digits")));
         SkipBlanksAndContinuation(reader);
         if (reader.AtLineEnd() || reader.Peek() == ';') break;
@@ -216,23 +236,20 @@ bool TakeValue(Reader& reader, bool version5, StoredValue* value) {
     return sets;
 }
 
-Step KeyStep(std::string_view line) {
+Step::Kind TakeKey(std::string_view line, std::string* name) {
     const std::size_t end = line.rfind(']');
     if (end == line.npos) throw Problem{"no closing bracket after a key"};
-    Step step;
     std::string_view key = line.substr(1, end - 1);
-    if (key.starts_with('-')) {
-        step.kind = Step::Kind::DeleteKey;
-        key.remove_prefix(1);
-    }
+    const bool isDeleted = key.starts_with('-');
+    if (isDeleted) key.remove_prefix(1);
     if (key.empty() || key.find('\0') != key.npos) throw Problem{"a key without a name"};
-    step.key = key;
     for (std::size_t from = 0; from < key.size();) {
         const std::size_t to = std::min(key.find('\\', from), key.size());
         if (to - from > 255) throw Problem{"the name of a key is too long"};
         from = to + 1;
     }
-    return step;
+    *name = key;
+    return isDeleted ? Step::Kind::DeleteKey : Step::Kind::MakeKey;
 }
 
 bool TakeHeader(Reader& reader) {
@@ -246,8 +263,13 @@ bool TakeHeader(Reader& reader) {
     throw Problem{"the file begins with neither \"REGEDIT4\" nor \"Windows Registry Editor Version 5.00\""};
 }
 
-void ParseLines(Reader& reader, bool version5, std::size_t* line, std::vector<Step>* steps) {
-    std::optional<Step> current;
+void Hand(const Step& step, const Sink& sink) {
+    if (const char* const reason = sink(step)) throw Problem{reason};
+}
+
+void ParseLines(Reader& reader, bool version5, std::size_t* line, const Sink& sink) {
+    Step step;
+    bool isBelowKey = false, isDeleted = false;
     while (!reader.AtEnd()) {
         *line = reader.Line();
         reader.SkipBlanks();
@@ -255,95 +277,109 @@ void ParseLines(Reader& reader, bool version5, std::size_t* line, std::vector<St
             reader.TakeLine();
             continue;
         }
+        step.line = *line;
         if (reader.Peek() == '[') {
-            current = KeyStep(reader.TakeLine());
-            current->line = *line;
-            steps->push_back(*current);
+            step.kind = TakeKey(reader.TakeLine(), &step.key);
+            isBelowKey = true;
+            isDeleted = step.kind == Step::Kind::DeleteKey;
+            Hand(step, sink);
             continue;
         }
-        Step step;
-        step.line = *line;
+        step.value.name.clear();
         step.kind = TakeValue(reader, version5, &step.value) ? Step::Kind::SetValue : Step::Kind::EraseValue;
-        if (!current) throw Problem{"a value before the first key"};
-        step.key = current->key;
+        if (!isBelowKey) throw Problem{"a value before the first key"};
         // Below a key that is deleted, values are read and left at that.
-        if (current->kind == Step::Kind::MakeKey) steps->push_back(std::move(step));
+        if (!isDeleted) Hand(step, sink);
     }
 }
 
-std::string Quote(std::string_view text) {
-    std::string quoted = "\"";
+void AppendQuoted(std::string_view text, std::string* out) {
+    *out += '"';
     for (const char character : text) {
-        if (character == '\\' || character == '"') quoted += '\\';
-        quoted += character;
+        if (character == '\\' || character == '"') *out += '\\';
+        *out += character;
     }
-    return quoted + '"';
+    *out += '"';
 }
+
+std::string_view AsText(const Bytes& data) { return {reinterpret_cast<const char*>(data.data()), data.size()}; }
 
 // A text of which the quoted form gives back every byte.
 bool IsPlainText(const StoredValue& value) {
     if (value.type != REG_SZ || value.data.empty() || value.data.back() != 0) return false;
-    const std::string text(value.data.begin(), value.data.end() - 1);
+    const std::string_view text = AsText(value.data).substr(0, value.data.size() - 1);
     if (std::any_of(text.begin(), text.end(), [](char each) { return BYTE(each) < 0x20; })) return false;
     return text::Narrow(text::Widen(text)) == text;
 }
 
 Bytes WideBytes(const Bytes& data) {
-    const std::u16string wide = text::Widen(std::string(data.begin(), data.end()));
     Bytes bytes;
-    for (const char16_t unit : wide) {
+    for (const char16_t unit : text::Widen(AsText(data))) {
         bytes.push_back(BYTE(unit));
         bytes.push_back(BYTE(unit >> 8));
     }
     return bytes;
 }
 
-std::string FormatBytes(std::string start, const Bytes& data, bool wrapped) {
-    std::string lines;
+void AppendHex(std::uint32_t number, unsigned digits, std::string* out) {
+    while (digits-- > 0) *out += "0123456789abcdef"[number >> 4 * digits & 15];
+}
+
+// `line` is where the line that the bytes go on began.
+void AppendBytes(const Bytes& data, bool wrapped, std::size_t line, std::string* out) {
     for (std::size_t i = 0; i < data.size(); ++i) {
-        char byte[4];
-        std::snprintf(byte, sizeof byte, i + 1 < data.size() ? "%02x," : "%02x", data[i]);
-        start += byte;
-        if (wrapped && i + 1 < data.size() && start.size() + 4 > kLineWidth) {
-            lines += start + "\\\r\n";
-            start = "  ";
+        AppendHex(data[i], 2, out);
+        if (i + 1 == data.size()) return;
+        *out += ',';
+        if (wrapped && out->size() - line + 4 > kLineWidth) {
+            *out += "\\\r\n";
+            line = out->size();
+            *out += "  ";
         }
     }
-    return lines + start;
 }
 
 }  // namespace
 
-bool Parse(const std::string& bytes, std::vector<Step>* steps, std::string* problem) {
-    const std::string text = Decode(bytes);
-    Reader reader(text);
+bool Parse(std::string_view bytes, const Sink& sink, std::string* problem) {
+    std::string decoded;
+    Reader reader(Decode(bytes, &decoded));
     std::size_t line = 1;
-    steps->clear();
     try {
         const bool version5 = TakeHeader(reader);
-        ParseLines(reader, version5, &line, steps);
+        ParseLines(reader, version5, &line, sink);
         return true;
     } catch (const Problem& found) {
         *problem = "line " + std::to_string(line) + ": " + found.reason;
-        steps->clear();
         return false;
     }
 }
 
-std::string FormatValue(const StoredValue& value, bool version5, bool wrapped) {
-    std::string start = value.name.empty() ? "@=" : Quote(value.name) + "=";
-    if (IsPlainText(value))
-        return start + Quote({reinterpret_cast<const char*>(value.data.data()), value.data.size() - 1});
-    if (value.type == REG_DWORD && value.data.size() == 4) {
-        DWORD number = 0;
+void AppendValue(const StoredValue& value, bool version5, bool wrapped, std::string* text) {
+    const std::size_t line = text->size();
+    if (value.name.empty())
+        *text += '@';
+    else
+        AppendQuoted(value.name, text);
+    *text += '=';
+    if (IsPlainText(value)) {
+        AppendQuoted(AsText(value.data).substr(0, value.data.size() - 1), text);
+    } else if (DWORD number = 0; value.type == REG_DWORD && value.data.size() == sizeof number) {
         std::memcpy(&number, value.data.data(), sizeof number);
-        char text[16];
-        std::snprintf(text, sizeof text, "dword:%08x", number);
-        return start + text;
+        *text += "dword:";
+        AppendHex(number, 8, text);
+    } else {
+        *text += "hex";
+        if (value.type != REG_BINARY) {
+            const unsigned digits = (unsigned(std::bit_width(value.type | 1)) + 3) / 4;
+            *text += '(';
+            AppendHex(value.type, digits, text);
+            *text += ')';
+        }
+        *text += ':';
+        const bool isWide = version5 && IsTextType(value.type);
+        AppendBytes(isWide ? WideBytes(value.data) : value.data, wrapped, line, text);
     }
-    char type[24] = "hex:";
-    if (value.type != REG_BINARY) std::snprintf(type, sizeof type, "hex(%x):", value.type);
-    return FormatBytes(start + type, version5 && IsTextType(value.type) ? WideBytes(value.data) : value.data, wrapped);
 }
 
 bool ParseValueLine(const std::string& line, StoredValue* value) {
