@@ -1,4 +1,5 @@
 #include <crypt.h>
+#include <dlfcn.h>
 
 #include <cstring>
 #include <memory>
@@ -49,12 +50,35 @@ class PlainText {
     std::vector<char> m_text;
 };
 
-// Empty when the password is too long for the hash (CRYPT_MAX_PASSPHRASE_SIZE bytes).
+// The host's password library, loaded by the first process that has to do with a password: most have not.
+struct PasswordLibrary {
+    decltype(&crypt_r) hash = nullptr;
+    decltype(&crypt_gensalt_rn) makeSetting = nullptr;
+
+    PasswordLibrary() {
+        void* library = nullptr;
+        for (const char* const name : {"libcrypt.so.1", "libcrypt.so.2"}) {
+            if (library == nullptr) library = dlopen(name, RTLD_NOW | RTLD_LOCAL);
+        }
+        if (library == nullptr) return;
+        hash = reinterpret_cast<decltype(hash)>(dlsym(library, "crypt_r"));
+        makeSetting = reinterpret_cast<decltype(makeSetting)>(dlsym(library, "crypt_gensalt_rn"));
+    }
+    bool IsThere() const { return hash != nullptr && makeSetting != nullptr; }
+};
+
+const PasswordLibrary& ThePasswordLibrary() {
+    static const PasswordLibrary library;
+    return library;
+}
+
+// Empty without the library, and when the password is too long for the hash (CRYPT_MAX_PASSPHRASE_SIZE bytes).
 std::string Hash(const char16_t* password, const char* setting) {
+    if (!ThePasswordLibrary().IsThere()) return {};
     const PlainText plain(password);
     auto work = std::make_unique<crypt_data>();
     std::memset(work.get(), 0, sizeof *work);
-    const char* const result = crypt_r(plain.Get(), setting, work.get());
+    const char* const result = ThePasswordLibrary().hash(plain.Get(), setting, work.get());
     const std::string hash = result == nullptr || *result == '*' ? "" : result;
     explicit_bzero(work.get(), sizeof *work);
     return hash;
@@ -64,7 +88,9 @@ std::string Hash(const char16_t* password, const char* setting) {
 
 bool SetPassword(Machine& machine, DWORD rid, const char16_t* password) {
     char setting[CRYPT_GENSALT_OUTPUT_SIZE] = "";
-    if (crypt_gensalt_rn(kMethod, kRounds, nullptr, 0, setting, sizeof setting) == nullptr) return false;
+    const PasswordLibrary& library = ThePasswordLibrary();
+    if (!library.IsThere()) return false;
+    if (library.makeSetting(kMethod, kRounds, nullptr, 0, setting, sizeof setting) == nullptr) return false;
     const std::string hash = Hash(password, setting);
     return !hash.empty() && machine.Storage().WriteText(VerifierKey(rid), "Verifier", hash);
 }
