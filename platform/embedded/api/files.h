@@ -144,4 +144,17 @@ MACHINE_API DWORD GetPrivateProfileSectionNamesA(LPSTR buffer, DWORD size, LPCST
 MACHINE_API BOOL WritePrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR text, LPCSTR file);
 MACHINE_API BOOL WritePrivateProfileSectionA(LPCSTR section, LPCSTR text, LPCSTR file);
 
+// Mailslots: datagrams to the owner of `\\.\mailslot\NAME`, written through CreateFileA (GENERIC_WRITE,
+// FILE_SHARE_READ) of `\\MACHINE\mailslot\NAME` on any machine of the world. A slot lives as long as its owner's
+// handle. Opening fails with ERROR_FILE_NOT_FOUND without an owner and with ERROR_BAD_NETPATH without the machine.
+#define MAILSLOT_NO_MESSAGE ((DWORD)-1)
+#define MAILSLOT_WAIT_FOREVER ((DWORD)-1)
+#define ERROR_SEM_TIMEOUT 121
+// ReadFile takes the oldest message, waits `timeout` milliseconds for one and then fails with ERROR_SEM_TIMEOUT; a
+// message that does not fit the buffer stays, with ERROR_INSUFFICIENT_BUFFER. ERROR_INVALID_NAME for a name of another
+// machine, ERROR_ALREADY_EXISTS for an owned slot. `maximum` is told and not enforced.
+MACHINE_API HANDLE CreateMailslotA(LPCSTR name, DWORD maximum, DWORD timeout, LPSECURITY_ATTRIBUTES security);
+// Null places are left out; `next` is the oldest message's length or MAILSLOT_NO_MESSAGE.
+MACHINE_API BOOL GetMailslotInfo(HANDLE mailslot, LPDWORD maximum, LPDWORD next, LPDWORD count, LPDWORD timeout);
+
 #endif

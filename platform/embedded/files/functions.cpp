@@ -62,7 +62,7 @@ HANDLE CreateFileA(LPCSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES
     bool existed = false;
     std::string computer, slot;
     if (IsMailslot(files::AbsoluteName(name), &computer, &slot)) {
-        if (files::OpenMailslot != nullptr) file = files::OpenMailslot(computer, slot, access, share, &error);
+        file = files::OpenMailslot(computer, slot, access, share, &error);
     } else {
         file = files::DiskFile::Open(name, {access, share, disposition, flags}, &existed, &error);
         if (file && (disposition == CREATE_ALWAYS || disposition == OPEN_ALWAYS)) {

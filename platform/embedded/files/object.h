@@ -21,9 +21,9 @@ class FileObject : public HandleObject {
 };
 
 // Opens the writing end of the mailslot `\\computer\mailslot\name` ("." is the local machine). Null with a Windows
-// error in `error`. Without an implementation in the program there are no mailslots.
-[[gnu::weak]] std::shared_ptr<FileObject> OpenMailslot(const std::string& computer, const std::string& name,
-                                                       DWORD access, DWORD share, DWORD* error);
+// error in `error`.
+std::shared_ptr<FileObject> OpenMailslot(const std::string& computer, const std::string& name, DWORD access,
+                                         DWORD share, DWORD* error);
 
 }  // namespace embedded::files
 

@@ -1,9 +1,7 @@
-#include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <cctype>
 #include <chrono>
 #include <condition_variable>
 #include <map>
@@ -14,6 +12,7 @@
 
 #include "platform/embedded/api/system.h"
 #include "platform/embedded/core/gate.h"
+#include "platform/embedded/core/record_queue.h"
 #include "platform/embedded/machine/world.h"
 #include "platform/embedded/system/process_wait.h"
 
@@ -26,29 +25,15 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-class Descriptor {
-  public:
-    explicit Descriptor(const fs::path& path) : m_value(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {}
-    ~Descriptor() {
-        if (m_value >= 0) close(m_value);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int Get() const { return m_value; }
-    bool IsOpen() const { return m_value >= 0; }
-    bool Lock(int operation) const { return flock(m_value, operation) == 0; }
-
-  private:
-    int m_value;
-};
-
 // A mutex as this process sees it, whatever handles it has of it. Between processes two files stand for it: a shared
 // lock on the first says "open somewhere", the exclusive lock on the second "owned". The host drops both when a process
 // dies; a mark in the second tells the next owner that the last one never released it.
 class SharedMutex {
   public:
     SharedMutex(const fs::path& folder, const std::string& name)
-        : m_guard(folder / "guard"), m_open(folder / (name + ".open")), m_owned(folder / (name + ".owned")) {
+        : m_guard(folder / "guard", true),
+          m_open(folder / (name + ".open"), true),
+          m_owned(folder / (name + ".owned"), true) {
         if (!IsUsable()) return;
         m_guard.Lock(LOCK_EX);
         m_isNew = m_open.Lock(LOCK_EX | LOCK_NB);
@@ -94,7 +79,7 @@ class SharedMutex {
         return pread(m_owned.Get(), &mark, 1, 0) == 1 ? mark : '0';
     }
 
-    Descriptor m_guard, m_open, m_owned;
+    LockedFile m_guard, m_open, m_owned;
     bool m_isNew = false;
     std::mutex m_mutex;
     std::condition_variable m_released;
@@ -113,21 +98,12 @@ class MutexObject : public Waitable {
     std::shared_ptr<SharedMutex> m_shared;
 };
 
-// A name as a file name: letters and digits as they are, every other byte as two hexadecimal digits. Case matters. The
-// two name spaces of Windows' sessions are one here.
+// Case matters in a name. The two name spaces of Windows' sessions are one here.
 std::string FileName(std::string_view name) {
     for (const std::string_view space : {"Global\\", "Local\\"}) {
         if (name.starts_with(space)) name.remove_prefix(space.size());
     }
-    std::string result = "m";
-    for (const char character : name) {
-        const BYTE byte = BYTE(character);
-        if (std::isalnum(byte) != 0)
-            result += character;
-        else
-            result.append("%").append(1, "0123456789ABCDEF"[byte >> 4]).append(1, "0123456789ABCDEF"[byte & 15]);
-    }
-    return result;
+    return 'm' + PortableName(name);
 }
 
 // This process's object for the name; `isNew` when no process had it open before.
