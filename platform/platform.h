@@ -8,6 +8,7 @@
 //   files      handles, finds, locks, attributes, drives, current directory, profile (INI) files
 //   modules    libraries and entry points by name and ordinal, version resources
 //   system     environment, command line, names and versions of the computer and of Windows, processes, code pages
+//   windows    windows, posted messages (user32.dll, loaded when first called)
 //   security   identifiers, access lists, descriptors, tokens, privileges, access check, private objects
 //   accounts   names and identifiers, users, local groups, domain controllers, local security authority
 //   network    workstation, server and share information, connections
@@ -48,6 +49,7 @@
 #include "platform/embedded/api/services.h"
 #include "platform/embedded/api/system.h"
 #include "platform/embedded/api/tokens.h"
+#include "platform/embedded/api/windows.h"
 
 #endif
 

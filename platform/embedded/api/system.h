@@ -146,10 +146,10 @@ typedef struct tagMSG {
 MACHINE_API BOOL PostThreadMessageA(DWORD thread, UINT message, UINT_PTR wParam, LONG_PTR lParam);
 MACHINE_API void PostQuitMessage(int exitCode);
 // The oldest message whose number lies between `first` and `last` (both 0: any); a WM_QUIT comes last, and whatever is
-// asked for. There are no windows, so none is found for one.
+// asked for. With a window, that window's alone.
 MACHINE_API BOOL PeekMessageA(LPMSG message, HWND window, UINT first, UINT last, UINT remove);
 MACHINE_API BOOL TranslateMessage(const MSG* message);
-// Calls the procedure that a WM_TIMER names in lParam; any other message has nobody to go to. 0.
+// Calls the procedure that a WM_TIMER names in lParam (the answer is 0), for any other message the window's own.
 MACHINE_API LONG_PTR DispatchMessageA(const MSG* message);
 // WAIT_OBJECT_0 and the number of the handle that is signalled, WAIT_OBJECT_0 + count as soon as a message is there,
 // WAIT_TIMEOUT, or WAIT_FAILED with the last error. `all` and a mask other than QS_ALLINPUT are refused.

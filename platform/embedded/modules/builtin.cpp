@@ -56,9 +56,6 @@ int WINAPI ShowMessage(HWND, const char* text, const char* caption, UINT) {
     return kOk;
 }
 
-// No window exists, so no message arrives anywhere.
-LONG_PTR WINAPI SendToWindow(HWND, UINT, UINT_PTR, LONG_PTR) { return 0; }
-
 template <class Function>
 FARPROC Entry(Function* function) {
     // The detour through void(*)() is the one cast of function types that compilers accept silently.
@@ -81,12 +78,21 @@ const EntryPoint kShellFolders[] = {
 };
 const EntryPoint kUser[] = {
     {"MessageBoxA", 0, Entry(ShowMessage)},
-    {"SendMessageA", 0, Entry(SendToWindow)},
+    {"SendMessageA", 0, nullptr},
     {"MsgWaitForMultipleObjects", 0, nullptr},
     {"PeekMessageA", 0, nullptr},
     {"TranslateMessage", 0, nullptr},
     {"DispatchMessageA", 0, nullptr},
     {"PostQuitMessage", 0, nullptr},
+    {"FindWindowA", 0, nullptr},
+    {"EnumWindows", 0, nullptr},
+    {"IsWindow", 0, nullptr},
+    {"IsWindowVisible", 0, nullptr},
+    {"GetWindow", 0, nullptr},
+    {"GetWindowThreadProcessId", 0, nullptr},
+    {"GetWindowTextA", 0, nullptr},
+    {"ShowWindow", 0, nullptr},
+    {"PostMessageA", 0, nullptr},
 };
 
 const Module kModules[] = {
