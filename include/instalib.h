@@ -2,6 +2,7 @@
 #ifndef INSTALIB_H
 #define INSTALIB_H
 
+#include "instalib/application.h"
 #include "instalib/array.h"
 #include "instalib/combo_box.h"
 #include "instalib/command_line.h"
@@ -10,16 +11,20 @@
 #include "instalib/exception.h"
 #include "instalib/export.h"
 #include "instalib/file_security.h"
+#include "instalib/installation.h"
 #include "instalib/installed_products.h"
 #include "instalib/job_queue.h"
 #include "instalib/log.h"
 #include "instalib/map.h"
+#include "instalib/mif.h"
 #include "instalib/object.h"
 #include "instalib/path.h"
 #include "instalib/probes.h"
 #include "instalib/product.h"
 #include "instalib/product_record.h"
 #include "instalib/registry.h"
+#include "instalib/remote.h"
+#include "instalib/remote_mailslot.h"
 #include "instalib/scrambling.h"
 #include "instalib/service.h"
 #include "instalib/settings.h"

@@ -51,6 +51,9 @@ using GetProductMapInfo = int WINAPI(LONG productType, ProductMapInfo* info);
 // "HVPGetProductComponentCode2A": an 8-byte buffer.
 using GetProductComponentCode = int WINAPI(LONG productType, BYTE subType, char* code);
 
+// "HVPGetProductName": the product's name into a buffer of `size` bytes.
+using GetProductName = int WINAPI(LONG productType, char* buffer, DWORD size);
+
 // --- Alert version library: "AlGetBuildNumberA"; no size is passed ---
 inline constexpr char kAlertVersionLibrary[] = "ALERTVER.DLL";
 using GetAlertBuildText = int WINAPI(char* buffer);
@@ -88,6 +91,25 @@ using PeekWindowMessage = BOOL WINAPI(MSG* message, HWND window, UINT first, UIN
 using TranslateWindowMessage = BOOL WINAPI(const MSG* message);
 using DispatchWindowMessage = LONG_PTR WINAPI(const MSG* message);
 using PostQuit = void WINAPI(int exitCode);
+// "FindWindowA", "EnumWindows", "IsWindow", "IsWindowVisible", "GetWindow", "GetWindowThreadProcessId",
+// "GetWindowTextA", "ShowWindow", "PostMessageA"
+using FindWindowByClass = HWND WINAPI(const char* className, const char* title);
+using EachWindow = BOOL CALLBACK(HWND window, LONG_PTR parameter);
+using EnumerateWindows = BOOL WINAPI(EachWindow* function, LONG_PTR parameter);
+using AskWindow = BOOL WINAPI(HWND window);
+using GetRelatedWindow = HWND WINAPI(HWND window, UINT relation);
+using GetWindowProcess = DWORD WINAPI(HWND window, DWORD* process);
+using GetWindowTitle = int WINAPI(HWND window, char* text, int size);
+using SetWindowShown = BOOL WINAPI(HWND window, int command);
+using PostWindowMessage = BOOL WINAPI(HWND window, UINT message, UINT_PTR wParam, LONG_PTR lParam);
+
+// --- Installation plug-ins: "Install", "UnInstall", "IsInstalled", "IsInstalledVersionNewer", "GetDebugErrorString",
+// "GetInstallPath"; they answer a status of their own ---
+using PluginInstall = DWORD WINAPI(void* parameters);
+using PluginUnInstall = DWORD WINAPI();
+using PluginAnswer = DWORD WINAPI(int* answer);
+using PluginErrorText = DWORD WINAPI(DWORD status, char* buffer, DWORD size);
+using PluginPath = DWORD WINAPI(char* buffer, DWORD size);
 
 // An entry point by name or ordinal, null when the library is null or lacks it.
 template <class Function>

@@ -189,6 +189,8 @@ MACHINE_API HANDLE GetStdHandle(DWORD which);
 #define CP_UTF8 65001
 #define MB_PRECOMPOSED 0x00000001u
 #define MB_ERR_INVALID_CHARS 0x00000008u
+#define WC_SEPCHARS 0x00000020u
+#define WC_COMPOSITECHECK 0x00000200u
 #define WC_NO_BEST_FIT_CHARS 0x00000400u
 
 // Lengths count characters of their side and include a terminator when the source has one; -1 takes the source up to
