@@ -10,7 +10,7 @@ complain() {
     status=1
 }
 
-library="foundation setupfiles registry upgrade system machine"
+library="changes foundation setupfiles registry upgrade system machine"
 complain "The system is reached past platform/platform.h" \
     "$(grep -nE '\b_WIN32\b|[<"](windows|unistd|fcntl|dlfcn|aclapi|lm)\.h[>"]|[<"]sys/' -r $library kvsetup 2>/dev/null)"
 complain "The library includes the embedded machine" \

@@ -30,6 +30,7 @@
 #include "instalib/settings.h"
 #include "instalib/setup_icf.h"
 #include "instalib/setup_inf.h"
+#include "instalib/setup_record.h"
 #include "instalib/string.h"
 #include "instalib/system_account.h"
 #include "instalib/upgrade.h"

@@ -89,6 +89,8 @@ enum class ResourceKind {
 // Fails the n-th call (1 is the next one) of a kind with `error`, once or from then on. Only one fault is armed at a
 // time.
 MACHINE_CONTROL void FailCall(CallKind kind, unsigned n, DWORD error, bool persistent = false);
+// Ends the process at once, as a kill does, at the n-th call (1 is the next one) of any kind: before it does anything.
+MACHINE_CONTROL void ExitAtCall(unsigned n, int exitCode);
 // A named function is never failed and not counted until the next ClearFault ("CloseHandle" and other closers by
 // default).
 MACHINE_CONTROL void ExemptCall(const std::string& name);

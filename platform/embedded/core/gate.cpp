@@ -1,5 +1,7 @@
 #include "platform/embedded/core/gate.h"
 
+#include <unistd.h>
+
 #include <map>
 #include <mutex>
 #include <set>
@@ -17,6 +19,7 @@ struct State {
     bool faulting = false;
     CallKind kind = CallKind::Any;
     unsigned remaining = 0;
+    int exitCode = -1;  // not negative: the fault ends the process
     DWORD error = 0;
     bool persistent = false;
     bool fired = false;
@@ -80,6 +83,7 @@ DWORD Ask(CallKind kind, const char* name) {
     if (state.exempt.contains(std::string_view(name))) return 0;
     if (state.fired) return state.persistent ? state.error : 0;
     if (--state.remaining != 0) return 0;
+    if (state.exitCode >= 0) _exit(state.exitCode);
     state.fired = true;
     state.faulted = name;
     return state.error;
@@ -97,9 +101,17 @@ void FailCall(CallKind kind, unsigned n, DWORD error, bool persistent) {
     state.remaining = n;
     state.error = error;
     state.persistent = persistent;
+    state.exitCode = -1;
     state.fired = false;
     state.faulted.clear();
     gate::Arm(state);
+}
+
+void ExitAtCall(unsigned n, int exitCode) {
+    FailCall(CallKind::Any, n, 0);
+    gate::State& state = gate::TheState();
+    const std::lock_guard lock(state.mutex);
+    state.exitCode = exitCode;
 }
 
 void ExemptCall(const std::string& name) {
