@@ -82,12 +82,20 @@ NTSTATUS OpenPolicy(const std::string& server, ACCESS_MASK access, PolicyHandle&
     return LsaOpenPolicy(server.empty() ? nullptr : &system, &attributes, access, policy.Receive());
 }
 
+// "SERVER\S-1-5-..."
+struct Account {
+    std::string server, sid;
+    explicit Account(const std::string& name)
+        : server(name.substr(0, name.find('\\'))), sid(names::SidBytes(name.substr(server.size() + 1))) {}
+};
+
 DWORD ReadRights(const Object& object, State& state) {
     state.clear();
-    std::string sid = names::SidBytes(object.part);
+    const auto [server, sid] = Account(object.name);
     PolicyHandle policy, account;
-    NTSTATUS status = OpenPolicy(object.name, POLICY_LOOKUP_NAMES | POLICY_VIEW_LOCAL_INFORMATION, policy);
-    if (status == 0) status = LsaOpenAccount(policy.Get(), sid.data(), kAccountAccess, account.Receive());
+    NTSTATUS status = OpenPolicy(server, POLICY_LOOKUP_NAMES | POLICY_VIEW_LOCAL_INFORMATION, policy);
+    if (status == 0)
+        status = LsaOpenAccount(policy.Get(), const_cast<char*>(sid.data()), kAccountAccess, account.Receive());
     if (status == kNoSuchAccount) return 0;
     ULONG access = 0;
     if (status == 0) status = LsaGetSystemAccessAccount(account.Get(), &access);
@@ -128,12 +136,12 @@ std::vector<DWORD> SetOf(const State& from, const State& without) {
 }
 
 DWORD WriteRights(const Object& object, const State& now, const State& wanted) {
-    std::string sid = names::SidBytes(object.part);
+    const auto [server, sid] = Account(object.name);
     PolicyHandle policy, account;
-    NTSTATUS status = OpenPolicy(object.name, POLICY_ALL_ACCESS, policy);
+    NTSTATUS status = OpenPolicy(server, POLICY_ALL_ACCESS, policy);
     if (status == 0) {
         const auto open = now.empty() ? &::LsaCreateAccount : &::LsaOpenAccount;
-        status = open(policy.Get(), sid.data(), kAccountAccess, account.Receive());
+        status = open(policy.Get(), const_cast<char*>(sid.data()), kAccountAccess, account.Receive());
     }
     if (status == 0) status = ::LsaSetSystemAccessAccount(account.Get(), Reader(wanted).Number());
     std::vector<DWORD> lost = SetOf(now, wanted), gained = SetOf(wanted, now);

@@ -24,7 +24,7 @@ enum class Kind : DWORD {
     ProfileEntry = 10,  // part: section, zero byte, key
     Account = 11,
     Member = 12,  // part: the member's identifier
-    Rights = 13,  // privileges and logon rights of an account's identifier
+    Rights = 13,  // privileges and logon rights, "SERVER\S-1-5-..."
     Share = 14,
     Environment = 15,  // of the process
     Outside = 16,      // what others do for the setup: programs, product libraries, other machines

@@ -53,9 +53,8 @@ bool IsPassword(const std::string& key) {
 
 void AddRights(Subjects& subjects, LSA_HANDLE account) {
     const std::string name = Recorder::The().NameOf(account);
-    const std::size_t end = name.find('\\');
-    if (end == name.npos) return subjects.Refuse(ERROR_INVALID_HANDLE);
-    subjects.Add(Kind::Rights, name.substr(0, end), name.substr(end + 1));
+    if (name.empty()) return subjects.Refuse(ERROR_INVALID_HANDLE);
+    subjects.Add(Kind::Rights, name);
 }
 
 }  // namespace
@@ -168,7 +167,7 @@ void CreateAccount(Subjects& subjects, LSA_HANDLE policy, PSID account, ACCESS_M
     if (server.empty()) return subjects.Refuse(ERROR_INVALID_HANDLE);
     const std::string sid = names::SidText(account);
 
-    if (!sid.empty()) subjects.Add(Kind::Rights, server.substr(0, server.size() - 1), sid);
+    if (!sid.empty()) subjects.Add(Kind::Rights, server.substr(0, server.size() - 1) + "\\" + sid);
 }
 void SetSystemAccess(Subjects& subjects, LSA_HANDLE account, ULONG) { AddRights(subjects, account); }
 void AddPrivileges(Subjects& subjects, LSA_HANDLE account, PPRIVILEGE_SET) { AddRights(subjects, account); }

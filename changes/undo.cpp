@@ -15,7 +15,8 @@ DWORD Twice(auto operation) {
 
 class Undoing {
   public:
-    Undoing(bool sameProcess, std::vector<Left>& left) : m_sameProcess(sameProcess), m_left(left) {}
+    Undoing(const Record& record, std::size_t first, bool sameProcess, std::vector<Left>& left)
+        : m_record(record), m_first(first), m_sameProcess(sameProcess), m_left(left) {}
 
     // False when something is left that another attempt may take back.
     bool TakeBack(std::size_t number, const Change& change) {
@@ -39,12 +40,22 @@ class Undoing {
         if (std::find(m_given.begin(), m_given.end(), step.object) != m_given.end()) return 0;  // named already
         State now;
         if (const DWORD error = Twice([&] { return row.read(step.object, now); })) return error;
-        if (now == step.before) return 0;
+        if (now == step.before || now == AtFirst(step)) return 0;
         const bool exactly = !step.afterKnown || now == step.after;
         if (!IsOurs(row, step, now)) return kOtherwise;
         const auto write = exactly || row.writePart == nullptr ? row.write : row.writePart;
         const DWORD error = Twice([&] { return write(step.object, now, step.before); });
         return error == ERROR_DIR_NOT_EMPTY ? kOtherwise : error;
+    }
+
+    // How the object was before all of it: what is so again, made and removed by the setup itself, needs no more.
+    const State& AtFirst(const Step& of) const {
+        for (std::size_t i = m_first; i < m_record.changes.size(); ++i) {
+            for (const Step& step : m_record.changes[i].steps) {
+                if (step.object == of.object) return step.before;
+            }
+        }
+        return of.before;
     }
 
     // Of a call that never came back only what it was to do is known, and often not even that.
@@ -53,6 +64,8 @@ class Undoing {
         return !step.hasIntended || row.matches(now, step.intended);
     }
 
+    const Record& m_record;
+    std::size_t m_first;
     bool m_sameProcess;
     std::vector<Left>& m_left;
     std::vector<Object> m_given;
@@ -61,7 +74,7 @@ class Undoing {
 }  // namespace
 
 void Undo(Record& record, RecordFile& file, std::size_t first, bool sameProcess, std::vector<Left>& left) {
-    Undoing undoing(sameProcess, left);
+    Undoing undoing(record, first, sameProcess, left);
     bool whole = true;
     for (std::size_t i = record.changes.size(); i-- > first;) {
         if (record.changes[i].undone) continue;
