@@ -39,6 +39,11 @@ complain "The front end includes more than the exported interface" \
 complain "A raw handle is closed by hand" \
     "$(grep -nE '\b(RegCloseKey|CloseHandle|FindClose|FreeLibrary|CloseServiceHandle|LsaClose|FreeSid|NetApiBufferFree|LsaFreeMemory|HeapFree)\(' \
         -r $library 2>/dev/null)"
+# Four of the names are the library's own as well: there only "::Name(" is Windows'.
+changing="Reg(CreateKeyEx|DeleteKey|DeleteKeyEx|SetValueEx|DeleteValue)A|RegSetKeySecurity|SetSecurityInfo|OpenServiceA|CreateServiceA|ChangeServiceConfig2?A|DeleteService|ControlService|DeleteFileA|SetFileAttributesA|SetFileSecurityA|WritePrivateProfile(String|Section)A|NetUser(Add|Del)|NetLocalGroup(Add|Del)Members|Lsa(OpenPolicy|OpenAccount|CreateAccount|SetSystemAccessAccount|AddPrivilegesToAccount|RemovePrivilegesFromAccount)|NetShare(Add|SetInfo|Del)|CreateProcessA|_rmdir"
+complain "The machine is changed past the door (changes/changing.h)" \
+    "$(grep -nP "(?<![\w:>\".])(::)?($changing)\(|(?<![\w])::(CreateDirectoryA|RemoveDirectoryA|StartServiceA|SetEnvironmentVariableA)\(" \
+        -r $(echo "$library" | sed 's/changes //') 2>/dev/null)"
 complain "A file is longer than 540 lines" \
     "$(git ls-files '*.cpp' '*.h' '*.def' | xargs wc -l 2>/dev/null | awk '$2 != "total" && $1 > 540')"
 complain "A line is longer than 130 characters" \

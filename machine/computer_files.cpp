@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "changes/changing.h"
 #include "foundation/text.h"
 #include "instalib/computer.h"
 #include "instalib/path.h"
@@ -76,8 +77,8 @@ void ForEachMatch(const CString& directory, const char* pattern, Visit visit) {
 
 void DeleteOneFile(const Path& path) {
     if (!path.Fits()) return;
-    SetFileAttributesA(path.Get(), FILE_ATTRIBUTE_NORMAL);
-    DeleteFileA(path.Get());
+    changing::SetFileAttributesA(path.Get(), FILE_ATTRIBUTE_NORMAL);
+    changing::DeleteFileA(path.Get());
 }
 
 // "C:\" of "C:\dir"; "\" of a path without a drive, which stands for the current drive.
@@ -97,13 +98,13 @@ int CComputer::CreateDirectoryA(const char* path, int) {
             ++i;  // the second byte is no boundary, whatever its value
         } else if (i > 0 && directory[i] == '\\' && directory[i - 1] != ':') {
             const CString prefix = directory.Left(i);
-            if (!DirectoryExists(prefix) && !::CreateDirectoryA(prefix, nullptr)) return 0;
+            if (!DirectoryExists(prefix) && !changing::CreateDirectoryA(prefix, nullptr)) return 0;
         }
     }
     return 1;
 }
 
-int CComputer::RemoveDirectoryA(const char* path) { return _rmdir(OrEmpty(path)) == 0; }
+int CComputer::RemoveDirectoryA(const char* path) { return changing::_rmdir(OrEmpty(path)) == 0; }
 int CComputer::ChangeDirectory(const char* path) { return _chdir(OrEmpty(path)) == 0; }
 
 int CComputer::DirectoryExists(const char* path) {
@@ -153,8 +154,8 @@ int CComputer::DeleteTree(const char* directory) {
             return true;
         });
     }
-    SetFileAttributesA(directory, FILE_ATTRIBUTE_NORMAL);
-    ::RemoveDirectoryA(directory);
+    changing::SetFileAttributesA(directory, FILE_ATTRIBUTE_NORMAL);
+    changing::RemoveDirectoryA(directory);
     return result;
 }
 
@@ -164,7 +165,7 @@ int CComputer::ChangeFilesAttribute(const char* directory, const char* pattern, 
         const Path path(text, "", entry.cFileName);
         if (!path.Fits()) return true;
         if (!IsDirectory(entry)) {
-            SetFileAttributesA(path.Get(), attributes);
+            changing::SetFileAttributesA(path.Get(), attributes);
         } else if (!StandsElsewhere(entry)) {
             ChangeFilesAttribute(path.Get(), pattern, attributes);
         }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "changes/changing.h"
 #include "instalib/computer.h"
 #include "machine/machine_facts.h"
 #include "platform/handles.h"
@@ -49,8 +50,8 @@ bool OpenPolicy(const WCHAR* machine, PolicyHandle& policy) {
     LSA_OBJECT_ATTRIBUTES attributes = {};
     attributes.Length = sizeof attributes;
     policy.Reset();
-    return SetStatus(
-        LsaOpenPolicy(length == 0 ? nullptr : &name, &attributes, POLICY_VIEW_LOCAL_INFORMATION, policy.Receive()));
+    return SetStatus(changing::LsaOpenPolicy(length == 0 ? nullptr : &name, &attributes, POLICY_VIEW_LOCAL_INFORMATION,
+                                             policy.Receive()));
 }
 
 template <class Information>

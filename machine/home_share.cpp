@@ -1,4 +1,5 @@
 // The product's hidden home share.
+#include "changes/changing.h"
 #include "foundation/well_known_sid.h"
 #include "foundation/wide_text.h"
 #include "instalib/computer.h"
@@ -69,7 +70,7 @@ int CComputer::CreateKorvaultHomeShare(const char* path, const char* accountSyst
     if (IsSharedAs(name, directory)) return 1;
     // The old share goes only when there is a descriptor for the new one.
     if (security.LastError() != ERROR_SUCCESS) return FailWith(security.LastError());
-    NetShareDel(nullptr, name.Get(), 0);
+    changing::NetShareDel(nullptr, name.Get(), 0);
     if (!security.CreateShare(name.Get(), widePath.Get(), remark.Get(), nullptr, 0))
         return FailWith(security.LastError());
     // An old share that would not go is still there, with its own path.
@@ -84,5 +85,5 @@ int CComputer::DeleteKorvaultHomeShare() {
     const CHalvRegistry registry(1, nullptr);
     WideText name(ShareName());
     if (!name.Fits()) return static_cast<int>(GetLastError());
-    return static_cast<int>(NetShareDel(nullptr, name.Get(), 0));
+    return static_cast<int>(changing::NetShareDel(nullptr, name.Get(), 0));
 }

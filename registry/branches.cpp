@@ -2,6 +2,7 @@
 // said.
 #include <cstring>
 
+#include "changes/changing.h"
 #include "registry/family_keys.h"
 
 using namespace registry;
@@ -39,7 +40,7 @@ int CHalvRegistry::DeleteSubKeys(HKEY key, const char* path) {
         const LSTATUS status = SubkeyAt(opened.Get(), 0, child);
         if (status == ERROR_NO_MORE_ITEMS) return 1;
         if (!Outcome(status) || !DeleteSubKeys(opened.Get(), child)) return 0;
-        if (!Outcome(RegDeleteKeyA(opened.Get(), child))) return 0;
+        if (!Outcome(changing::RegDeleteKeyA(opened.Get(), child))) return 0;
     }
 }
 

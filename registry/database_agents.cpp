@@ -2,6 +2,7 @@
 // path of its key below a product root; keys whose names contain its name are its variants.
 #include <cstring>
 
+#include "changes/changing.h"
 #include "foundation/compare_names.h"
 #include "foundation/text.h"
 #include "instalib/array.h"
@@ -113,7 +114,7 @@ void CHalvRegistry::DeleteAgentSubKeys(CString agent, int current) {
     }
     const auto remove = [&](const char* child) {
         DeleteSubKeys(parent.Get(), child);
-        Outcome(RegDeleteKeyA(parent.Get(), child));
+        Outcome(changing::RegDeleteKeyA(parent.Get(), child));
     };
     for (int i = 0; i < names.GetSize(); ++i) {
         const CString& variant = names.ElementAt(i);

@@ -1,4 +1,5 @@
 // The access list of a registry key that the caller has opened.
+#include "changes/changing.h"
 #include "foundation/well_known_sid.h"
 #include "registry/family_keys.h"
 
@@ -45,9 +46,9 @@ int CHalvRegistry::AddAccessPermissionOnRegistryKey(HKEY key, int view32) {
     PACL list = nullptr;
     if (!Outcome(LSTATUS(SetEntriesInAclA(ULONG(std::size(entries)), entries, nullptr, &list)))) return 0;
     const LocalBuffer owner(list);
-    return Outcome(LSTATUS(SetSecurityInfo(key, view32 != 0 ? SE_REGISTRY_WOW64_32KEY : SE_REGISTRY_KEY,
-                                           DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, nullptr,
-                                           nullptr, list, nullptr)));
+    return Outcome(LSTATUS(changing::SetSecurityInfo(key, view32 != 0 ? SE_REGISTRY_WOW64_32KEY : SE_REGISTRY_KEY,
+                                                     DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
+                                                     nullptr, nullptr, list, nullptr)));
 }
 
 int CHalvRegistry::GetBuiltinDomainAccessMaskOnKey(HKEY key, DWORD rid, DWORD& mask) {

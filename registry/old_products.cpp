@@ -1,4 +1,5 @@
 // The records of the products that an upgrade replaces.
+#include "changes/changing.h"
 #include "registry/family_keys.h"
 
 using namespace registry;
@@ -26,9 +27,9 @@ void CHalvRegistry::DeleteOldProdDscrpt() {
         tagProductStruct record{};
         if (!Outcome(Open(HKEY_LOCAL_MACHINE, kOldAgentsKey, KEY_ALL_ACCESS, kept))) return;
         if (!Outcome(ReadRecord(kept.Get(), m_Settings.Product(), &record))) return;
-        if (!Outcome(RegDeleteValueA(kept.Get(), m_Settings.Product()))) return;
+        if (!Outcome(changing::RegDeleteValueA(kept.Get(), m_Settings.Product()))) return;
         if (!Outcome(RegQueryInfoKeyA(kept.Get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &left, nullptr,
-                                     nullptr, nullptr, nullptr))) {
+                                      nullptr, nullptr, nullptr))) {
             return;
         }
     }

@@ -1,4 +1,5 @@
 // Keys and values below the vendor's, the family's and the former vendor's root.
+#include "changes/changing.h"
 #include "registry/family_keys.h"
 
 using namespace registry;
@@ -23,14 +24,14 @@ int DeleteBelow(const CString& root, const CString& sub) {
     CHalvRegistry::DeleteSubKeys(HKEY_LOCAL_MACHINE, Join(root, name));
     RegistryKey key;
     if (!Outcome(Open(HKEY_LOCAL_MACHINE, root, KEY_ALL_ACCESS, key))) return 0;
-    Outcome(RegDeleteKeyA(key.Get(), name));
+    Outcome(changing::RegDeleteKeyA(key.Get(), name));
     return 1;
 }
 
 int SetBelow(const CString& path, const char* name, DWORD type, const BYTE* data, DWORD size) {
     RegistryKey key;
     const LSTATUS status = Open(HKEY_LOCAL_MACHINE, path, KEY_ALL_ACCESS, key);
-    return Outcome(status != 0 ? status : RegSetValueExA(key.Get(), name, 0, type, data, size));
+    return Outcome(status != 0 ? status : changing::RegSetValueExA(key.Get(), name, 0, type, data, size));
 }
 
 LSTATUS QueryBelow(HKEY root, const CString& path, const char* name, DWORD* type, BYTE* data, DWORD* size) {

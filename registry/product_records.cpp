@@ -1,4 +1,5 @@
 // Registration records: writing, finding and dropping them.
+#include "changes/changing.h"
 #include "instalib/setup_inf.h"
 #include "machine/platform_probes.h"
 #include "registry/family_keys.h"
@@ -61,7 +62,7 @@ void DropRecord(const CString& products, const CString& parent, const char* name
     {
         RegistryKey key;
         if (!Outcome(Open(HKEY_LOCAL_MACHINE, products, KEY_ALL_ACCESS, key))) return;
-        Outcome(RegDeleteValueA(key.Get(), name));
+        Outcome(changing::RegDeleteValueA(key.Get(), name));
         char left[256] = "";
         DWORD size = sizeof left;
         if (RegEnumValueA(key.Get(), 0, left, &size, nullptr, nullptr, nullptr, nullptr) != ERROR_NO_MORE_ITEMS) return;

@@ -4,6 +4,7 @@
 #include <memory>
 #include <new>
 
+#include "changes/changing.h"
 #include "instalib/registry.h"
 
 namespace registry {
@@ -11,7 +12,7 @@ namespace {
 
 LSTATUS Set(HKEY key, const char* name, DWORD type, const void* data, std::size_t size) {
     if (name == nullptr) return ERROR_INVALID_PARAMETER;
-    return RegSetValueExA(key, name, 0, type, static_cast<const BYTE*>(data), DWORD(size));
+    return changing::RegSetValueExA(key, name, 0, type, static_cast<const BYTE*>(data), DWORD(size));
 }
 
 LSTATUS Query(HKEY key, const char* name, DWORD* type, void* data, DWORD* size) {
@@ -34,8 +35,8 @@ LSTATUS Open(HKEY root, const char* path, REGSAM access, RegistryKey& key) {
 }
 
 LSTATUS Create(HKEY root, const char* path, RegistryKey& key) {
-    return RegCreateKeyExA(root, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, key.Receive(),
-                           nullptr);
+    return changing::RegCreateKeyExA(root, path, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr,
+                                     key.Receive(), nullptr);
 }
 
 LSTATUS SetValue(HKEY key, const char* name, const char* text) {
@@ -98,13 +99,13 @@ LSTATUS DeleteValue(HKEY root, const char* path, const char* name) {
     RegistryKey key;
     if (name == nullptr) return ERROR_INVALID_PARAMETER;
     const LSTATUS status = Open(root, path, KEY_ALL_ACCESS, key);
-    return status != 0 ? status : RegDeleteValueA(key.Get(), name);
+    return status != 0 ? status : changing::RegDeleteValueA(key.Get(), name);
 }
 
 LSTATUS DeleteLeaf(HKEY root, const char* path, const char* leaf) {
     RegistryKey key;
     const LSTATUS status = Open(root, path, KEY_ALL_ACCESS, key);
-    return status != 0 ? status : RegDeleteKeyA(key.Get(), leaf);
+    return status != 0 ? status : changing::RegDeleteKeyA(key.Get(), leaf);
 }
 
 void DeleteBranch(HKEY root, const CString& path, const CString& leaf) {

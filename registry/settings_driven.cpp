@@ -1,6 +1,7 @@
 // The setters that take their value from the object's settings and hand it to a static writer.
 #include <ctime>
 
+#include "changes/changing.h"
 #include "instalib/computer.h"
 #include "instalib/path.h"
 #include "registry/account_request.h"
@@ -64,7 +65,7 @@ int CHalvRegistry::CreateSystemAccount() {
         return 0;
     }
     auto* const setAccount = product::EntryPoint<product::SetUserAccount>(library.Get(), "HstSetUserAccountA");
-    if (setAccount == nullptr) return 0;
+    if (setAccount == nullptr || !changing::Announce("HSTOOL.DLL, HstSetUserAccountA")) return 0;
     AccountRequest request(m_Settings);
     if (!request.Fits()) {
         LogLine(m_Settings.LogFile(), "\tFailed to add a user account: a name or the password is longer than 63 bytes");

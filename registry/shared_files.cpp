@@ -1,4 +1,5 @@
 // Counts of shared libraries' users, and the path of the database agent's RPC service.
+#include "changes/changing.h"
 #include "registry/family_keys.h"
 
 using namespace registry;
@@ -60,7 +61,7 @@ DWORD CHalvRegistry::DecrementSharedDLLCount(const char* path) {
         Outcome(SetValue(key.Get(), path, count - 1));
         return count - 1;
     }
-    Outcome(RegDeleteValueA(key.Get(), path));
+    Outcome(changing::RegDeleteValueA(key.Get(), path));
     return 0;
 }
 

@@ -1,4 +1,5 @@
 // The Explorer's shell extension, the script file type and the uninstall entry.
+#include "changes/changing.h"
 #include "instalib/computer.h"
 #include "instalib/path.h"
 #include "registry/family_keys.h"
@@ -83,7 +84,7 @@ Nt WhichNt() {
 }
 
 void DeleteClassKeys(std::span<const KeyPath> keys) {
-    for (const KeyPath& key : keys) Outcome(RegDeleteKeyA(HKEY_CLASSES_ROOT, key.Text()));
+    for (const KeyPath& key : keys) Outcome(changing::RegDeleteKeyA(HKEY_CLASSES_ROOT, key.Text()));
 }
 
 }  // namespace
@@ -129,7 +130,7 @@ int CHalvRegistry::CreateUninstallKey(const char* name, const char* displayName,
 void CHalvRegistry::DeleteUninstallKey(const char* name) {
     // Without a name the path would be that of the whole list.
     if (name == nullptr || *name == '\0' || WhichNt() != Nt::Version4) return;
-    Outcome(RegDeleteKeyA(HKEY_LOCAL_MACHINE, m_sUninstallKey + "\\" + name));
+    Outcome(changing::RegDeleteKeyA(HKEY_LOCAL_MACHINE, m_sUninstallKey + "\\" + name));
 }
 
 int CHalvRegistry::CreateKorvaultUninstallKey() {

@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "changes/changing.h"
 #include "instalib/array.h"
 #include "instalib/service.h"
 #include "registry/family_keys.h"
@@ -57,7 +58,7 @@ bool StopForChange() {
 LSTATUS DeleteAll(HKEY key, CArray<CString, CString>& names) {
     LSTATUS result = 0;
     for (int i = 0; i < names.GetSize(); ++i) {
-        const LSTATUS status = RegDeleteValueA(key, names.ElementAt(i));
+        const LSTATUS status = changing::RegDeleteValueA(key, names.ElementAt(i));
         if (result == 0) result = status;
     }
     return result;

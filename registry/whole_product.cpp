@@ -1,4 +1,5 @@
 // The whole product at once: written from the settings, removed again. The order of the steps is part of the contract.
+#include "changes/changing.h"
 #include "registry/family_keys.h"
 
 using namespace registry;
@@ -81,7 +82,7 @@ void DeleteBaseSubkeys() {
     for (const char* name : kBaseSubkeys) {
         if (name != kDomain) CHalvRegistry::DeleteSubKeys(base.Get(), name);
     }
-    for (const char* name : kBaseSubkeys) Outcome(RegDeleteKeyA(base.Get(), name));
+    for (const char* name : kBaseSubkeys) Outcome(changing::RegDeleteKeyA(base.Get(), name));
 }
 
 void DeleteGeneratedKey() {

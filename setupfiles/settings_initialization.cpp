@@ -1,5 +1,6 @@
 #include "setupfiles/settings_initialization.h"
 
+#include "changes/changing.h"
 #include "instalib/command_line.h"
 #include "instalib/computer.h"
 #include "instalib/current_user.h"
@@ -243,5 +244,5 @@ void SettingsInitialization::FindRemoteHost() {
     char host[16] = "";
     GetPrivateProfileStringA("HostServer", "Name", "", host, sizeof host, marker);
     if (*host != '\0') m_settings.m_sRemoteHostServer = host;
-    DeleteFileA(marker);
+    changing::DeleteFileA(marker);
 }

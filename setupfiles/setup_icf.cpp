@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "changes/changing.h"
 #include "machine/scrambling.h"
 #include "platform/handles.h"
 #include "platform/platform.h"
@@ -51,7 +52,7 @@ int CSetupIcf::FindFile() {
     if (_access(m_sIcfFile, 0) != 0) return 0;
     const DWORD attributes = GetFileAttributesA(m_sIcfFile);
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
-        SetFileAttributesA(m_sIcfFile, attributes & ~DWORD(FILE_ATTRIBUTE_READONLY));
+        changing::SetFileAttributesA(m_sIcfFile, attributes & ~DWORD(FILE_ATTRIBUTE_READONLY));
     }
     return 1;
 }
@@ -130,19 +131,17 @@ static const char* WrittenSection(std::initializer_list<const char*> sections) {
 // The same: what it is in a file that lacks the key.
 static constexpr int WhenMissing(int flag) { return flag; }
 
-#define ICF_TEXT(Name, buffer, key, fallback, ...)                                                          \
+#define ICF_TEXT(Name, buffer, key, fallback, ...)                                               \
     const char* Name() { return ReadText(buffer, sizeof buffer, key, fallback, {__VA_ARGS__}); } \
     int Name(const char* text) { return WriteString(WrittenSection({__VA_ARGS__}), key, text); }
-#define ICF_PASSWORD(Name, buffer, key, ...)                                                          \
+#define ICF_PASSWORD(Name, buffer, key, ...)                                               \
     const char* Name() { return ReadPassword(buffer, sizeof buffer, key, {__VA_ARGS__}); } \
     int Name(const char* password) { return WritePassword(key, password); }
-#define ICF_FLAG(Name, flag, key, fallback, builtIn, ...)                          \
+#define ICF_FLAG(Name, flag, key, fallback, builtIn, ...)               \
     int Name() { return ReadFlag(flag, key, fallback, {__VA_ARGS__}); } \
     int Name(int value) { return WriteFlag(WrittenSection({__VA_ARGS__}), key, value); }
-#define ICF_FEATURE(Name, key, ...)                               \
-    int Name(const char* buffer, DWORD capacity) {     \
-        return ReadFeature(buffer, capacity, key, {__VA_ARGS__}); \
-    }
+#define ICF_FEATURE(Name, key, ...) \
+    int Name(const char* buffer, DWORD capacity) { return ReadFeature(buffer, capacity, key, {__VA_ARGS__}); }
 #include "setupfiles/setup_icf_accessors.def"
 
 // The oldest section has a key of its own for the path.
@@ -195,7 +194,7 @@ int CSetupIcf::GetString(const char* section, const char* key, char* buffer, int
 }
 
 int CSetupIcf::WriteString(const char* section, const char* key, const char* value) {
-    return WritePrivateProfileStringA(section, key, value, m_sIcfFile);
+    return changing::WritePrivateProfileStringA(section, key, value, m_sIcfFile);
 }
 
 int CSetupIcf::WriteInt(const char* section, const char* key, int value) {

@@ -1,6 +1,7 @@
 // The groups of the system account, and the rights of the group that it gets them from.
 #include <cstring>
 
+#include "changes/changing.h"
 #include "foundation/well_known_sid.h"
 #include "foundation/wide_text.h"
 #include "instalib/system_account.h"
@@ -35,7 +36,8 @@ int OpenPolicy(const WCHAR* server, PolicyHandle& policy) {
         system.Buffer = const_cast<WCHAR*>(server);
     }
     LSA_OBJECT_ATTRIBUTES attributes{};
-    return Check(LsaOpenPolicy(server != nullptr ? &system : nullptr, &attributes, kPolicyAllAccess, policy.Receive()));
+    return Check(changing::LsaOpenPolicy(server != nullptr ? &system : nullptr, &attributes, kPolicyAllAccess,
+                                         policy.Receive()));
 }
 
 int FindSid(const char* server, const CString& account, BYTE (&sid)[SECURITY_MAX_SID_SIZE]) {
@@ -78,7 +80,7 @@ int CSystemAccount::AddMemberToGroup(DWORD rid, const WCHAR* server, PSID member
     if (!wideGroup.Fits()) return 0;
     LOCALGROUP_MEMBERS_INFO_0 info{member};
     const NET_API_STATUS status =
-        NetLocalGroupAddMembers(server, wideGroup.Get(), 0, reinterpret_cast<BYTE*>(&info), 1);
+        changing::NetLocalGroupAddMembers(server, wideGroup.Get(), 0, reinterpret_cast<BYTE*>(&info), 1);
     return status == NERR_Success || status == ERROR_MEMBER_IN_ALIAS ? 1 : FailWith(status);
 }
 
@@ -95,8 +97,8 @@ int CSystemAccount::AddKorvaultUserPrivileges(const WCHAR* server) {
     if (!FindSid(system, CString(domain) + "\\" + group, sid)) return 0;
 
     PolicyHandle account;
-    if (!Check(LsaOpenAccount(policy.Get(), sid, kAccountAllAccess, account.Receive())) ||
-        !Check(LsaSetSystemAccessAccount(account.Get(), kLogonRights))) {
+    if (!Check(changing::LsaOpenAccount(policy.Get(), sid, kAccountAllAccess, account.Receive())) ||
+        !Check(changing::LsaSetSystemAccessAccount(account.Get(), kLogonRights))) {
         return 0;
     }
     // Both are tried; the first failure's error stays.
@@ -113,5 +115,5 @@ int CSystemAccount::AddPrivilege(void* account, const char* server, const char* 
     privileges.Control = PRIVILEGE_SET_ALL_NECESSARY;
     privileges.Privilege[0].Attributes = SE_PRIVILEGE_ENABLED;
     if (!LookupPrivilegeValueA(server, privilege, &privileges.Privilege[0].Luid)) return 0;
-    return Check(LsaAddPrivilegesToAccount(account, &privileges));
+    return Check(changing::LsaAddPrivilegesToAccount(account, &privileges));
 }

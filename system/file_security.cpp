@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "changes/changing.h"
 #include "platform/product_libraries.h"
 #include "system/access_list.h"
 #include "system/privilege.h"
@@ -131,7 +132,7 @@ int AdjustAccessRights(const char* system, const char*, const char*, const char*
         return Report("SetSecurityDescriptorDacl() failed. Error %d\n");
     }
     if (!KeepInheritance(oldDescriptor.Get(), &descriptor)) return 0;
-    if (!SetFileSecurityA(path, DACL_SECURITY_INFORMATION, &descriptor))
+    if (!changing::SetFileSecurityA(path, DACL_SECURITY_INFORMATION, &descriptor))
         return Report("SetFileSecurity() failed. Error %d\n");
     EnablePrivilege(SE_SECURITY_NAME, 0);
     return 1;

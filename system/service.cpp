@@ -1,5 +1,6 @@
 #include "instalib/service.h"
 
+#include "changes/changing.h"
 #include "platform/handles.h"
 #include "system/directory_text.h"
 #include "system/service_handles.h"
@@ -90,9 +91,9 @@ int CService::InstallService(const char* name, const char* displayName, const ch
                              const char* password) {
     const ServiceHandle manager = OpenManager(SC_MANAGER_ALL_ACCESS);
     if (!manager) return 0;
-    const ServiceHandle service(CreateServiceA(manager.Get(), name, displayName, SERVICE_ALL_ACCESS, serviceType,
-                                               startType, SERVICE_ERROR_NORMAL, commandPath,
-                                               GroupFor(serviceType, group), nullptr, dependencies, account, password));
+    const ServiceHandle service(changing::CreateServiceA(
+        manager.Get(), name, displayName, SERVICE_ALL_ACCESS, serviceType, startType, SERVICE_ERROR_NORMAL, commandPath,
+        GroupFor(serviceType, group), nullptr, dependencies, account, password));
     return service || GetLastError() == ERROR_SERVICE_EXISTS;
 }
 
@@ -101,8 +102,9 @@ int CService::ChangeService(const char* name, const char* displayName, const cha
                             const char* password) {
     const OpenedService opened(name, GENERIC_WRITE);
     if (!opened.service) return 0;
-    return ChangeServiceConfigA(opened.service.Get(), serviceType, startType, SERVICE_ERROR_NORMAL, commandPath,
-                                GroupFor(serviceType, group), nullptr, dependencies, account, password, displayName);
+    return changing::ChangeServiceConfigA(opened.service.Get(), serviceType, startType, SERVICE_ERROR_NORMAL,
+                                          commandPath, GroupFor(serviceType, group), nullptr, dependencies, account,
+                                          password, displayName);
 }
 
 int CService::ServiceExists(const char* name) {
@@ -120,12 +122,12 @@ int CService::BackupServiceStatus(const char* keyPath, const char* name) {
     if (!QueryServiceConfigA(opened.service.Get(), config, sizeof buffer, &needed)) return 1;
 
     RegistryKey key;
-    LSTATUS status = RegCreateKeyExA(HKEY_LOCAL_MACHINE, keyPath, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS,
-                                     nullptr, key.Receive(), nullptr);
+    LSTATUS status = changing::RegCreateKeyExA(HKEY_LOCAL_MACHINE, keyPath, 0, nullptr, REG_OPTION_NON_VOLATILE,
+                                               KEY_ALL_ACCESS, nullptr, key.Receive(), nullptr);
     const DWORD startType = config->dwStartType;
     if (status == ERROR_SUCCESS) {
-        status =
-            RegSetValueExA(key.Get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&startType), sizeof startType);
+        status = changing::RegSetValueExA(key.Get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&startType),
+                                          sizeof startType);
     }
     return status == ERROR_SUCCESS ? 1 : FailWith(static_cast<DWORD>(status));
 }

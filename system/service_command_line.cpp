@@ -2,6 +2,7 @@
 #include <cstring>
 #include <string>
 
+#include "changes/changing.h"
 #include "instalib/service.h"
 #include "platform/product_libraries.h"
 
@@ -18,8 +19,8 @@ int RunWithSwitch(const char* path, const char* option) {
     PROCESS_INFORMATION process{};
     // CreateProcess may write into the command line, so it gets a buffer of its own.
     const int length = commandLine.GetLength();
-    const BOOL created = CreateProcessA(nullptr, commandLine.GetBuffer(length), nullptr, nullptr, TRUE,
-                                        DETACHED_PROCESS, nullptr, nullptr, &startup, &process);
+    const BOOL created = changing::CreateProcessA(nullptr, commandLine.GetBuffer(length), nullptr, nullptr, TRUE,
+                                                  DETACHED_PROCESS, nullptr, nullptr, &startup, &process);
     const KernelHandle ownedProcess(process.hProcess);
     const KernelHandle ownedThread(process.hThread);
     return created ? 1 : 0;
@@ -29,10 +30,9 @@ int RunWithSwitch(const char* path, const char* option) {
 int Describe(SC_HANDLE service, const char* text) {
     using ChangeConfig2 = BOOL WINAPI(SC_HANDLE, DWORD, LPVOID);
     const LoadedLibrary library(LoadLibraryA("ADVAPI32.DLL"));
-    const auto change = product::EntryPoint<ChangeConfig2>(library.Get(), "ChangeServiceConfig2A");
-    if (change == nullptr) return 1;
+    if (product::EntryPoint<ChangeConfig2>(library.Get(), "ChangeServiceConfig2A") == nullptr) return 1;
     SERVICE_DESCRIPTIONA description{const_cast<char*>(text)};  // the record is read only
-    return change(service, SERVICE_CONFIG_DESCRIPTION, &description);
+    return changing::ChangeServiceConfig2A(service, SERVICE_CONFIG_DESCRIPTION, &description);
 }
 
 }  // namespace
@@ -46,10 +46,10 @@ int ChangeServiceInfo(SC_HANDLE manager, const char* name, const char* displayNa
     ServiceHandle service;  // declared first: the database is unlocked before the service closes
     const ServiceDatabaseLock lock(LockServiceDatabase(manager));
     if (!lock) return 0;
-    service.Reset(OpenServiceA(manager, name, SERVICE_ALL_ACCESS));
+    service.Reset(changing::OpenServiceA(manager, name, SERVICE_ALL_ACCESS));
     if (!service) return 0;
-    if (!ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, nullptr, nullptr,
-                              nullptr, nullptr, nullptr, nullptr, displayName)) {
+    if (!changing::ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, nullptr,
+                                        nullptr, nullptr, nullptr, nullptr, nullptr, displayName)) {
         return 0;
     }
     return Describe(service.Get(), description) ? 1 : 0;

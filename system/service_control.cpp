@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "changes/changing.h"
 #include "instalib/service.h"
 #include "platform/handles.h"
 #include "system/service_handles.h"
@@ -117,12 +118,13 @@ int CService::StartServiceA(const char* name, int wait) {
     const OpenedService opened(name, SERVICE_ALL_ACCESS);
     if (!opened.service) return 0;
     const SC_HANDLE service = opened.service.Get();
-    if (!::StartServiceA(service, 0, nullptr)) return GetLastError() == ERROR_SERVICE_ALREADY_RUNNING;
+    if (!changing::StartServiceA(service, 0, nullptr)) return GetLastError() == ERROR_SERVICE_ALREADY_RUNNING;
     if (!wait) return 1;
 
     SERVICE_STATUS status{};
     // A service that is still starting may refuse the interrogation; the manager's own record then stands in for it.
-    if (!ControlService(service, SERVICE_CONTROL_INTERROGATE, &status) && !QueryServiceStatus(service, &status))
+    if (!changing::ControlService(service, SERVICE_CONTROL_INTERROGATE, &status) &&
+        !QueryServiceStatus(service, &status))
         return 0;
     AwaitStart(service, status);
     if (status.dwCurrentState == SERVICE_RUNNING || status.dwCurrentState == SERVICE_START_PENDING) return 1;
@@ -137,10 +139,10 @@ int CService::StopService(const char* name, int wait, int stopDependents) {
     if (!QueryServiceStatus(service, &status)) return 0;
     if (status.dwCurrentState == SERVICE_STOPPED || status.dwCurrentState == SERVICE_STOP_PENDING) return 1;
 
-    if (!ControlService(service, SERVICE_CONTROL_STOP, &status)) {
+    if (!changing::ControlService(service, SERVICE_CONTROL_STOP, &status)) {
         if (GetLastError() != ERROR_DEPENDENT_SERVICES_RUNNING || !stopDependents) return 0;
         StopDependentServices(name, wait);
-        if (!ControlService(service, SERVICE_CONTROL_STOP, &status)) return 0;
+        if (!changing::ControlService(service, SERVICE_CONTROL_STOP, &status)) return 0;
     }
     if (wait && !AwaitStop(service, status)) return 0;
     return status.dwCurrentState == SERVICE_STOPPED ? 1 : FailWith(ERROR_SERVICE_REQUEST_TIMEOUT);
@@ -150,7 +152,7 @@ int CService::RemoveService(const char* name) {
     const OpenedService opened(name, SERVICE_ALL_ACCESS);
     if (!opened.service) return opened.manager && GetLastError() == ERROR_SERVICE_DOES_NOT_EXIST;
     StopService(name, 1, 0);
-    return DeleteService(opened.service.Get()) || GetLastError() == ERROR_SERVICE_MARKED_FOR_DELETE;
+    return changing::DeleteService(opened.service.Get()) || GetLastError() == ERROR_SERVICE_MARKED_FOR_DELETE;
 }
 
 int CService::StartDependentServices(const char* name, int wait) {

@@ -2,6 +2,7 @@
 #ifndef INSTALIB_SYSTEM_SERVICE_HANDLES_H
 #define INSTALIB_SYSTEM_SERVICE_HANDLES_H
 
+#include "changes/changing.h"
 #include "platform/handles.h"
 
 inline ServiceHandle OpenManager(DWORD access) { return ServiceHandle(OpenSCManagerA(nullptr, nullptr, access)); }
@@ -10,7 +11,7 @@ inline ServiceHandle OpenManager(DWORD access) { return ServiceHandle(OpenSCMana
 struct OpenedService {
     OpenedService(const char* name, DWORD access, DWORD managerAccess = SC_MANAGER_ALL_ACCESS)
         : manager(OpenManager(managerAccess)) {
-        if (manager) service.Reset(OpenServiceA(manager.Get(), name, access));
+        if (manager) service.Reset(changing::OpenServiceA(manager.Get(), name, access));
     }
 
     ServiceHandle manager;

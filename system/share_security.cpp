@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "changes/changing.h"
 #include "foundation/wide_text.h"
 #include "system/security_object.h"
 
@@ -43,8 +44,8 @@ CShareSecurity::~CShareSecurity() {
 int CShareSecurity::SetShareSecurity(WCHAR* machine) {
     SHARE_INFO_1501 security{};
     security.shi1501_security_descriptor = m_private.Get();
-    const NET_API_STATUS status = NetShareSetInfo(machine, m_share.shi502_netname, kShareDescriptorLevel,
-                                                  reinterpret_cast<BYTE*>(&security), nullptr);
+    const NET_API_STATUS status = changing::NetShareSetInfo(machine, m_share.shi502_netname, kShareDescriptorLevel,
+                                                            reinterpret_cast<BYTE*>(&security), nullptr);
     return status == NERR_Success ? 1 : Fail(status);
 }
 
@@ -60,10 +61,10 @@ int CShareSecurity::CreateShare(const WCHAR* name, const WCHAR* path, const WCHA
     WCHAR* const machine = Machine(server, useServer);
 
     AskForShare(machine, m_share.shi502_netname);
-    NetShareDel(machine, m_share.shi502_netname, 0);
+    changing::NetShareDel(machine, m_share.shi502_netname, 0);
     if (!RefreshSecurity()) return 0;
     // The level 502 record begins as the level 2 one does.
-    const NET_API_STATUS added = NetShareAdd(machine, 2, reinterpret_cast<BYTE*>(&m_share), nullptr);
+    const NET_API_STATUS added = changing::NetShareAdd(machine, 2, reinterpret_cast<BYTE*>(&m_share), nullptr);
     // What decides is that the share is there; one that kept the system's own list gets this one by ApplyToShare.
     if (added == NERR_Success) SetShareSecurity(machine);
     const NET_API_STATUS status = AskForShare(machine, m_share.shi502_netname);

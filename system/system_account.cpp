@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "changes/changing.h"
 #include "foundation/wide_text.h"
 #include "foundation/wipe.h"
 #include "instalib/exception.h"
@@ -30,7 +31,7 @@ int AddUser(const WCHAR* server, const char* userName, const char* password) {
     user.usri2_flags = UF_SCRIPT | UF_NORMAL_ACCOUNT | UF_DONT_EXPIRE_PASSWD;
     user.usri2_acct_expires = kForever;
     user.usri2_max_storage = kForever;
-    const NET_API_STATUS status = NetUserAdd(server, 2, reinterpret_cast<BYTE*>(&user), nullptr);
+    const NET_API_STATUS status = changing::NetUserAdd(server, 2, reinterpret_cast<BYTE*>(&user), nullptr);
     return status == NERR_Success || status == NERR_UserExists ? 1 : FailWith(status);
 }
 
@@ -163,7 +164,7 @@ int CSystemAccount::Exists(const WCHAR* server, const char* userName) {
 int CSystemAccount::Delete(const WCHAR* server, const char* userName) {
     WideText wideUser(userName);
     if (!wideUser.Fits()) return 0;
-    const NET_API_STATUS status = NetUserDel(server, wideUser.Get());
+    const NET_API_STATUS status = changing::NetUserDel(server, wideUser.Get());
     return status == NERR_Success ? 1 : FailWith(status);
 }
 
@@ -179,7 +180,7 @@ int CSystemAccount::Register(const char* computerName, const char* domain, const
     const CString path = CString(drive) + directory + product::kToolLibrary;
     const LoadedLibrary library(LoadLibraryA(path));
     const auto setAccount = product::EntryPoint<product::SetUserAccount>(library.Get(), "HstSetUserAccountA");
-    if (setAccount == nullptr) return 0;
+    if (setAccount == nullptr || !changing::Announce("HSTOOL.DLL, HstSetUserAccountA")) return 0;
 
     char computer[account_limits::kComputer + 1] = "";
     product::UserAccount account{};

@@ -1,6 +1,7 @@
 // What survives of an old product: its branches are saved before it is removed, and merged into the new one's root.
 #include <cstring>
 
+#include "changes/changing.h"
 #include "foundation/upgrade_log.h"
 #include "instalib/upgrade.h"
 #include "registry/family_keys.h"
@@ -19,7 +20,7 @@ void DeleteBKRegValues(const CString& path, Names& values) {
     if (registry::Open(HKEY_LOCAL_MACHINE, path, KEY_ALL_ACCESS, key) == ERROR_SUCCESS) {
         for (int i = 0; i < values.GetSize(); ++i) {
             // An empty piece of the list names no value; the unnamed value stays.
-            if (!values.ElementAt(i).IsEmpty()) RegDeleteValueA(key.Get(), values.ElementAt(i));
+            if (!values.ElementAt(i).IsEmpty()) changing::RegDeleteValueA(key.Get(), values.ElementAt(i));
         }
     }
     WriteUpgradeLog("DeleteBKRegValues() - End");

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "changes/changing.h"
 #include "foundation/upgrade_log.h"
 #include "instalib/array.h"
 #include "registry/registry_access.h"
@@ -105,7 +106,7 @@ void TreeCopy::CopyValues(HKEY source, HKEY target) {
         LSTATUS status = ReadValue(source, index, type, size);
         if (status == ERROR_NO_MORE_ITEMS) break;
         const bool isRead = status == ERROR_SUCCESS;
-        if (isRead) status = RegSetValueExA(target, m_valueName, 0, type, &m_data.ElementAt(0), size);
+        if (isRead) status = changing::RegSetValueExA(target, m_valueName, 0, type, &m_data.ElementAt(0), size);
         if (status != ERROR_SUCCESS) m_whole = false;
         if (!isRead && status != ERROR_MORE_DATA) break;
     }
@@ -167,7 +168,7 @@ bool DeleteSourceKeys(HKEY parent, const char* path) {
     }
     WriteUpgradeLog("DeleteSourceKeys() - End - No more registry keys to enumerate.");
     key.Reset();
-    return RegDeleteKeyA(parent, path) == ERROR_SUCCESS;
+    return changing::RegDeleteKeyA(parent, path) == ERROR_SUCCESS;
 }
 
 }  // namespace upgrade

@@ -1,6 +1,7 @@
 // The removal of the old product by its own uninstaller.
 #include <optional>
 
+#include "changes/changing.h"
 #include "foundation/text.h"
 #include "foundation/upgrade_log.h"
 #include "instalib/upgrade.h"
@@ -65,8 +66,8 @@ bool Start(CString commandLine, const char* directory, KernelHandle& process) {
     startup.dwFlags = STARTF_FORCEONFEEDBACK;
     PROCESS_INFORMATION information{};
     const char* const place = *OrEmpty(directory) == '\0' ? nullptr : directory;
-    if (!CreateProcessA(nullptr, commandLine.GetBuffer(commandLine.GetLength()), nullptr, nullptr, FALSE, 0, nullptr,
-                        place, &startup, &information)) {
+    if (!changing::CreateProcessA(nullptr, commandLine.GetBuffer(commandLine.GetLength()), nullptr, nullptr, FALSE, 0,
+                                  nullptr, place, &startup, &information)) {
         return false;
     }
     const KernelHandle thread(information.hThread);
