@@ -1,6 +1,7 @@
 #include <iostream>
 
 #include "kvsetup/host.h"
+#include "kvsetup/recorded_run.h"
 #include "kvsetup/setup_marks.h"
 #include "kvsetup/setup_run.h"
 #include "kvsetup/stages.h"
@@ -82,8 +83,9 @@ int InstallCommand(const Options& options) {
     }
     const host::SetupLock lock(kPatience);
     RequireHeld(lock);
-    const std::unique_ptr<Session> session = OpenSession(options, false);
     RequireAdministrator();
+    if (!options.resume) records::TakeBackUnfinished(options.json);
+    const std::unique_ptr<Session> session = OpenSession(options, false);
     if (asks) AskSettings(*session);
     CHalvRegistry registry(session->settings, 0, nullptr);
     RequireNoDowngrade(*session, registry);
@@ -93,7 +95,12 @@ int InstallCommand(const Options& options) {
     Confirm(options, *session, "Install now");
     session->Log("Installation of " + session->productId + " from " + session->source);
     StageContext context{*session, registry};
-    const bool succeeded = RunStages(InstallStages(), context, session->settings.IgnoreErrors() != 0, report["stages"]);
+    // Answers that ignore errors want the pieces.
+    const bool keepGoing = session->settings.IgnoreErrors() != 0;
+    RecordedRun run(*session, "install", options.keep || keepGoing, options.resume);
+    const bool succeeded = run.Stages(InstallStages(), context, keepGoing, report["stages"]);
+    if (!succeeded) run.TakeBack(context, report);
+    if (succeeded) run.Complete();
     return Finish(*session, report, succeeded, "Installation");
 }
 
@@ -104,8 +111,9 @@ int UninstallCommand(const Options& options) {
     }
     const host::SetupLock lock(kPatience);
     RequireHeld(lock);
-    const std::unique_ptr<Session> session = OpenSession(options, true);
     RequireAdministrator();
+    records::TakeBackUnfinished(options.json);
+    const std::unique_ptr<Session> session = OpenSession(options, true);
     CHalvRegistry registry(session->settings, 0, nullptr);
     // A mark alone tells of an installation that did not come to its end.
     if (!IsAnythingInstalled(*session, registry)) {
@@ -115,6 +123,9 @@ int UninstallCommand(const Options& options) {
     Confirm(options, *session, "Remove it now");
     session->Log("Removal of " + session->productId);
     StageContext context{*session, registry};
-    const bool succeeded = RunStages(UninstallStages(), context, true, report["stages"]);
+    RecordedRun run(*session, "uninstall", options.keep, false);
+    const bool succeeded = run.Stages(UninstallStages(), context, options.keep, report["stages"]);
+    if (!succeeded) run.TakeBack(context, report);
+    if (succeeded) run.CompleteRemoval();
     return Finish(*session, report, succeeded, "Removal");
 }

@@ -7,6 +7,7 @@
 #include "kvsetup/host.h"
 #include "kvsetup/machine_commands.h"
 #include "kvsetup/options.h"
+#include "kvsetup/record_commands.h"
 
 namespace {
 
@@ -33,6 +34,8 @@ void AddInstall(CLI::App& app, Options& options, Run& run) {
     AddSource(*command, options, true);
     command->add_option("--answers", options.answers, "response file of an unattended setup; nothing is asked then");
     command->add_flag("--express", options.express, "the standard set of components");
+    command->add_flag("--keep", options.keep, "leave what a failed installation has done; nothing is taken back then");
+    command->add_flag("--resume", options.resume, "go on behind the last whole stage of an interrupted installation");
     command->add_option("--host,-r", options.drivingHost, "computer that drives this setup remotely (also -r:NAME)")
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     command->callback([&run] { run = InstallCommand; });
@@ -42,6 +45,7 @@ void AddUninstall(CLI::App& app, Options& options, Run& run) {
     CLI::App* const command = app.add_subcommand("uninstall", "remove the installed product");
     AddSource(*command, options, false);
     command->add_option("--answers", options.answers, "response file that says what is removed");
+    command->add_flag("--keep", options.keep, "leave what a failed removal has done; nothing is taken back then");
     command->callback([&run] { run = UninstallCommand; });
 }
 
@@ -128,6 +132,7 @@ int main(int argc, char** argv) {
     AddUpgrade(app, options, run);
     AddStatus(app, options, run);
     AddServices(app, options, run);
+    AddRecordCommands(app, options, run);
     AddMachineCommands(app, options, run);
     app.require_subcommand(0, 1);
     try {

@@ -16,12 +16,13 @@ struct Options {
     std::string drivingHost;  // empty: a local setup
     bool yes = false;
     bool json = false;
+    bool keep = false;    // a setup that fails leaves what it has done
+    bool resume = false;  // goes on with the setup that was interrupted, or with the backup of an upgrade
     std::string serviceName;
     std::string product;      // the installed product's registration name; empty: the medium's
     std::string target;       // the machine that is asked; empty: this one
     std::string uninstaller;  // a whole command line; empty: the Windows Installer
-    bool resume = false;      // what to do with the backup of an upgrade that did not come to its end
-    bool discard = false;
+    bool discard = false;     // the backup of an upgrade that did not come to its end
     bool acceptLoss = false;             // remove the old product although its backup is not complete
     bool needsMachine = true;            // the command works on the present machine
     std::vector<std::string> arguments;  // the whole command line without the program's name

@@ -4,6 +4,7 @@
 #include "kvsetup/family_services.h"
 #include "kvsetup/host.h"
 #include "kvsetup/options.h"
+#include "kvsetup/record_commands.h"
 
 namespace {
 
@@ -44,6 +45,7 @@ int ForEach(const std::vector<CService>& services, const char* done, Action acti
 }  // namespace
 
 int ServicesListCommand(const Options& options) {
+    WarnAboutUnfinished();
     Json data = Json::array();
     std::vector<std::vector<std::string>> rows;
     for (const CService& service : AllFamilyServices()) {

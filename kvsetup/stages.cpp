@@ -1,8 +1,10 @@
 #include "kvsetup/stages.h"
 
+#include <algorithm>
 #include <iostream>
 
 #include "kvsetup/host.h"
+#include "kvsetup/interruption.h"
 
 namespace {
 
@@ -29,9 +31,16 @@ bool RunStages(const std::vector<Stage>& stages, StageContext& context, bool kee
     }
     bool allSucceeded = true;
     for (std::size_t i = 0; i < chosen.size(); ++i) {
-        std::string note;
+        if (interruption::Requested()) {
+            context.cancelled = true;
+            return false;
+        }
+        const bool before =
+            std::find(context.finished.begin(), context.finished.end(), chosen[i]->title) != context.finished.end();
+        std::string note = before ? "by the run before" : "";
         host::SetLastError(0);
-        const bool succeeded = chosen[i]->run(context, note);
+        const bool marked = before || context.record == nullptr || context.record->Mark(chosen[i]->title);
+        const bool succeeded = before || (marked && chosen[i]->run(context, note));
         const DWORD error = host::LastError();
         const std::string outcome = Outcome(succeeded, error, note);
         context.session.Log(std::string(chosen[i]->title) + ": " + outcome);

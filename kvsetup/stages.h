@@ -5,11 +5,16 @@
 #include <vector>
 
 #include "instalib/registry.h"
+#include "instalib/setup_record.h"
 #include "kvsetup/session.h"
 
 struct StageContext {
     Session& session;
-    CHalvRegistry& registry;  // built from the session's settings, able to write
+    CHalvRegistry& registry;         // built from the session's settings, able to write
+    CSetupRecord* record = nullptr;  // where each stage is marked; null: nothing is on record
+    // Titles of stages that an earlier run has finished: they are not run again.
+    std::vector<std::string> finished = {};
+    bool cancelled = false;  // somebody asked for the end, between two stages
 };
 
 struct Stage {

@@ -5,6 +5,7 @@
 #include "kvsetup/console.h"
 #include "kvsetup/family_services.h"
 #include "kvsetup/options.h"
+#include "kvsetup/record_commands.h"
 #include "kvsetup/session.h"
 
 namespace {
@@ -79,6 +80,7 @@ void PrintGeneration(Json generation) {
 }  // namespace
 
 int StatusCommand(const Options& options) {
+    WarnAboutUnfinished();
     const CInstalledProducts installed;
     Json data{{"generations", Json::array()}, {"alert", DescribeAlert()}, {"services", DescribeServices()}};
     for (int i = 0; i < installed.GetCount(); ++i)

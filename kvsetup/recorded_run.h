@@ -1,0 +1,58 @@
+// Setups on record: where the records stand, the run of one, and what is done with those that were left.
+//
+// The records are "KVSETUP.N.REC" on the drive of Program Files, N from 1 on, the newest with the highest number. The
+// first mark of each says what it is the record of: "install PRODUCT" or "uninstall PRODUCT".
+#ifndef INSTALIB_KVSETUP_RECORDED_RUN_H
+#define INSTALIB_KVSETUP_RECORDED_RUN_H
+
+#include <optional>
+
+#include "kvsetup/stages.h"
+
+namespace records {
+
+struct Found {
+    std::string file;
+    int number = 0;
+    CSetupRecord::State state = CSetupRecord::None;  // None: it cannot be read
+    DWORD error = 0;                                 // then: why
+    std::string what;
+    int changes = 0;
+};
+
+// All of this machine, the oldest first.
+std::vector<Found> All();
+// The one that a crash has left, while no setup is at work.
+std::optional<Found> Unfinished();
+// Before another setup: takes back what a crash has left, and says so. Throws a Failure when that cannot be done.
+void TakeBackUnfinished(bool quiet);
+// Takes the record's changes back and tells what became of each stage, printed or in `report`. The record goes when
+// nothing more can be done with it. False when something is left.
+bool TakeBack(const Found& found, bool quiet, Json& report);
+
+}  // namespace records
+
+class RecordedRun {
+  public:
+    // `kind` is "install" or "uninstall". With `keep` a failure takes nothing back. `resume` goes on with the record
+    // that was left, which must be of the same kind and product. Throws a Failure when there can be no record.
+    RecordedRun(Session& session, const std::string& kind, bool keep, bool resume);
+
+    bool Stages(const std::vector<Stage>& stages, StageContext& context, bool keepGoing, Json& report);
+    // Keeps the record for a later `undo`; one without a change goes.
+    void Complete();
+    // The product is gone, and with it the records of its setups.
+    void CompleteRemoval();
+    // After a failure or a cancellation. A cancellation throws its Failure.
+    void TakeBack(StageContext& context, Json& report);
+
+  private:
+    Session& m_session;
+    std::string m_what;
+    std::string m_file;
+    bool m_keep;
+    CSetupRecord m_record;
+    std::vector<std::string> m_finished;
+};
+
+#endif
