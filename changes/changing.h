@@ -99,6 +99,8 @@ using enum Reports;
 
 // A file that is deleted on record is moved to where it is kept.
 BOOL DeleteFileKeeping(LPCSTR name);
+// The C runtime's calls have a convention of their own on 32-bit Windows; this one has Windows'.
+inline int WINAPI RuntimeRmdir(const char* path) { return ::_rmdir(path); }
 
 }  // namespace door
 
@@ -129,7 +131,7 @@ inline constexpr door::Call<&::ControlService, door::LastError, &door::subjects:
 // Files and directories.
 inline constexpr door::Call<&::CreateDirectoryA, door::LastError, &door::subjects::CreateDirectory> CreateDirectoryA;
 inline constexpr door::Call<&::RemoveDirectoryA, door::LastError, &door::subjects::RemoveDirectory> RemoveDirectoryA;
-inline constexpr door::Call<&::_rmdir, door::Errno, &door::subjects::RemoveDirectory> _rmdir;
+inline constexpr door::Call<&door::RuntimeRmdir, door::Errno, &door::subjects::RemoveDirectory> _rmdir;
 inline BOOL DeleteFileA(LPCSTR name) {
     return door::recording.load(std::memory_order_relaxed) ? door::DeleteFileKeeping(name) : ::DeleteFileA(name);
 }

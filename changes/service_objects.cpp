@@ -46,10 +46,21 @@ std::string WholeList(const char* list) {
     return {list, end};
 }
 
+// A service that was deleted while somebody has it open can be read until that handle closes. A change of nothing
+// tells.
+bool IsGoing(const std::string& name) {
+    const Opened opened(name, SERVICE_CHANGE_CONFIG);
+    return opened.service &&
+           !::ChangeServiceConfigA(opened.service.Get(), SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE,
+                                   nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr) &&
+           GetLastError() == ERROR_SERVICE_MARKED_FOR_DELETE;
+}
+
 DWORD ReadService(const Object& object, State& state) {
     state.clear();
     const Opened opened(object.name, SERVICE_QUERY_CONFIG);
     if (!opened.service) return opened.IsMissing() ? 0 : opened.error;
+    if (IsGoing(object.name)) return 0;
     std::vector<DWORD> buffer, described;
     if (const DWORD error = WithBuffer(buffer, [&](BYTE* bytes, DWORD size, DWORD* needed) {
             return QueryServiceConfigA(opened.service.Get(), reinterpret_cast<LPQUERY_SERVICE_CONFIGA>(bytes), size,

@@ -32,7 +32,13 @@ int Guarded(Body body) noexcept {
     }
 }
 
-DWORD FirstError(const std::vector<changes::Left>& left) { return left.empty() ? 0 : left.front().error; }
+// What others did for the setup is named; nobody can tell whether it is still there.
+DWORD FirstError(const std::vector<changes::Left>& left) {
+    for (const changes::Left& one : left) {
+        if (one.object.kind != Kind::Outside) return one.error;
+    }
+    return 0;
+}
 
 void Describe(const Record& record, const Change& change, const Step& step, tagSETUP_CHANGE& result) {
     result.sKind = RowOf(step.object.kind).name;

@@ -167,7 +167,7 @@ bool RecordedRun::Stages(const std::vector<Stage>& stages, StageContext& context
 }
 
 void RecordedRun::Complete() {
-    if (!m_record.Commit()) {
+    if (!m_record.Commit() && !m_record.Commit()) {
         console::Warn("the record " + m_file + " cannot be completed: " + host::ErrorText(host::LastError()));
         return;
     }

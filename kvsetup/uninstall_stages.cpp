@@ -21,8 +21,11 @@ bool RemovesAlert(StageContext& context) {
 bool IsAgentProduct(StageContext& context) { return context.session.IsAgent(); }
 bool RemovesProduct(StageContext& context) { return IsAgentProduct(context) || RemovesMain(context); }
 bool HasServices(StageContext& context) { return !ChosenServices(context.session.settings).empty(); }
+// Asked before the first stage: the mark goes before the account does.
 bool CreatedAccount(StageContext& context) {
-    return RemovesMain(context) && !marks::Get(marks::kCreatedAccount).empty();
+    if (!RemovesMain(context)) return false;
+    context.account = marks::Get(marks::kCreatedAccount);
+    return !context.account.empty();
 }
 
 bool RemoveServices(StageContext& context, std::string& note) {
@@ -65,11 +68,16 @@ bool Unregister(StageContext& context, std::string& note) {
 }
 
 bool DeleteAccount(StageContext& context, std::string& note) {
-    const std::string user = marks::Get(marks::kCreatedAccount);
+    const std::string user = context.account;
     note = user;
     CSettings& settings = context.session.settings;
     CSystemAccount account(settings.SystemAccountServer(), settings.SystemAccountServer(), user.c_str(), "");
-    return !account.Exists() || account.Delete();
+    if (!account.Exists() || account.Delete()) return true;
+    // Whoever keeps the pieces can still remove it the next time.
+    const DWORD error = host::LastError();
+    marks::Set(marks::kCreatedAccount, user);
+    host::SetLastError(error);
+    return false;
 }
 
 bool RemoveAlertBranch(StageContext& context, std::string&) {
@@ -129,11 +137,12 @@ const std::vector<Stage>& UninstallStages() {
         {"Withdraw the home share", RemovesMain, WithdrawHome},
         {"Leave the installed programs", RemovesMain, LeaveInstalledPrograms},
         {"Unregister the product", RemovesProduct, Unregister},
-        {"Delete the system account", CreatedAccount, DeleteAccount},
         {"Remove the alert component's values", RemovesAlert, RemoveAlertBranch},
         {"Remove the agent's settings", IsAgentProduct, RemoveAgentBranch},
         {"Remove empty directories", Always, RemoveDirectories},
         {"Remove the product's settings", Always, RemoveBranches},
+        // Last: an account is the one thing that cannot be given back.
+        {"Delete the system account", CreatedAccount, DeleteAccount},
     };
     return stages;
 }

@@ -62,8 +62,8 @@ class INSTALIB_API CSetupRecord {
     // The setup is complete. The file stays, so that Recover can take everything back later. While a plan is followed:
     // ChangedSince when not all of it was done.
     int Commit();
-    // Takes everything back and ends the record. Success when nothing is left; else the last error is that of the first
-    // thing left.
+    // Takes everything back and ends the record. Success when nothing is left but what others did ("outside"), which is
+    // named by GetLeft and nothing more; else the last error is that of the first other thing left.
     int Rollback();
     // Goes on behind the last whole stage of a record that a crash ended: what came behind its last mark is taken back,
     // later changes are entered behind it. The stage of the last mark is to be run again.

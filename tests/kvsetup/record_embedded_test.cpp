@@ -1,0 +1,133 @@
+// Whatever call of a setup fails, and wherever it is killed: the machine is as it was before.
+#include <cstdlib>
+#include <fstream>
+
+#include "platform/embedded/control/machine.h"
+#include "platform/embedded/control/registry.h"
+#include "tests/kvsetup/kvsetup_run.h"
+
+namespace fs = std::filesystem;
+namespace control = embedded::control;
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// All calls with INSTALIB_EVERY_CALL set; else a part of them, spread over the whole run.
+constexpr unsigned kStride = 97;
+
+class SetupOnRecord : public KvsetupRun {
+  protected:
+    void SetUp() override {
+        KvsetupRun::SetUp();
+        control::MountDrive('D', Medium());
+    }
+    void TearDown() override {
+        unsetenv("INSTALIB_TEST_FAULT");
+        KvsetupRun::TearDown();
+    }
+    RunResult RunWith(const std::string& fault, const std::string& arguments) {
+        setenv("INSTALIB_TEST_FAULT", fault.c_str(), 1);
+        setenv("LD_PRELOAD", (HostProgramFolder() / "libfault_preload.so").c_str(), 1);
+        // The sanitizer wants to be first; it is in the program all the same.
+        setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 0);
+        const RunResult result = Run(arguments);
+        unsetenv("LD_PRELOAD");
+        unsetenv("INSTALIB_TEST_FAULT");
+        return result;
+    }
+    unsigned CallsOf(const std::string& arguments) {
+        const fs::path file = Scratch() / "count.txt";
+        const RunResult result = RunWith("count " + file.string(), arguments);
+        EXPECT_EQ(result.exitCode, 0) << result.errors;
+        unsigned count = 0;
+        std::ifstream(file) >> count;
+        return count;
+    }
+    // The machine's folder as it is now, and back to it.
+    void Keep() {
+        fs::remove_all(Scratch() / "kept");
+        fs::copy(MachineFolder(), Scratch() / "kept", fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+        std::string problem;
+        ASSERT_TRUE(control::SaveState(MachineFolder(), Scratch() / "state.txt", &problem)) << problem;
+    }
+    Lines Changed() {
+        Lines lines;
+        std::string problem;
+        EXPECT_TRUE(control::Diff(Scratch() / "state.txt", MachineFolder(), &lines, &problem)) << problem;
+        // The log, and the number of an account that is never given out again.
+        std::erase_if(lines, [](const std::string& line) {
+            return line.find("KVSETUP.LOG") != line.npos || line.find("\"NextRid\"") != line.npos;
+        });
+        return lines;
+    }
+    // Once for every n: `fault` at the n-th call of `arguments`; then the machine is as kept, unless the run succeeded.
+    void ForEveryCall(const std::string& fault, const std::string& arguments) {
+        Keep();
+        const unsigned calls = CallsOf(arguments);
+        ASSERT_GT(calls, 500u);
+        const Lines whole = Changed();
+        ASSERT_FALSE(whole.empty());
+        Run("undo --yes");
+        const unsigned step = std::getenv("INSTALIB_EVERY_CALL") != nullptr ? 1 : kStride;
+        unsigned takenBack = 0;
+        for (unsigned n = 1; n <= calls; n += step) {
+            Restore();
+            const RunResult result = RunWith(fault + " " + std::to_string(n), arguments);
+            if (result.exitCode == 0) continue;
+            const RunResult recovered = Run("recover --yes");
+            // Behind the very last change of a removal there is only its end: a deleted account stays deleted.
+            const bool atTheEnd = recovered.output.find("Left: account") != std::string::npos ||
+                                  result.output.find("Delete the system account ") != std::string::npos;
+            if (atTheEnd && n > calls - calls / 4) continue;
+            EXPECT_TRUE(recovered.exitCode == 0 || recovered.exitCode == 6) << recovered.output << recovered.errors;
+            takenBack += recovered.exitCode == 0;
+            // Killed behind the end of an installation: it is complete, and known to be.
+            if (recovered.exitCode == 6 && result.output.find("[10/10] ") != std::string::npos) {
+                EXPECT_EQ(Run("undo --yes").exitCode, 0) << fault << " " << n;
+            }
+            const Lines changed = Changed();
+            EXPECT_THAT(changed, testing::IsEmpty()) << fault << " " << n << "\n"
+                                                     << result.output << result.errors << recovered.output;
+            if (testing::Test::HasFailure() && step != 1) return;
+        }
+        EXPECT_EQ(takenBack > 0, fault == "exit");
+    }
+    void Restore() {
+        fs::remove_all(MachineFolder());
+        fs::copy(Scratch() / "kept", MachineFolder(), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    }
+};
+
+TEST_F(SetupOnRecord, AnInstallationOfWhichACallFailsIsTakenBack) { ForEveryCall("fail", BatchInstall()); }
+TEST_F(SetupOnRecord, AKilledInstallationIsTakenBack) { ForEveryCall("exit", BatchInstall()); }
+TEST_F(SetupOnRecord, ARemovalOfWhichACallFailsIsTakenBack) {
+    ASSERT_EQ(Run(BatchInstall()).exitCode, 0);
+    ForEveryCall("fail", "uninstall --yes " + Source());
+}
+TEST_F(SetupOnRecord, AKilledRemovalIsTakenBack) {
+    ASSERT_EQ(Run(BatchInstall()).exitCode, 0);
+    ForEveryCall("exit", "uninstall --yes " + Source());
+}
+
+TEST_F(SetupOnRecord, AFinishedInstallationIsUndoneAndAnInterruptedOneGoneOnWith) {
+    Keep();
+    ASSERT_EQ(Run(BatchInstall()).exitCode, 0);
+    const RunResult undone = Run("undo --yes");
+    EXPECT_EQ(undone.exitCode, 0) << undone.output << undone.errors;
+    EXPECT_THAT(Changed(), testing::IsEmpty());
+    EXPECT_EQ(Run("undo --yes").exitCode, 6);
+    EXPECT_EQ(Run("recover --yes").exitCode, 6);
+    EXPECT_EQ(Run(BatchInstall() + " --resume").exitCode, 6);
+    const unsigned calls = CallsOf(BatchInstall());
+    ASSERT_EQ(Run("undo --yes").exitCode, 0);
+    RunWith("exit " + std::to_string(calls - calls / 4), BatchInstall());
+    EXPECT_THAT(Run("status").errors, testing::HasSubstr("a setup was interrupted (install "));
+    const RunResult resumed = Run(BatchInstall() + " --resume");
+    EXPECT_EQ(resumed.exitCode, 0) << resumed.output << resumed.errors;
+    EXPECT_THAT(resumed.output, testing::HasSubstr("done (by the run before)"));
+    EXPECT_EQ(Run("undo --yes").exitCode, 0);
+    EXPECT_THAT(Changed(), testing::IsEmpty());
+}
+
+}  // namespace
