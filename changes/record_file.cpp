@@ -13,7 +13,7 @@ constexpr char kMagic[] = "INSTALIB RECORD\r\n";
 constexpr std::size_t kMagicSize = sizeof kMagic - 1;
 constexpr std::size_t kFrameHead = 12;
 constexpr DWORD kLongest = 64u << 20;  // bytes of one frame
-enum : DWORD { kSecret = 1, kUnreadable = 2, kIntended = 4 };
+constexpr DWORD kSecret = 1, kUnreadable = 2, kIntended = 4;
 
 DWORD ReadWhole(HANDLE file, std::string& bytes) {
     char buffer[16384];

@@ -31,8 +31,7 @@ int TakeBack(const records::Found& found, const Options& options) {
     report["succeeded"] = whole;
     if (options.json) console::PrintJson(report);
     if (!whole) throw Failure{kFailed, "not everything could be taken back; what is left is named above"};
-    if (!options.json)
-        std::cout << (report["left"].empty() ? "Everything was taken back.\n" : "Everything else was taken back.\n");
+    if (!options.json) std::cout << "Everything was taken back.\n";
     return kDone;
 }
 

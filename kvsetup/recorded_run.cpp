@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iostream>
 #include <map>
+#include <set>
 
 #include "instalib/computer.h"
 #include "instalib/probes.h"
@@ -47,9 +48,15 @@ std::string Reason(DWORD error) {
 // What became of the stages, the last first, and what is left. The first mark names the setup and is no stage.
 void Tell(const CSetupRecord& record, bool quiet, Json& report) {
     std::map<std::string, int> left;
+    std::set<std::string> outside, told;
     Json objects = Json::array();
     tagSETUP_CHANGE change;
     for (int i = 0; record.GetLeft(i, change); ++i) {
+        // Only what the setup itself has changed can be left; what others did for it is named.
+        if (std::string(change.sKind) == "outside") {
+            outside.insert(static_cast<const char*>(change.sName));
+            continue;
+        }
         ++left[static_cast<const char*>(change.sStage)];
         objects.push_back({{"stage", static_cast<const char*>(change.sStage)},
                            {"object", ObjectText(change)},
@@ -58,6 +65,7 @@ void Tell(const CSetupRecord& record, bool quiet, Json& report) {
     Json stages = Json::array();
     for (int i = record.MarkCount() - 1; i > 0; --i) {
         const std::string title = static_cast<const char*>(record.GetMark(i));
+        if (!told.insert(title).second) continue;  // gone on with: it was begun twice
         const int count = left[title];
         stages.push_back({{"stage", title}, {"left", count}});
         if (quiet) continue;
@@ -67,6 +75,10 @@ void Tell(const CSetupRecord& record, bool quiet, Json& report) {
     }
     report["takenBack"] = stages;
     report["left"] = objects;
+    report["byOthers"] = outside;
+    for (const std::string& what : outside) {
+        if (!quiet) std::cout << "By others, not taken back: " << console::Printable(what) << '\n';
+    }
     for (const Json& object : objects) {
         if (quiet) break;
         std::cout << "Left: " << console::Printable(object["object"].get<std::string>()) << ": "
@@ -191,8 +203,11 @@ void RecordedRun::TakeBack(StageContext& context, Json& report) {
     Tell(m_record, m_session.json, report);
     m_session.Log(whole ? "Everything was taken back" : "Not everything could be taken back");
     if (m_record.GetState() == CSetupRecord::RolledBack) Forget(m_file);
-    if (!context.cancelled) return;
+    report["succeeded"] = false;
+    report["log"] = m_session.log;
     if (m_session.json) console::PrintJson(report);
-    throw Failure{kCancelled,
-                  whole ? "cancelled; everything was taken back" : "cancelled; not everything was taken back"};
+    const std::string outcome =
+        whole ? "everything was taken back" : "not everything could be taken back; what is left is named above";
+    if (context.cancelled) throw Failure{kCancelled, "cancelled; " + outcome};
+    throw Failure{kFailed, m_what + " failed; " + outcome + "; the log is " + m_session.log};
 }

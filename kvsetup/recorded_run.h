@@ -43,7 +43,7 @@ class RecordedRun {
     void Complete();
     // The product is gone, and with it the records of its setups.
     void CompleteRemoval();
-    // After a failure or a cancellation. A cancellation throws its Failure.
+    // After a failure or a cancellation: throws the Failure that says what became of it. With `keep` nothing happens.
     void TakeBack(StageContext& context, Json& report);
 
   private:
