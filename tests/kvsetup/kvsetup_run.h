@@ -35,7 +35,15 @@ class KvsetupRun : public FreshMachine {
     std::string Source() const { return "--source \"" + m_medium.string() + "\""; }
     // The demo's answers, without the system account where the system cannot look new users up.
     std::string Answers() const;
-    std::string BatchInstall() const { return "install " + Source() + " --answers \"" + Answers() + "\""; }
+    std::string BatchInstall() const { return "install " + Source() + " --answers \"" + Answers() + "\"" + Pieces(); }
+    // Where there are no shares an installation never ends well: what it did until then is kept.
+    static std::string Pieces() {
+#ifdef _WIN32
+        return " --keep";
+#else
+        return "";
+#endif
+    }
     void CopyMedium();
     std::filesystem::path Medium() const { return m_medium; }
     std::filesystem::path Scratch() const { return m_scratch; }
