@@ -5,7 +5,6 @@
 #include <thread>
 #include <vector>
 
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 
 namespace {
@@ -57,8 +56,7 @@ TEST_F(LogTest, MemberFormWritesTheTextAsItStands) {
 }
 
 TEST_F(LogTest, FileThatCannotBeOpenedLosesTheLine) {
-    EXPECT_EQ(WriteText("C:\\TEST\\missing\\setup.log", "x"), 0);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_PATH_NOT_FOUND));
+    EXPECT_TRUE(FailsWith(ERROR_PATH_NOT_FOUND, WriteText("C:\\TEST\\missing\\setup.log", "x")));
     EXPECT_FALSE(FileExists("C:\\TEST\\missing"));
     EXPECT_EQ(WriteText("", "x"), 0);
     EXPECT_EQ(WriteText(nullptr, "x"), 0);
@@ -70,8 +68,7 @@ TEST_F(LogTest, RangeThatAnotherWriterHoldsLosesTheLine) {
                                        FILE_ATTRIBUTE_NORMAL, nullptr));
     ASSERT_TRUE(other);
     ASSERT_TRUE(LockFile(other.Get(), 0, 0, 10, 0));
-    EXPECT_EQ(WriteText(kFile, "x"), 0);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_LOCK_VIOLATION));
+    EXPECT_TRUE(FailsWith(ERROR_LOCK_VIOLATION, WriteText(kFile, "x")));
     ASSERT_TRUE(UnlockFile(other.Get(), 0, 0, 10, 0));
     EXPECT_NE(WriteText(kFile, "y"), 0);
     EXPECT_EQ(Messages(ReadBytes(kFile)), std::vector<std::string>{"y"});

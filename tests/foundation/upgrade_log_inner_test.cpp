@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 
 namespace {

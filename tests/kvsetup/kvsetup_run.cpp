@@ -48,7 +48,7 @@ void KvsetupRun::SetUp() {
 #ifdef _WIN32
     m_scratch = fs::path("C:\\TESTSCRATCH");
     for (const char* service : kServiceNames) CService::RemoveService(service);
-    DeleteKeyTree(HKEY_LOCAL_MACHINE, "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\KorvaultNT");
+    DeleteKeyTree("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\KorvaultNT");
     fs::remove_all("C:\\Program Files\\Zephranite");
     for (int number = 1; number < 100; ++number) fs::remove("C:\\KVSETUP." + std::to_string(number) + ".REC");
 #else

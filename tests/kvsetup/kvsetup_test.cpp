@@ -59,7 +59,7 @@ TEST_F(KvsetupRun, InputThatCannotBeUsedIsNamedAndNothingIsDone) {
     const RunResult spoilt = Run(BatchInstall());
     EXPECT_EQ(spoilt.exitCode, 3);
     EXPECT_TRUE(spoilt.SaysInOneLine("--type")) << spoilt.errors;
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kBase));
+    EXPECT_FALSE(KeyExists(kBase));
 }
 
 TEST_F(KvsetupRun, NobodyToAskIsCancelled) {
@@ -84,11 +84,11 @@ TEST_F(KvsetupRun, BatchInstallationWritesWhatTheAnswersSay) {
     EXPECT_EQ(result.output.find("Demo-Pass"), std::string::npos) << "the password is never shown";
     EXPECT_EQ(result.output.find('\x1b'), std::string::npos) << "no colour without a terminal";
     const std::string base = kBase;
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, base + "\\Path", "HOME"), "C:\\Program Files\\Zephranite\\Korvault Backup");
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, base + "\\User", "Org"), "Sample Works");
-    EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, base + "\\Components", "SERVER"), 1);
-    EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, base + "\\Database", "DatabaseType"), 2);
-    const auto record = GetRaw(HKEY_LOCAL_MACHINE, kProducts, "ZephraniteCB");
+    EXPECT_EQ(GetText(base + "\\Path", "HOME"), "C:\\Program Files\\Zephranite\\Korvault Backup");
+    EXPECT_EQ(GetText(base + "\\User", "Org"), "Sample Works");
+    EXPECT_EQ(GetNumber(base + "\\Components", "SERVER"), 1);
+    EXPECT_EQ(GetNumber(base + "\\Database", "DatabaseType"), 2);
+    const auto record = GetRaw(kProducts, "ZephraniteCB");
     ASSERT_TRUE(record);
     EXPECT_EQ(record->data.size(), 49u);
     EXPECT_EQ(record->data[9], 11);  // major version
@@ -103,10 +103,10 @@ TEST_F(KvsetupRun, StatusShowsEveryGenerationAsText) {
     record[9] = 6;  // 6.5
     record[10] = 100;
     record[12] = 0xFE;  // subtype -2
-    SetRaw(HKEY_LOCAL_MACHINE, kProducts, "Mine", REG_BINARY, record);
-    SetRaw(HKEY_LOCAL_MACHINE, "SOFTWARE\\Halvenor\\Products", "Korvault", REG_BINARY, TestBytes(12, 1));
-    SetRaw(HKEY_LOCAL_MACHINE, "SOFTWARE\\Halvenor\\Products", "TooLong", REG_BINARY, TestBytes(50, 1));
-    SetRaw(HKEY_LOCAL_MACHINE, "SOFTWARE\\Orvanex\\Sarvex\\Base\\Path", "HOME", REG_SZ, {'C', ':', '\\', 0xFF, 0x1b});
+    SetRaw(kProducts, "Mine", REG_BINARY, record);
+    SetRaw("SOFTWARE\\Halvenor\\Products", "Korvault", REG_BINARY, TestBytes(12, 1));
+    SetRaw("SOFTWARE\\Halvenor\\Products", "TooLong", REG_BINARY, TestBytes(50, 1));
+    SetRaw("SOFTWARE\\Orvanex\\Sarvex\\Base\\Path", "HOME", REG_SZ, {'C', ':', '\\', 0xFF, 0x1b});
     const nlohmann::json status = RunJson("status --json");
     ASSERT_EQ(status["generations"].size(), 3u) << status.dump(2);
     const nlohmann::json& product = status["generations"][0]["products"][0];
@@ -124,11 +124,11 @@ TEST_F(KvsetupRun, ANewerProductIsNotReplaced) {
     TestBytes record(49);
     record[8] = 0;
     record[9] = 12;
-    SetRaw(HKEY_LOCAL_MACHINE, kProducts, "ZephraniteCB", REG_BINARY, record);
+    SetRaw(kProducts, "ZephraniteCB", REG_BINARY, record);
     const RunResult result = Run(BatchInstall());
     EXPECT_EQ(result.exitCode, 6);
     EXPECT_THAT(result.errors, HasSubstr("version 12.0 build 0 is installed and newer"));
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kBase));
+    EXPECT_FALSE(KeyExists(kBase));
 }
 
 TEST_F(KvsetupRun, AnswersThatAreReadOtherwiseThanMeantAreWarnedAbout) {
@@ -143,11 +143,11 @@ TEST_F(KvsetupRun, AnAgentGetsItsOwnSettings) {
     const RunResult result =
         Run("install " + Source() + " --type 62 --answers \"" + (Scratch() / "agent.icf").string() + "\"");
     EXPECT_EQ(result.exitCode, 0) << result.errors;
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Orvanex\\Zephranite Korvault Backup\\ClientAgent\\Common", "Path"),
+    EXPECT_EQ(GetText("SOFTWARE\\Orvanex\\Zephranite Korvault Backup\\ClientAgent\\Common", "Path"),
               "C:\\AGENTS\\Client");
-    EXPECT_TRUE(GetRaw(HKEY_LOCAL_MACHINE, kProducts, "ClientAgentNT").has_value());
+    EXPECT_TRUE(GetRaw(kProducts, "ClientAgentNT").has_value());
     EXPECT_EQ(Run("uninstall " + Source() + " --type 62 --yes").exitCode, 0);
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, "SOFTWARE\\Orvanex"));
+    EXPECT_FALSE(KeyExists("SOFTWARE\\Orvanex"));
     EXPECT_FALSE(FileExists("C:\\AGENTS\\Client"));
 }
 
@@ -173,7 +173,7 @@ TEST_F(KvsetupRun, RemovalTakesBackTheInstallationAndThenHasNothingToDo) {
     Run(BatchInstall());
     const RunResult removal = Run("uninstall --yes " + Source());
     EXPECT_EQ(removal.exitCode, 0) << removal.output << removal.errors;
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, "SOFTWARE\\Orvanex"));
+    EXPECT_FALSE(KeyExists("SOFTWARE\\Orvanex"));
     EXPECT_FALSE(FileExists("C:\\Program Files\\Zephranite"));
     EXPECT_EQ(Run("uninstall --yes " + Source()).exitCode, 6);
 }

@@ -148,7 +148,7 @@ TEST_F(WholeMachine, TwoInstallationsAtOnceBothSucceed) {
     EXPECT_EQ(first, 0);
     EXPECT_EQ(second, 0);
     EXPECT_EQ(Run("uninstall --yes " + Source()).exitCode, 0);
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, "SOFTWARE\\Orvanex"));
+    EXPECT_FALSE(KeyExists("SOFTWARE\\Orvanex"));
 }
 
 // Killed at some moment, the front end leaves a machine that a further run completes and a removal cleans.

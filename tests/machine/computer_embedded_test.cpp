@@ -4,7 +4,7 @@
 
 #include "instalib/computer.h"
 #include "platform/embedded/control/accounts.h"
-#include "tests/support/fresh_machine.h"
+#include "tests/support/faults.h"
 
 namespace control = embedded::control;
 
@@ -71,22 +71,18 @@ TEST_F(ComputerOfWorldTest, EveryFailedCallLeavesNothingOpenAndOnlyMissingMemory
     ASSERT_TRUE(control::AddTrust("DC", "ABROAD"));
     ASSERT_TRUE(control::JoinDomain("TESTPC", "SALES"));
     CComputer computer;
-    bool fired = true;
-    for (unsigned n = 1; fired && n < 200; ++n) {
+    std::string output;
+    const auto run = [&] {
         ListedLines list;
         testing::internal::CaptureStderr();
         testing::internal::CaptureStdout();
-        control::FailCall(control::CallKind::Any, n, ERROR_ACCESS_DENIED);
         const int result = computer.DisplayTrustedDomains(nullptr, &list);
-        fired = control::FaultFired();
-        const std::string call = control::FaultedCall();
-        control::ClearFault();
-        const std::string output = testing::internal::GetCapturedStdout();
+        output = testing::internal::GetCapturedStdout();
         testing::internal::GetCapturedStderr();
-        EXPECT_EQ(result, output == "HeapAlloc error!\n" ? 13 : 0) << call;
-        EXPECT_EQ(control::OpenReport(), "") << call;
-    }
-    EXPECT_FALSE(fired);
+        return result;
+    };
+    ForEachFault(control::CallKind::Any, ERROR_ACCESS_DENIED, run,
+                 [&](int result, DWORD, const auto&) { EXPECT_EQ(result, output == "HeapAlloc error!\n" ? 13 : 0); });
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include <string>
 
 #include "instalib/computer.h"
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 #ifndef _WIN32
 #include "platform/embedded/control/files.h"

@@ -45,16 +45,16 @@ TEST_F(ComputerTest, UnknownMachineIsNotAnsweredForByTheLocalOne) {
 }
 
 TEST_F(ComputerTest, ServerIsToldByTheProductTypeInAnyCase) {
-    const std::string before = GetText(HKEY_LOCAL_MACHINE, kOptions, "ProductType");
+    const std::string before = GetText(kOptions, "ProductType");
     for (const auto& [type, isServer] :
          {std::pair{"LanmanNT", 1}, {"SERVERNT", 1}, {"WinNT", 0}, {"SERVERNT2", 0}, {"", 0}}) {
-        SetText(HKEY_LOCAL_MACHINE, kOptions, "ProductType", type);
+        SetText(kOptions, "ProductType", type);
         EXPECT_EQ(CComputer::IsServer(""), isServer) << type;
         EXPECT_EQ(CComputer::IsServer("NOSUCHPC"), isServer) << "the local registry stands in; " << type;
     }
-    SetRaw(HKEY_LOCAL_MACHINE, kOptions, "ProductType", REG_SZ, {'S', 'E', 'R', 'V', 'E', 'R', 'N', 'T'});
+    SetRaw(kOptions, "ProductType", REG_SZ, {'S', 'E', 'R', 'V', 'E', 'R', 'N', 'T'});
     EXPECT_EQ(CComputer::IsServer(nullptr), 1) << "without a terminator";
-    if (before != "<none>") SetText(HKEY_LOCAL_MACHINE, kOptions, "ProductType", before);
+    if (before != "<none>") SetText(kOptions, "ProductType", before);
 }
 
 TEST_F(ComputerTest, WindowsVersionIsThisProcessesWhateverTheNameAndJudgedByTheToolLibrary) {

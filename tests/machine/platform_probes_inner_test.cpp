@@ -3,7 +3,6 @@
 #include <cstring>
 #include <string>
 
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 #include "tests/support/pe_image.h"
 #ifndef _WIN32
@@ -24,7 +23,7 @@ class ProbesTest : public FreshMachine {
     }
     void TearDown() override {
         SetEnvironmentVariableA("UPGRADE_INSTALIB", nullptr);
-        DeleteKeyTree(HKEY_LOCAL_MACHINE, kOfficeKey);
+        DeleteKeyTree(kOfficeKey);
         FreshMachine::TearDown();
     }
     static std::string Trace() {
@@ -55,7 +54,7 @@ TEST_F(ProbesTest, LocalMachineIs64BitWhenItHasASecondProgramFilesDirectory) {
               "Is_Local_64Bit_System() - OTHER is not local. Return false.\r\n");
     EXPECT_EQ(IsRemote_64Bit_System(ComputerName().c_str()), 0);
     EXPECT_EQ(IsRemote_64Bit_System("OTHER"), 0);
-    const std::string before = GetText(HKEY_LOCAL_MACHINE, kVersionKey, "ProgramFilesDir (x86)");
+    const std::string before = GetText(kVersionKey, "ProgramFilesDir (x86)");
     RegistryKey key;
     ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kVersionKey, 0, KEY_ALL_ACCESS, key.Receive()), 0);
     RegDeleteValueA(key.Get(), "ProgramFilesDir (x86)");
@@ -63,15 +62,15 @@ TEST_F(ProbesTest, LocalMachineIs64BitWhenItHasASecondProgramFilesDirectory) {
     EXPECT_EQ(Is_Local_64Bit_System(name.c_str()), 0);
     EXPECT_EQ(Trace(),
               "Is_Local_64Bit_System() - " + name + " is local machine but not 64bit machine. Return FALSE.\r\n");
-    SetText(HKEY_LOCAL_MACHINE, kVersionKey, "ProgramFilesDir (x86)", before);
+    SetText(kVersionKey, "ProgramFilesDir (x86)", before);
 }
 
 TEST_F(ProbesTest, SmallBusinessServerIsToldByNameAndVersion) {
     EXPECT_EQ(IsSBS2000(), 0);
-    SetText(HKEY_LOCAL_MACHINE, kOfficeKey, "SuiteName", "sbs");
+    SetText(kOfficeKey, "SuiteName", "sbs");
     EXPECT_EQ(IsSBS2000(), 0);
     for (const auto& [version, isOne] : {std::pair{"2000", 1}, {"2000 SP1", 0}}) {
-        SetText(HKEY_LOCAL_MACHINE, kOfficeKey, "Version", version);
+        SetText(kOfficeKey, "Version", version);
         EXPECT_EQ(IsSBS2000(), isOne) << version;
     }
 }
@@ -85,7 +84,7 @@ TEST_F(ProbesTest, ProgramFilesOfARootComeFromItsRegistryWithTheTerminatorCounte
 
     RegistryKey root;
     const std::string key = std::string("SOFTWARE\\InstalibTest\\") + kVersionKey;
-    SetText(HKEY_LOCAL_MACHINE, key, "ProgramFilesDir", "D:\\Programs");
+    SetText(key, "ProgramFilesDir", "D:\\Programs");
     ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\InstalibTest", 0, KEY_READ, root.Receive()), 0);
     size = sizeof path;
     EXPECT_EQ(KSetGetProgramFilesPath(path, &size, root.Get()), 0u);
@@ -94,7 +93,7 @@ TEST_F(ProbesTest, ProgramFilesOfARootComeFromItsRegistryWithTheTerminatorCounte
     size = 5;
     EXPECT_EQ(KSetGetProgramFilesPath(path, &size, root.Get()), DWORD(ERROR_MORE_DATA));
 
-    SetRaw(HKEY_LOCAL_MACHINE, key, "ProgramFilesDir", REG_SZ, {'D', ':', '\\', 'x'});  // without its terminator
+    SetRaw(key, "ProgramFilesDir", REG_SZ, {'D', ':', '\\', 'x'});  // without its terminator
     std::memset(path, '#', sizeof path);
     size = sizeof path;
     EXPECT_EQ(KSetGetProgramFilesPath(path, &size, root.Get()), 0u);

@@ -1,7 +1,6 @@
 // Removal of branches and keys: what goes, and above all what stays.
 #include <thread>
 
-#include "platform/handles.h"
 #include "tests/registry/registry_fixture.h"
 
 namespace {
@@ -11,7 +10,7 @@ using testing::IsEmpty;
 
 class Branches : public RegistryTest {};
 
-TEST_F(Branches, EmptyingAKeyKeepsTheKeyAndItsValues) {
+TEST_F(Branches, EmptyingKeepsTheKeyItsValuesAndWhatAnEmptyPathNames) {
     for (const char* name : {"\\a\\b\\c", "\\d"}) Make(kScratch + name);
     Put(kScratch, "value", "kept");
     RegistryKey open;  // does not keep its name alive
@@ -19,14 +18,11 @@ TEST_F(Branches, EmptyingAKeyKeepsTheKeyAndItsValues) {
     EXPECT_EQ(Halv::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch.c_str()), 1);
     EXPECT_THAT(List(kScratch), ElementsAre(" value 1 kept"));
     EXPECT_EQ(Halv::DeleteSubKeys(HKEY_LOCAL_MACHINE, (kScratch + "\\missing").c_str()), 1);
-}
-
-TEST_F(Branches, EmptyPathNeverEmptiesTheHandleItself) {
     Make(kScratch + "\\a");
-    RegistryKey open;
-    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kScratch.c_str(), 0, KEY_ALL_ACCESS, open.Receive()), 0);
+    RegistryKey handle;
+    ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kScratch.c_str(), 0, KEY_ALL_ACCESS, handle.Receive()), 0);
     for (const char* path : {static_cast<const char*>(nullptr), "", "\\"})
-        EXPECT_EQ(Halv::DeleteSubKeys(open.Get(), path), 0);
+        EXPECT_EQ(Halv::DeleteSubKeys(handle.Get(), path), 0);
     EXPECT_TRUE(Has(kScratch + "\\a"));
 }
 
@@ -57,16 +53,6 @@ TEST_F(Branches, FamilyRootGoesOnlyWhenEmptyOrEmptiedFirst) {
     Make(kVendor + "\\Neighbour\\Key");
     Halv::DeleteHalvenorBranch(1);
     EXPECT_FALSE(Has(kVendor));
-}
-
-TEST_F(Branches, NamedBranchesGoWithTheirContentsAndNothingElse) {
-    CHalvRegistry object(0, nullptr);
-    for (const char* name : {"\\Base\\Path\\x", "\\Reactivon\\x", "\\Other"}) Make(kRoot + name);
-    Make(kAlert);
-    object.DeleteKorvaultBaseBranch();
-    Halv::DeleteReactivonBranch();
-    object.DeleteAlertBranch();
-    EXPECT_THAT(List(kVendor), ElementsAre("[Zephranite Korvault Backup]", "[Zephranite Korvault Backup\\Other]"));
 }
 
 TEST_F(Branches, UserCopiesGoUnderTheUserAndEveryProfile) {
@@ -103,8 +89,8 @@ TEST_F(Branches, ValuesAreSetInExistingKeysAndFoundBelowTheFormerVendor) {
     BYTE data[8] = {1, 2};
     DWORD type = 0;
     DWORD size = sizeof data;
-    EXPECT_EQ(Halv::SetKorvaultKeyValue("Sub", "v", REG_BINARY, data, 2), 0) << "the key is not created";
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_FILE_NOT_FOUND));
+    EXPECT_TRUE(FailsWith(ERROR_FILE_NOT_FOUND, Halv::SetKorvaultKeyValue("Sub", "v", REG_BINARY, data, 2)))
+        << "the key is not created";
     Halv::AddKorvaultKey("Sub");
     EXPECT_EQ(Halv::SetKorvaultKeyValue("\\Sub", "v", REG_BINARY, data, 2), 1);
     EXPECT_EQ(Halv::QueryKorvaultKeyValue("Sub", "v", &type, data, &size, nullptr), 1);
@@ -112,12 +98,19 @@ TEST_F(Branches, ValuesAreSetInExistingKeysAndFoundBelowTheFormerVendor) {
     EXPECT_EQ(Halv::QueryKorvaultKeyValue("Missing", "v", &type, data, &size, nullptr), 0);
     Halv::AddHalvenorKey("Sub");
     EXPECT_EQ(Halv::SetHalvenorKeyValue("Sub", "v", REG_BINARY, TestBytes(9, 1).data(), 9), 1);
-    SetRaw(HKEY_LOCAL_MACHINE, kFormer + "\\Sub", "v", REG_BINARY, {7, 7, 7});
+    SetRaw(kFormer + "\\Sub", "v", REG_BINARY, {7, 7, 7});
     EXPECT_EQ(Halv::QueryHalvenorKeyValue("Sub", "v", &type, data, &(size = sizeof data), nullptr), 1);
     EXPECT_EQ(size, 3u) << "the first value did not fit; the second gets the whole buffer";
 }
 
-TEST_F(Branches, FormerVendorsRootGoesWithItsLastKey) {
+TEST_F(Branches, NamedBranchesGoAndTheFormerVendorsRootWithItsLastKey) {
+    CHalvRegistry object(0, nullptr);
+    for (const char* name : {"\\Base\\Path\\x", "\\Reactivon\\x", "\\Other"}) Make(kRoot + name);
+    Make(kAlert);
+    object.DeleteKorvaultBaseBranch();
+    Halv::DeleteReactivonBranch();
+    object.DeleteAlertBranch();
+    EXPECT_THAT(List(kVendor), ElementsAre("[Zephranite Korvault Backup]", "[Zephranite Korvault Backup\\Other]"));
     for (const char* name : {"\\A\\B", "\\C"}) Make(kFormer + name);
     Halv::DeleteOldKorvaultKey("\\A");
     EXPECT_THAT(List(kFormer), ElementsAre("[C]"));
@@ -160,10 +153,10 @@ TEST_F(Branches, OldRecordIsKeptForTheUpgradeAndDroppedAfterIt) {
     CHalvRegistry object(settings, 0, nullptr);
     object.CreateOldProdDscrpt();
     EXPECT_FALSE(Has(kept));
-    PlantRecord(HKEY_LOCAL_MACHINE, kFormer + "\\Products", settings.Product(), Record(0x0605, 3));
+    PlantRecord(kFormer + "\\Products", settings.Product(), Record(0x0605, 3));
     object.CreateOldProdDscrpt();
-    ASSERT_TRUE(GetRaw(HKEY_LOCAL_MACHINE, kept, settings.Product()));
-    EXPECT_EQ(GetRaw(HKEY_LOCAL_MACHINE, kept, settings.Product())->data, BytesOf(Record(0x0605, 3)));
+    ASSERT_TRUE(GetRaw(kept, settings.Product()));
+    EXPECT_EQ(GetRaw(kept, settings.Product())->data, BytesOf(Record(0x0605, 3)));
     Put(kept, "other", "value");
     object.DeleteOldProdDscrpt();
     EXPECT_THAT(List(kept), ElementsAre(" other 1 value"));

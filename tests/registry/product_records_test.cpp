@@ -19,7 +19,7 @@ class ProductRecords : public RegistryTest {
 };
 
 struct Places {
-    const char* title;
+    const char* name;
     int (*find)(tagProductStruct*);
     std::vector<std::pair<std::string, const char*>> places;  // key and value name, in the order of search
 };
@@ -32,11 +32,11 @@ TEST_P(RecordPlaces, FirstFittingRecordOfAllGenerationsIsFound) {
         const auto& [key, name] = places[i];
         tagProductStruct found{};
         EXPECT_EQ(find(&found), i + 1 < places.size()) << key;
-        SetRaw(HKEY_LOCAL_MACHINE, key, name, REG_BINARY, TestBytes(50, 1));
+        SetRaw(key, name, REG_BINARY, TestBytes(50, 1));
         EXPECT_EQ(find(&found), i + 1 < places.size()) << key;
-        SetRaw(HKEY_LOCAL_MACHINE, key, name, REG_SZ, {'x', 0});
+        SetRaw(key, name, REG_SZ, {'x', 0});
         EXPECT_EQ(find(&found), i + 1 < places.size()) << key;
-        PlantRecord(HKEY_LOCAL_MACHINE, key, name, Record(0x0606, WORD(100 + i)));
+        PlantRecord(key, name, Record(0x0606, WORD(100 + i)));
         EXPECT_EQ(find(&found), 1);
         EXPECT_EQ(BytesOf(found), BytesOf(Record(0x0606, WORD(100 + i)))) << key;
     }
@@ -59,13 +59,13 @@ INSTANTIATE_TEST_SUITE_P(, RecordPlaces, testing::Values(
     Places{"Main", kFindMain,
            {{kProducts, "ZephraniteCB"}, {kIT, "Korvault"}, {kFormerProducts, "Korvault"},
             {kFormerProducts, "Omnigrid125Backup"}, {kSarvex, "ZephraniteEB"}, {kEnterprise, "ZephraniteEB"},
-            {kView32 + "\\Products", "ZephraniteCB"}}}), kTitle);
+            {kView32 + "\\Products", "ZephraniteCB"}}}), kCaseName);
 // clang-format on
 
-TEST_F(ProductRecords, RegisteringStoresThe49BytesUnchanged) {
+TEST_F(ProductRecords, RecordIsStoredUnchangedAndAShorterOneFillsItsOwnLength) {
     tagProductStruct record = Record(0x0B05, 9);
     EXPECT_EQ(Halv::RegisterProduct("X", &record) + Halv::RegisterProduct_QMC("Q", &record), 2);
-    const auto stored = GetRaw(HKEY_LOCAL_MACHINE, kProducts, "X");
+    const auto stored = GetRaw(kProducts, "X");
     ASSERT_TRUE(stored);
     EXPECT_EQ(stored->type, REG_BINARY);
     EXPECT_EQ(stored->data, BytesOf(record));
@@ -74,20 +74,16 @@ TEST_F(ProductRecords, RegisteringStoresThe49BytesUnchanged) {
     EXPECT_EQ(object.IsProductInstalled_QMC("Q", nullptr), 1);
     EXPECT_EQ(object.GetVersionNumber_QMC("Q") + object.GetBuildNumber_QMC("Q"), 0x0B05 + 9);
     EXPECT_EQ(object.IsProductInstalled("Q"), 0) << "the management centre keeps its own list";
-}
-
-TEST_F(ProductRecords, ShorterRecordFillsItsOwnLengthAndAFailureNothing) {
-    CHalvRegistry object(0, nullptr);
     tagProductStruct found{};
     found.dwUserLevel = 5;
-    SetRaw(HKEY_LOCAL_MACHINE, kProducts, "Short", REG_BINARY, {1, 2, 3, 4, 0, 0, 0, 0, 6, 6});
+    SetRaw(kProducts, "Short", REG_BINARY, {1, 2, 3, 4, 0, 0, 0, 0, 6, 6});
     EXPECT_EQ(object.GetProductInfo("Short", &found, kNoKey), 1);
     EXPECT_EQ(object.GetProductInfo("Missing", &found, kNoKey) + object.GetProductInfo("Short", nullptr, kNoKey), 0);
     EXPECT_EQ(found.dwProductCode, 0x04030201u);
     EXPECT_EQ(found.wVersion, 0x0606);
     EXPECT_EQ(found.dwUserLevel, 5u);
-    PlantRecord(HKEY_LOCAL_MACHINE, kView32 + "\\Products", "X", Record(0x0606, 1));
-    EXPECT_EQ(object.IsProductInstalled("X"), 0) << "the local machine's 32-bit view is not searched";
+    PlantRecord(kView32 + "\\Products", "View", Record(0x0606, 1));
+    EXPECT_EQ(object.IsProductInstalled("View"), 0) << "the local machine's 32-bit view is not searched";
 }
 
 TEST_F(ProductRecords, GettersKeepTheLastValueWhenTheRecordIsGone) {
@@ -116,7 +112,7 @@ TEST_F(ProductRecords, ProductsKeyGoesWithItsLastRecord) {
     Register("X", 0x0606, 1);
     Register("Y", 0x0606, 1);
     Halv::UnregisterProduct("X");
-    EXPECT_TRUE(GetRaw(HKEY_LOCAL_MACHINE, kProducts, "Y"));
+    EXPECT_TRUE(GetRaw(kProducts, "Y"));
     Halv::UnregisterProduct("Y");
     EXPECT_FALSE(Has(kProducts));
     EXPECT_TRUE(Has(kRoot));
@@ -133,10 +129,10 @@ TEST_F(ProductRecords, RecordOlderThanTheNewProductIsKept) {
                                           {0x0700, "\\OVOldProducts"},
                                           {0x0701, ""},
                                           {0x0800, ""}}) {
-        PlantRecord(HKEY_LOCAL_MACHINE, kFormer + "\\Products", "X", Record(WORD(installed), 3));
+        PlantRecord(kFormer + "\\Products", "X", Record(WORD(installed), 3));
         EXPECT_EQ(object.SavePerviousRegisterProduct("X", 7, 1), *kept != '\0') << installed;
         EXPECT_EQ(Has(kFormer + "\\Products"), *kept == '\0') << installed;
-        const auto saved = GetRaw(HKEY_LOCAL_MACHINE, kRoot + kept, "X");
+        const auto saved = GetRaw(kRoot + kept, "X");
         EXPECT_EQ(saved ? saved->data : TestBytes(), *kept != '\0' ? BytesOf(Record(WORD(installed), 3)) : TestBytes());
     }
 }
@@ -178,7 +174,7 @@ TEST_F(ProductRecords, ListOfProductsNamesTheProductUnlessItsSubtypeIs0Or1) {
 
 TEST_F(ProductRecords, ComponentIsInstalledWhereTheFirstGenerationThatHasItSaysOne) {
     const auto with = [](const std::string& base, DWORD number) {
-        SetNumber(HKEY_LOCAL_MACHINE, base + "\\Components", "SERVER", number);
+        SetNumber(base + "\\Components", "SERVER", number);
         return Halv::IsKorvaultComponentInstalled("SERVER", nullptr);
     };
     EXPECT_EQ(with(kFormer + "\\Korvault\\CurrentVersion", 1), 0) << "the former vendor's keys are not asked";
@@ -186,7 +182,7 @@ TEST_F(ProductRecords, ComponentIsInstalledWhereTheFirstGenerationThatHasItSaysO
     EXPECT_EQ(with(kVendor + "\\Zephranite Enterprise Backup\\Base", 2), 0);
     EXPECT_EQ(with(kVendor + "\\Sarvex\\Base", 1), 1);
     EXPECT_EQ(with(kVendor + "\\KorvaultIT\\Base", 0), 0);
-    SetRaw(HKEY_LOCAL_MACHINE, kBase + "\\Components", "SERVER", REG_SZ, {'1', 0});
+    SetRaw(kBase + "\\Components", "SERVER", REG_SZ, {'1', 0});
     EXPECT_EQ(with(kVendor + "\\KorvaultIT\\Base", 1), 0) << "a value of another type is there and is not 1";
 }
 
@@ -194,7 +190,7 @@ TEST_F(ProductRecords, EachComponentQueryAsksForItsOwnValue) {
     const char* const names[] = {"SERVER", "MANAGER", "ADMIN", "SPONSOR", "CPM", "DRWIZ", "SANWIZ"};
     for (std::size_t i = 0; i < std::size(names); ++i) {
         Remove(kBase);
-        SetNumber(HKEY_LOCAL_MACHINE, kBase + "\\Components", names[i], 1);
+        SetNumber(kBase + "\\Components", names[i], 1);
         CHalvRegistry object(0, nullptr);
         const auto answers = [](auto... query) { return std::vector<int>{query...}; };
         std::vector<int> expected(std::size(names));
@@ -223,7 +219,7 @@ TEST_F(ProductRecords, SponsorFeatureIsAnEntryOfTheInstalledPrograms) {
     Remove(entry);
 }
 
-TEST_F(ProductRecords, NeighbouringProductIsAnAltFileBesideOurs) {
+TEST_F(ProductRecords, NeighbourIsAnAltFileAndAlertsBuildTheNumberAtTheTextsStart) {
     char windows[MAX_PATH] = "";
     GetWindowsDirectoryA(windows, sizeof windows);
     for (const auto& [name, exists] : {std::pair{"\\Korvault.alt", 0}, {"\\OTHER.ALT", 1}}) {
@@ -231,9 +227,6 @@ TEST_F(ProductRecords, NeighbouringProductIsAnAltFileBesideOurs) {
         EXPECT_EQ(Halv::PhagrixExists(nullptr), exists);
     }
     for (const char* name : {"\\Korvault.alt", "\\OTHER.ALT"}) DeleteFileA((std::string(windows) + name).c_str());
-}
-
-TEST_F(ProductRecords, AlertBuildIsTheNumberAtTheTextsStart) {
     WORD build = 7;
     EXPECT_EQ(Halv::GetAlertBuildNumber(&build, nullptr) + build, 0);
     Put(kFormerAlert, "CurrentBuildNumber", "123 beta");

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "platform/handles.h"
-
 namespace {
 
 std::string Content(DWORD type, const BYTE* data, DWORD size) {

@@ -26,9 +26,6 @@ inline const std::string kWindows = "SOFTWARE\\Microsoft\\Windows\\CurrentVersio
 inline const std::string kProfile = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-1-2-3-1000";
 inline const std::string kClsid = "{e72925c0-b105-11cf-906f-0080d8001326}";
 
-// Names the cases of a table by their rows' title.
-inline constexpr auto kTitle = [](const auto& info) { return std::string(info.param.title); };
-
 struct OpenRegistry : CHalvRegistry {
     using CHalvRegistry::CHalvRegistry;
     using CHalvRegistry::m_cNamedSubType;
@@ -49,18 +46,19 @@ class RegistryTest : public FreshMachine {
     static CSettings ServerSettings(LONG productType = 133, int copyOnlyMode = 0);
     static tagProductStruct Record(WORD version, WORD build);
     static void PlantRecord(HKEY root, const std::string& key, const char* name, const tagProductStruct& record);
+    static void PlantRecord(const std::string& key, const char* name, const tagProductStruct& record) {
+        PlantRecord(HKEY_LOCAL_MACHINE, key, name, record);
+    }
     static TestBytes BytesOf(const tagProductStruct& record);
     // Everything below a key, one line a key ("[path]") or value ("path name type text", "?" behind a text without its
     // terminator), paths relative to the key; the values of a key sorted.
     static Lines List(const std::string& key, HKEY root = HKEY_LOCAL_MACHINE);
 
-    static void Put(const std::string& key, const char* name, std::string_view text) {
-        SetText(HKEY_LOCAL_MACHINE, key, name, text);
-    }
-    static std::string Get(const std::string& key, const char* name) { return GetText(HKEY_LOCAL_MACHINE, key, name); }
-    static void Make(const std::string& key) { MakeKey(HKEY_LOCAL_MACHINE, key); }
-    static bool Has(const std::string& key) { return KeyExists(HKEY_LOCAL_MACHINE, key); }
-    static void Remove(const std::string& key) { DeleteKeyTree(HKEY_LOCAL_MACHINE, key); }
+    static void Put(const std::string& key, const char* name, std::string_view text) { SetText(key, name, text); }
+    static std::string Get(const std::string& key, const char* name) { return GetText(key, name); }
+    static void Make(const std::string& key) { MakeKey(key); }
+    static bool Has(const std::string& key) { return KeyExists(key); }
+    static void Remove(const std::string& key) { DeleteKeyTree(key); }
 };
 
 #endif

@@ -37,16 +37,9 @@ INSTANTIATE_TEST_SUITE_P(, RootSelection,
                                          Tool{"FULL", kVendor.c_str(), "SOFTWARE\\" + kFull,
                                               "SOFTWARE\\" + kFull + "\\Base", kFull},
                                          Tool{"EMPTY", kVendor.c_str(), kRoot, kBase, "Zephranite Korvault Backup"}),
-                         kTitle);
+                         kCaseName);
 
 class RegistryObject : public RegistryTest {};
-
-TEST_F(RegistryObject, StaticOperationChoosesTheRootsWhenNoObjectHasYet) {
-    for (CString* name : {&Halv::m_sHalvenorKey, &Halv::m_sKorvaultKey, &Halv::m_sKorvaultBaseKey, &Halv::m_sAgentKey})
-        name->Empty();
-    EXPECT_EQ(Halv::SetAgentHomeDir("C:\\G"), 1);
-    EXPECT_EQ(Get(kRoot + "\\ClientAgent\\Common", "Path"), "C:\\G");
-}
 
 TEST_F(RegistryObject, ProductIdComesFromTheBrandOnlyForObjectsThatRead) {
     CSettings settings = ServerSettings();
@@ -61,7 +54,11 @@ TEST_F(RegistryObject, ProductIdComesFromTheBrandOnlyForObjectsThatRead) {
     EXPECT_STREQ(Halv::GetZephraniteProdName(), "ZephraniteEB");
 }
 
-TEST_F(RegistryObject, OwnNameInAnyCaseAndNoNameAreTheLocalMachine) {
+TEST_F(RegistryObject, StaticOperationChoosesTheRootsAndNoNameIsTheLocalMachine) {
+    for (CString* name : {&Halv::m_sHalvenorKey, &Halv::m_sKorvaultKey, &Halv::m_sKorvaultBaseKey, &Halv::m_sAgentKey})
+        name->Empty();
+    EXPECT_EQ(Halv::SetAgentHomeDir("C:\\G"), 1);
+    EXPECT_EQ(Get(kRoot + "\\ClientAgent\\Common", "Path"), "C:\\G");
     std::string name = ComputerName();
     for (char& character : name) character = static_cast<char>(std::tolower(character));
     for (char* machine : {name.data(), static_cast<char*>(nullptr), const_cast<char*>("")}) {
@@ -77,8 +74,7 @@ TEST_F(RegistryObject, AccessWordDecidesWhoWrites) {
     OpenRegistry reader(0, nullptr);
     OpenRegistry writer(settings, 0, nullptr);
     EXPECT_EQ(reader.m_dwAccess, 0u);
-    EXPECT_EQ(reader.SetKorvaultCompany(), 0);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_ACCESS_DENIED));
+    EXPECT_TRUE(FailsWith(ERROR_ACCESS_DENIED, reader.SetKorvaultCompany()));
     EXPECT_EQ(writer.m_dwAccess, 0x20006u);
     EXPECT_EQ(writer.Write(), 1);
     EXPECT_EQ(reader.Read() + writer.Read(), 2);

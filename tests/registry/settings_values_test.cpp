@@ -36,21 +36,8 @@ TEST_F(SettingsValues, EachWriterStoresItsOneValueTextWithItsTerminator) {
     // clang-format on
     for (const auto& [flag, type] : {std::pair{7, 2}, {0, 1}}) {
         EXPECT_EQ(Halv::SetKorvaultDatabase(flag), 1);
-        EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kBase + "\\Database", "DatabaseType"), type);
+        EXPECT_EQ(GetNumber(kBase + "\\Database", "DatabaseType"), type);
     }
-}
-
-TEST_F(SettingsValues, NullTextOrNameIsRefusedAndChangesNothing) {
-    Put(kEnvironment, "", "unnamed");
-    Put(kProducts, "", "unnamed");
-    tagProductStruct record{};
-    EXPECT_EQ(Halv::SetKorvaultHomeDir(nullptr) + Halv::SetEnvironmentVariableA(nullptr, "x") +
-                  Halv::DeleteEnvironmentVariable(nullptr) + Halv::RegisterProduct(nullptr, &record),
-              0);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_PARAMETER));
-    Halv::UnregisterProduct(nullptr);
-    EXPECT_EQ(Get(kEnvironment, "") + Get(kProducts, ""), "unnamedunnamed");
-    Halv::DeleteEnvironmentVariable("");
 }
 
 using Setter = int (CHalvRegistry::*)();
@@ -67,12 +54,21 @@ constexpr Setter kProductSetters[] = {
     &H::DeleteKorvaultShellExtension};
 // clang-format on
 
-TEST_F(SettingsValues, SettingsDrivenSettersRefuseAnObjectThatMayNotWrite) {
+TEST_F(SettingsValues, ObjectThatMayNotWriteAndNullTextsChangeNothing) {
     CHalvRegistry reader(0, nullptr);
     for (const auto set : kAlertSetters) EXPECT_EQ((reader.*set)(), 0);
     for (const auto set : kProductSetters) EXPECT_EQ((reader.*set)(), 0);
     EXPECT_FALSE(Has(kVendor));
     EXPECT_EQ(Get(kEnvironment, "CATPATH") + Get(kEnvironment, "LNNAME"), "<none><none>");
+    Put(kEnvironment, "", "unnamed");
+    Put(kProducts, "", "unnamed");
+    tagProductStruct record{};
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_PARAMETER,
+                          Halv::SetKorvaultHomeDir(nullptr) + Halv::SetEnvironmentVariableA(nullptr, "x") +
+                              Halv::DeleteEnvironmentVariable(nullptr) + Halv::RegisterProduct(nullptr, &record)));
+    Halv::UnregisterProduct(nullptr);
+    EXPECT_EQ(Get(kEnvironment, "") + Get(kProducts, ""), "unnamedunnamed");
+    Halv::DeleteEnvironmentVariable("");
 }
 
 // The other settings-driven setters are the steps of the whole product.
@@ -88,7 +84,7 @@ TEST_F(SettingsValues, AlertServiceAndAgentAreDescribedByTheSettingsAndTheirFile
     PlaceLibrary("ALERTVER.DLL", folder + "\\");
     for (const auto set : kAlertSetters) EXPECT_EQ((object.*set)(), 1);
     EXPECT_THAT(Get(kAlert, "CurrentBuild"), testing::SizeIs(testing::Ge(8u)));
-    EXPECT_NEAR(double(GetNumber(HKEY_LOCAL_MACHINE, kAlert, "InstallDate")), double(std::time(nullptr)), 100);
+    EXPECT_NEAR(double(GetNumber(kAlert, "InstallDate")), double(std::time(nullptr)), 100);
     EXPECT_EQ(Get(kAlert, "CurrentBuildNumber") + Get(kAlert, "RegisteredOwner"), "1234User");
     EXPECT_EQ(Get(kAlert, "RegisteredOrganization"), "Company");
     char windows[MAX_PATH] = "";
@@ -137,8 +133,7 @@ TEST_F(SettingsValues, EnvironmentIsWrittenForTheMachineAndReadForTheUser) {
     EXPECT_EQ(Halv::GetEnvironmentVariableA("InstalibTest", buffer, &size), 1);
     EXPECT_EQ(buffer + std::to_string(size), "mine5");
     EXPECT_EQ(Halv::DeleteEnvironmentVariable("CATPATH"), 1);
-    EXPECT_EQ(Halv::DeleteEnvironmentVariable("CATPATH"), 0);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_FILE_NOT_FOUND));
+    EXPECT_TRUE(FailsWith(ERROR_FILE_NOT_FOUND, Halv::DeleteEnvironmentVariable("CATPATH")));
 }
 
 struct Reader {
@@ -198,19 +193,19 @@ TEST_P(Readers, FirstPlaceThatHoldsAFittingTextWins) {
     }
     if (reader.keys.size() > 1) {
         Put(reader.keys[0], reader.name, "too long for the buffer");
-        SetRaw(HKEY_LOCAL_MACHINE, reader.keys[1], reader.name, REG_DWORD, {'a', 0, 0, 0});
+        SetRaw(reader.keys[1], reader.name, REG_DWORD, {'a', 0, 0, 0});
         EXPECT_EQ(Read(), reader.keys.size() > 2 ? "at2" : "") << "the buffer's whole size counts again for each place";
     }
     for (const std::string& key : reader.keys) Remove(key);
     EXPECT_EQ(Read(), "");
     EXPECT_STREQ((object.*reader.cached)(), "at0") << "the cache keeps the last text";
-    SetRaw(HKEY_LOCAL_MACHINE, reader.keys[0], reader.name, REG_SZ, {'1', '2', '3', '4', '5', '6', '7'});
+    SetRaw(reader.keys[0], reader.name, REG_SZ, {'1', '2', '3', '4', '5', '6', '7'});
     EXPECT_EQ(Read(), "1234567") << "stored without a terminator";
     EXPECT_EQ(Read(7), "") << "no room for the terminator";
     DWORD size = 7;
     EXPECT_EQ(reader.read(nullptr, &size, nullptr) + reader.read(reinterpret_cast<char*>(&size), nullptr, nullptr), 0);
 }
-INSTANTIATE_TEST_SUITE_P(, Readers, testing::ValuesIn(kReaders), kTitle);
+INSTANTIATE_TEST_SUITE_P(, Readers, testing::ValuesIn(kReaders), kCaseName);
 
 TEST_F(SettingsValues, FormerVendorsUserCountsOnlyWithoutAUserKeyOfOurs) {
     char buffer[64] = "";

@@ -32,7 +32,7 @@ TEST_F(WindowsEntries, AgentIsAnnouncedOnceUnderTheNumberAboveAll) {
 
 TEST_F(WindowsEntries, OverlongEntriesOfOthersNeitherEndTheWalkNorLoseTheirNumber) {
     Announce("7", std::string(400, 'x'));
-    SetRaw(HKEY_LOCAL_MACHINE, kSnmpAgents, "2", REG_SZ, TestBytes(256, 'y'));
+    SetRaw(kSnmpAgents, "2", REG_SZ, TestBytes(256, 'y'));
     Announce("1", "A");
     EXPECT_EQ(Halv::SetSNMPRegistry("A") + Halv::SetSNMPRegistry("B"), 2);
     EXPECT_EQ(Get(kSnmpAgents, "8"), "B");
@@ -46,8 +46,7 @@ TEST_F(WindowsEntries, WithdrawingTakesEveryNumberOfTheAgent) {
     EXPECT_EQ(Halv::DeleteSNMPRegistry("A"), 1) << "not announced";
     Remove(kSnmpAgents);
     EXPECT_EQ(Halv::DeleteSNMPRegistry("A"), 1) << "no list";
-    EXPECT_EQ(Halv::SetSNMPRegistry("A"), 0) << "no list to enter";
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_FILE_NOT_FOUND));
+    EXPECT_TRUE(FailsWith(ERROR_FILE_NOT_FOUND, Halv::SetSNMPRegistry("A"))) << "no list to enter";
 }
 
 TEST_F(WindowsEntries, ProductsAgentReplacesTheFormerVendors) {
@@ -65,16 +64,16 @@ TEST_F(WindowsEntries, SharedLibraryIsCountedUpAndDown) {
     const char* const path = "C:\\TEST\\x.dll";
     const auto up = [&](int keep) {
         EXPECT_EQ(Halv::IncrementSharedDLLCount(path, keep), 1);
-        return GetNumber(HKEY_LOCAL_MACHINE, kSharedDlls, path);
+        return GetNumber(kSharedDlls, path);
     };
     EXPECT_EQ(Halv::DecrementSharedDLLCount(path), 0u);
     EXPECT_EQ(up(1), 1);
     EXPECT_EQ(up(0), 2);
     EXPECT_EQ(up(1), 2);
     EXPECT_EQ(Halv::DecrementSharedDLLCount(path), 1u);
-    EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kSharedDlls, path), 1);
+    EXPECT_EQ(GetNumber(kSharedDlls, path), 1);
     EXPECT_EQ(Halv::DecrementSharedDLLCount(path), 0u);
-    EXPECT_FALSE(GetRaw(HKEY_LOCAL_MACHINE, kSharedDlls, path));
+    EXPECT_FALSE(GetRaw(kSharedDlls, path));
     EXPECT_EQ(up(0), 1);
     Put(kSharedDlls, path, "many");
     EXPECT_EQ(Halv::IncrementSharedDLLCount(path, 0), 0) << "a count that cannot be read is not started over";
@@ -106,7 +105,7 @@ TEST_P(ShellExtension, EntriesAreThoseOfTheServerAndTheScriptType) {
                     "[shellex\\IconHandler]", "shellex\\IconHandler  1 " + kClsid, "[shellex\\PropertySheetHandlers]",
                     "[shellex\\" + sheets + "]", "shellex\\" + sheets + "  1 "));
     Halv::DeleteKorvaultShellExtension("");
-    EXPECT_FALSE(GetRaw(HKEY_LOCAL_MACHINE, approved, kClsid.c_str()));
+    EXPECT_FALSE(GetRaw(approved, kClsid.c_str()));
     for (const std::string& handler : handlers) EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, handler)) << handler;
     EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, "CLSID\\" + kClsid) ||
                  KeyExists(HKEY_CLASSES_ROOT, "KorvaultScriptFile"));

@@ -3,8 +3,8 @@
 
 #include "platform/embedded/control/machine.h"
 #include "platform/embedded/control/system.h"
-#include "platform/handles.h"
 #include "tests/setupfiles/setup_files_fixture.h"
+#include "tests/support/faults.h"
 
 namespace control = embedded::control;
 
@@ -46,7 +46,7 @@ TEST_F(InitializationOfAMachine, MissingProgramFilesFallsBackToTheFirstHardDrive
     const std::string key = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion";
     control::HideModule("SHFOLDER.DLL");
     DeleteFileA("C:\\WINDOWS\\SYSTEM32\\SHFOLDER.DLL");
-    SetText(HKEY_LOCAL_MACHINE, key, "ProgramFilesDir", "\\");  // is no directory either
+    SetText(key, "ProgramFilesDir", "\\");  // is no directory either
     EXPECT_STREQ(Initialized().AlertPath(), "C:\\ALERT\\");
     RegistryKey open;
     ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, key.c_str(), 0, KEY_ALL_ACCESS, open.Receive()), 0);
@@ -63,16 +63,8 @@ TEST_F(InitializationOfAMachine, TrailByteIsNoBackslashOfAnAnsweredPath) {
 
 TEST_F(InitializationOfAMachine, EveryFailingCallLeavesNothingOpen) {
     WriteBytes("C:\\SETUP\\SETUP.INF", "[Setup]\r\nProdSubType=1\r\n");
-    for (unsigned n = 1; n < 10000; ++n) {
-        control::FailCall(control::CallKind::Any, n, ERROR_ACCESS_DENIED);
-        Initialized();
-        const bool fired = control::FaultFired();
-        SCOPED_TRACE(control::FaultedCall());
-        control::ClearFault();
-        ASSERT_EQ(control::OpenReport(), "");
-        if (!fired) return;
-    }
-    FAIL() << "the initialisation never ran to its end";
+    ForEachFault(
+        control::CallKind::Any, ERROR_ACCESS_DENIED, [] { return Initialized(), 1; }, [](int, DWORD, const auto&) {});
 }
 
 }  // namespace

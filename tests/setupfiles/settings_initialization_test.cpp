@@ -17,8 +17,8 @@ class Initialization : public SetupFiles {
     void SetUp() override {
         SetupFiles::SetUp();
         const std::string windows = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
-        SetText(HKEY_LOCAL_MACHINE, windows, "RegisteredOwner", "Owner");
-        SetText(HKEY_LOCAL_MACHINE, windows, "RegisteredOrganization", "Works");
+        SetText(windows, "RegisteredOwner", "Owner");
+        SetText(windows, "RegisteredOrganization", "Works");
         m_info.productType = 133;
         Fill(m_info.sourcePath, Folder() + "\\");
     }
@@ -47,8 +47,7 @@ class Initialization : public SetupFiles {
         record.wVersion = version;
         record.cSubType = subType;
         const auto* bytes = reinterpret_cast<const BYTE*>(&record);
-        SetRaw(HKEY_LOCAL_MACHINE, kFamily + "\\Products", "Product133", REG_BINARY,
-               TestBytes(bytes, bytes + sizeof record));
+        SetRaw(kFamily + "\\Products", "Product133", REG_BINARY, TestBytes(bytes, bytes + sizeof record));
     }
 
     tagSETUP_INFO m_info{};
@@ -88,9 +87,9 @@ TEST_F(Initialization, FreshMachineHasNothingAndGetsTheDefaultPaths) {
 }
 
 TEST_F(Initialization, InstalledServerIsFound) {
-    SetText(HKEY_LOCAL_MACHINE, kPaths, "HOME", Folder());
-    SetText(HKEY_LOCAL_MACHINE, kPaths, "DATABASE", Folder() + "\\DB");
-    SetText(HKEY_LOCAL_MACHINE, kAlert + "\\Path", "HOME", "C:\\A");
+    SetText(kPaths, "HOME", Folder());
+    SetText(kPaths, "DATABASE", Folder() + "\\DB");
+    SetText(kAlert + "\\Path", "HOME", "C:\\A");
     WriteBytes(Folder() + "\\DB\\OTHER.DBD", "x");
     EXPECT_EQ(Initialized().DBExists(), 0);  // no file of the product
     WriteBytes(Folder() + "\\DB\\KVCAT.DBD", "x");
@@ -113,10 +112,10 @@ TEST_F(Initialization, AlertOfTheMediumMayBeOlder) {
     PlaceLibrary("SETUPFILES_ALERTVER.DLL", ProgramFolder() + "ALERTVER.DLL");  // build 200
     for (const LONG type : {133, 105}) {
         m_info.productType = type;
-        SetText(HKEY_LOCAL_MACHINE, kAlert, "CurrentBuildNumber", "201");
+        SetText(kAlert, "CurrentBuildNumber", "201");
         EXPECT_EQ(Initialized().NewAlertExists(), 1);
         EXPECT_EQ(Initialized(1).NewAlertExists(), 0);  // not asked when removing
-        SetText(HKEY_LOCAL_MACHINE, kAlert, "CurrentBuildNumber", "200");
+        SetText(kAlert, "CurrentBuildNumber", "200");
         EXPECT_EQ(Initialized().NewAlertExists(), 0);
     }
     DeleteFileA((ProgramFolder() + "ALERTVER.DLL").c_str());
@@ -186,14 +185,14 @@ TEST_F(Initialization, OutsideABatchOnlyTheLastComponentOfAnsweredPathsIsTaken) 
     CSettings s = Initialized();
     EXPECT_EQ(Joined(s.KorvaultPath(), s.AlertPath(), s.RegisteredUser(), s.CustomSetup()),
               "C:\\Program Files\\Prod\\|C:\\Program Files\\Alarm\\|Owner|0|");
-    SetText(HKEY_LOCAL_MACHINE, kPaths, "HOME", "E:\\There");
+    SetText(kPaths, "HOME", "E:\\There");
     EXPECT_STREQ(Initialized().KorvaultPath(), "E:\\There\\");
 }
 
 TEST_F(Initialization, BatchTakesEverythingFromTheAnswers) {
     m_info.batchOperation = 1;
     Medium("[Components]\r\nDataMigration=1\r\nOGTFrameWork=1\r\n");
-    SetText(HKEY_LOCAL_MACHINE, kPaths, "HOME", "E:\\There");
+    SetText(kPaths, "HOME", "E:\\There");
     Answers(
         "[Base]\r\nProductPath=D:\\Old\\Prod\r\nSeverFeature=0\r\nAdminFeature=0\r\nAVFeature=0\r\nSQL=1\r\n"
         "SystemDomainName=DOM\r\nSystemUserName=backup\r\n[SystemAccount]\r\nSystemPassword=secret\r\n"
@@ -217,7 +216,7 @@ TEST_F(Initialization, BatchTakesEverythingFromTheAnswers) {
 
 TEST_F(Initialization, BatchWithoutAnswersHasTheFilesDefaults) {
     m_info.batchOperation = 1;
-    SetText(HKEY_LOCAL_MACHINE, kPaths, "HOME", "E:\\There");
+    SetText(kPaths, "HOME", "E:\\There");
     std::string rubbish;
     for (int i = 0; i < 70000; ++i) rubbish += char((i * 7919 + i / 256) & 0xff);
     for (const std::string& content : {std::string(), rubbish}) {
@@ -241,7 +240,7 @@ TEST_F(Initialization, AgentIsFoundOrTakesItsPathFromTheAnswersOrTheDefault) {
     }
     Answers("[ClientAgent]\r\nAgentPath=D:\\Old\\Agent\\\r\n");
     EXPECT_EQ(ask(), "0||C:\\Program Files\\Agent\\|");
-    SetText(HKEY_LOCAL_MACHINE, kFamily + "\\ClientAgent\\Common", "Path", "C:\\Agent");
+    SetText(kFamily + "\\ClientAgent\\Common", "Path", "C:\\Agent");
     EXPECT_EQ(ask(), "1|C:\\Agent\\|C:\\Agent\\|");
     m_info.batchOperation = 1;
     EXPECT_EQ(ask(), "1|C:\\Agent\\|D:\\Old\\Agent\\|");

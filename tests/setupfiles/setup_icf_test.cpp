@@ -23,8 +23,6 @@ class SetupIcf : public SetupFiles {
     static void PlaceScrambling() { PlaceLibrary("SETUPFILES_KVDCEN.DLL", Folder() + "\\KVDCEN.DLL"); }
 };
 
-// --- Texts ---------------------------------------------------------------------------------------------------------
-
 struct Text {
     std::string name;
     const char* (CSetupIcf::*get)();
@@ -36,7 +34,8 @@ struct Text {
 };
 
 // One row a name; those of a family name what differs.
-#define ROW(Name, ...) {#Name, &CSetupIcf::Name, &CSetupIcf::Name, __VA_ARGS__}
+#define ROW(Name, ...) \
+    { #Name, &CSetupIcf::Name, &CSetupIcf::Name, __VA_ARGS__ }
 #define AGENT(Name, section) ROW(Name, "AgentPath", "", 260, {section})
 #define QMC(Name, key, fallback, capacity) ROW(Name, key, fallback, capacity, {"QMC"})
 #define HOST(Name, key) ROW(Name, key, "", 48, {"MVSConfig"})
@@ -44,28 +43,47 @@ const std::vector<Text> kTexts = {
     ROW(FullName, "FullName", "", 256, {"UserInfo"}),
     ROW(CompanyName, "CompanyName", "", 256, {"UserInfo"}),
     ROW(ClientAgentPath, "AgentPath", "", 260, {"InstallPath", "ClientAgent"}),
-    AGENT(DBAOraPath, "DBAORA"), AGENT(DBASqlPath, "DBASQL"), AGENT(DBAExchPath, "DBAEXCH"),
-    AGENT(DBANotePath, "DBANOTE"), AGENT(DBAInfoPath, "DBAINFO"), AGENT(DBASybasePath, "DBASYBASE"),
-    AGENT(DBAIngresPath, "DBAINGRES"), AGENT(DBASapSqlPath, "DBASAPSQL"), AGENT(DBASapOraPath, "DBASAPORA"),
+    AGENT(DBAOraPath, "DBAORA"),
+    AGENT(DBASqlPath, "DBASQL"),
+    AGENT(DBAExchPath, "DBAEXCH"),
+    AGENT(DBANotePath, "DBANOTE"),
+    AGENT(DBAInfoPath, "DBAINFO"),
+    AGENT(DBASybasePath, "DBASYBASE"),
+    AGENT(DBAIngresPath, "DBAINGRES"),
+    AGENT(DBASapSqlPath, "DBASAPSQL"),
+    AGENT(DBASapOraPath, "DBASAPORA"),
     AGENT(SPAgentPath, "SPAgent"),
     ROW(MDBPath, "MDBPath", "", 260, {"MDB"}),
-    QMC(QuorlenaPath, "QuorlenaPath", "", 260), QMC(QuorlenaJBossPath, "JBossPath", "", 260),
-    QMC(QuorlenaPort, "JNPPORT", "1099", 260), QMC(QuorlenaRMIPort, "RMIPORT", "1098", 260),
-    QMC(QuorlenaJRMPPort, "JRMPPORT", "4444", 260), QMC(QuorlenaGOSSIPPort, "GOSSIPPORT", "5555", 260),
-    QMC(QuorlenaTomcatPort, "TOMCATPORT", "8080", 260), QMC(QuorlenaHost, "Host", "", 260),
-    QMC(DatabaseLoc, "DATABASELOC", "", 260), QMC(CheckLoc, "DATABASECHECKPOINTLOC", "", 260),
-    QMC(JourLoc, "DATABASEJOURNALLOC", "", 260), QMC(DumpLoc, "DATABASEDUMPLOC", "", 260),
-    QMC(WorkLoc, "DATABASEWORKLOC", "", 260), QMC(LocalMDB, "LOCALMDB", "YES", 48),
-    QMC(MDBHost, "MDBHOST", "", 48), QMC(MDBPassword, "MDBPASSWORD", "", 48),
-    QMC(MDBDatabase, "MDBDATABASE", "", 48), QMC(MDBUser, "MDBUSER", "qmcadmin", 48),
-    QMC(MDBID, "MDBID", "QM", 48), QMC(LocaleDLV, "LOCALEDLV", "YES", 48),
-    QMC(RemoteMDBeDLV, "REMOTEMDBEDLV", "NO", 48), QMC(eDLVPass, "EDLVPASS", "", 48),
+    QMC(QuorlenaPath, "QuorlenaPath", "", 260),
+    QMC(QuorlenaJBossPath, "JBossPath", "", 260),
+    QMC(QuorlenaPort, "JNPPORT", "1099", 260),
+    QMC(QuorlenaRMIPort, "RMIPORT", "1098", 260),
+    QMC(QuorlenaJRMPPort, "JRMPPORT", "4444", 260),
+    QMC(QuorlenaGOSSIPPort, "GOSSIPPORT", "5555", 260),
+    QMC(QuorlenaTomcatPort, "TOMCATPORT", "8080", 260),
+    QMC(QuorlenaHost, "Host", "", 260),
+    QMC(DatabaseLoc, "DATABASELOC", "", 260),
+    QMC(CheckLoc, "DATABASECHECKPOINTLOC", "", 260),
+    QMC(JourLoc, "DATABASEJOURNALLOC", "", 260),
+    QMC(DumpLoc, "DATABASEDUMPLOC", "", 260),
+    QMC(WorkLoc, "DATABASEWORKLOC", "", 260),
+    QMC(LocalMDB, "LOCALMDB", "YES", 48),
+    QMC(MDBHost, "MDBHOST", "", 48),
+    QMC(MDBPassword, "MDBPASSWORD", "", 48),
+    QMC(MDBDatabase, "MDBDATABASE", "", 48),
+    QMC(MDBUser, "MDBUSER", "qmcadmin", 48),
+    QMC(MDBID, "MDBID", "QM", 48),
+    QMC(LocaleDLV, "LOCALEDLV", "YES", 48),
+    QMC(RemoteMDBeDLV, "REMOTEMDBEDLV", "NO", 48),
+    QMC(eDLVPass, "EDLVPASS", "", 48),
     QMC(eDLVRemoteHost, "EDLVREMOTEHOST", "", 260),
     ROW(SystemAccountDomain, "SystemDomainName", "", 48, {"System Account", "SystemAccount", "Base"}),
     ROW(SystemAccountServer, "SystemServerName", "", 48, {"Base"}),
     ROW(SystemAccountUser, "SystemUserName", "", 48, {"System Account", "SystemAccount", "Base"}),
-    HOST(SiteName, "SITENAME"), HOST(SystemID, "SYSTEMID"),
-    HOST(LocalLUAlias, "LOCALLUALIAS"), HOST(PartnerLUAlias, "PARTNERLUALIAS"),
+    HOST(SiteName, "SITENAME"),
+    HOST(SystemID, "SYSTEMID"),
+    HOST(LocalLUAlias, "LOCALLUALIAS"),
+    HOST(PartnerLUAlias, "PARTNERLUALIAS"),
     ROW(KVDomainName, "ZephraniteDomainName", "", 48, {"ZephraniteDomain", "Base"}),
     ROW(PriKVDomainName, "PrimaryServerName", "", 48, {"ZephraniteDomain", "Base"}),
     ROW(SecKVDomainName, "SecondaryServerName", "", 48, {"ZephraniteDomain", "Base"}),
@@ -104,9 +122,7 @@ TEST_P(SetupIcfText, SetterRecordsInItsOwnSectionAloneAndLongTextIsCut) {
     for (const std::string& name : text.sections) EXPECT_EQ(Recorded(name, text.key) == "<none>", name != last);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, SetupIcfText, testing::ValuesIn(kTexts), [](const auto& row) { return row.param.name; });
-
-// --- Flags ---------------------------------------------------------------------------------------------------------
+INSTANTIATE_TEST_SUITE_P(All, SetupIcfText, testing::ValuesIn(kTexts), kCaseName);
 
 struct Flag {
     std::string name;
@@ -160,9 +176,7 @@ TEST_P(SetupIcfFlag, EverySectionMustAgreeAndTheLastIsWritten) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, SetupIcfFlag, testing::ValuesIn(kFlags), [](const auto& row) { return row.param.name; });
-
-// --- Rules of their own --------------------------------------------------------------------------------------------
+INSTANTIATE_TEST_SUITE_P(All, SetupIcfFlag, testing::ValuesIn(kFlags), kCaseName);
 
 TEST_F(SetupIcf, RawFeatureQueryAnswersTheTextOfTheFirstSectionThatHasOne) {
     const struct {
@@ -226,21 +240,6 @@ TEST_F(SetupIcf, AgentPathsShareOneBuffer) {
     EXPECT_EQ(Recorded("ClientAgent", "AgentPath"), "agent");
 }
 
-TEST_F(SetupIcf, NumbersOfTheirOwn) {
-    EXPECT_EQ(Open("").SQLDB(), 0);
-    EXPECT_EQ(Open(Entry("DatabaseOption", "SQL", "0") + Entry("Base", "SQL", "1")).SQLDB(), 1);
-    EXPECT_EQ(Open(Entry("DatabaseOption", "SQL", "1") + Entry("Base", "SQL", "0")).SQLDB(), 1);
-    EXPECT_EQ(Open("").SQLDB(3), 1);
-    EXPECT_EQ(Recorded("Base", "SQL"), "1");
-    CSetupIcf framework = Open(Entry("Install", "OGTFrameWork", "1"));  // never answered, never written
-    EXPECT_EQ(framework.InstallOGT(1) + framework.InstallOGT(), 0);
-    for (const auto& [value, subType] : {std::pair{"0", 0}, {"4", 4}, {"5", -1}, {"-2", -1}}) {
-        EXPECT_EQ(Open(Entry("Install", "ProdSubType", value)).GetProductSubType(), subType);
-    }
-    EXPECT_EQ(Open("").GetProductSubType(), -1);
-    EXPECT_EQ(CSetupIcf().GetProductSubType(), -1);
-}
-
 TEST_F(SetupIcf, AnyEntryCanBeReadAndWritten) {
     CSetupIcf icf = Open(Entry("Mine", "long", std::string(64 * 1024, 'x')));
     EXPECT_EQ(icf.WriteString("Mine", "text", "some text"), 1);
@@ -294,15 +293,25 @@ TEST_F(SetupIcf, OnlyTheFileBesideTheProgramBecomesWritable) {
     SetFileAttributesA(AnswersFile().c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
-TEST_F(SetupIcf, DefaultsHaveAccessors) {
+TEST_F(SetupIcf, NumbersAndDefaultsOfTheirOwn) {
+    EXPECT_EQ(Open("").SQLDB(), 0);
+    EXPECT_EQ(Open(Entry("DatabaseOption", "SQL", "0") + Entry("Base", "SQL", "1")).SQLDB(), 1);
+    EXPECT_EQ(Open(Entry("DatabaseOption", "SQL", "1") + Entry("Base", "SQL", "0")).SQLDB(), 1);
+    EXPECT_EQ(Open("").SQLDB(3), 1);
+    EXPECT_EQ(Recorded("Base", "SQL"), "1");
+    CSetupIcf framework = Open(Entry("Install", "OGTFrameWork", "1"));  // never answered, never written
+    EXPECT_EQ(framework.InstallOGT(1) + framework.InstallOGT(), 0);
+    for (const auto& [value, subType] : {std::pair{"0", 0}, {"4", 4}, {"5", -1}, {"-2", -1}}) {
+        EXPECT_EQ(Open(Entry("Install", "ProdSubType", value)).GetProductSubType(), subType);
+    }
+    EXPECT_EQ(Open("").GetProductSubType(), -1);
+    EXPECT_EQ(CSetupIcf().GetProductSubType(), -1);
     using Icf = CSetupIcf;
     EXPECT_EQ(Joined(Icf::DefaultICFFileName(), Icf::DefaultAlertPath(), Icf::DefaultLocalMDB(), Icf::DefaultMDBUser(),
                      Icf::DefaultMDBID(), Icf::DefaultLocaleDLV(), Icf::DefaultRemoteMDBeDLV(),
                      Icf::DefaultQuorlenaPort(), Icf::DefaultQuorlenaTomcatPort(), Icf::DefaultKorvaultPath()),
               "SETUP.ICF|C:\\ALERT|YES|qmcadmin|QM|YES|NO|1099|8080||");
 }
-
-// --- Passwords -----------------------------------------------------------------------------------------------------
 
 TEST_F(SetupIcf, PasswordIsScrambledInTheFileAndComesBack) {
     PlaceScrambling();

@@ -4,8 +4,6 @@
 #include <iterator>
 #include <random>
 
-#include "platform/handles.h"
-
 #ifndef _WIN32
 #include "platform/embedded/control/machine.h"
 namespace control = embedded::control;

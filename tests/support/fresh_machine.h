@@ -13,10 +13,31 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/handles.h"
 #include "platform/platform.h"
 
 // "SECTION" texts and registry data of tests, zero bytes included.
 using TestBytes = std::vector<BYTE>;
+
+// Names the cases of a table by their rows.
+inline constexpr auto kCaseName = [](const auto& tested) {
+    if constexpr (requires { tested.param.title; })
+        return std::string(tested.param.title);
+    else if constexpr (requires { tested.param.name; })
+        return std::string(tested.param.name);
+    else
+        return std::string(tested.param.what);
+};
+
+// Whether a call has failed (answered 0, FALSE or nothing) and left this last error.
+template <class Result>
+testing::AssertionResult FailsWith(DWORD error, const Result& result) {
+    const DWORD left = GetLastError();
+    SetLastError(0xdeadbeef);  // no later call can pass for failing with this one's error
+    if (!result && left == error) return testing::AssertionSuccess();
+    return testing::AssertionFailure() << (result ? "succeeds" : "fails") << ", last error " << left << ", not "
+                                       << error;
+}
 
 class FreshMachine : public testing::Test {
   protected:
@@ -56,6 +77,19 @@ class FreshMachine : public testing::Test {
     static long long GetNumber(HKEY root, const std::string& key, const char* name);
     static bool KeyExists(HKEY root, const std::string& key);
     static void DeleteKeyTree(HKEY root, const std::string& key);
+    // The same of the local machine.
+    using Key = const std::string&;
+    static void SetText(Key key, const char* name, std::string_view text) { SetText(kMachine, key, name, text); }
+    static void SetNumber(Key key, const char* name, DWORD number) { SetNumber(kMachine, key, name, number); }
+    static void SetRaw(Key key, const char* name, DWORD type, const TestBytes& data) {
+        SetRaw(kMachine, key, name, type, data);
+    }
+    static void MakeKey(Key key) { MakeKey(kMachine, key); }
+    static std::optional<Raw> GetRaw(Key key, const char* name) { return GetRaw(kMachine, key, name); }
+    static std::string GetText(Key key, const char* name) { return GetText(kMachine, key, name); }
+    static long long GetNumber(Key key, const char* name) { return GetNumber(kMachine, key, name); }
+    static bool KeyExists(Key key) { return KeyExists(kMachine, key); }
+    static void DeleteKeyTree(Key key) { DeleteKeyTree(kMachine, key); }
 
     static std::string ComputerName();
 
@@ -67,6 +101,7 @@ class FreshMachine : public testing::Test {
 #endif
 
   private:
+    static inline const HKEY kMachine = HKEY_LOCAL_MACHINE;
     std::filesystem::path m_world;
     std::filesystem::path m_machine;
     std::filesystem::path m_hostDirectory;

@@ -5,8 +5,7 @@
 #include "platform/embedded/control/accounts.h"
 #include "platform/embedded/control/machine.h"
 #include "platform/embedded/control/security.h"
-#include "platform/handles.h"
-#include "tests/support/fresh_machine.h"
+#include "tests/support/faults.h"
 
 namespace control = embedded::control;
 
@@ -33,8 +32,7 @@ class UserOfAMachine : public FreshMachine {
 TEST_F(UserOfAMachine, StandardUserIsNoAdministrator) {
     AddUser("clerk");
     ASSERT_TRUE(control::SetCurrentUser("clerk"));
-    EXPECT_EQ(CCurrentUser::IsAdministrator(), 0);
-    EXPECT_EQ(GetLastError(), 0u);  // the check was made; it denied
+    EXPECT_TRUE(FailsWith(0u, CCurrentUser::IsAdministrator()));  // the check was made; it denied
     EXPECT_FALSE(Impersonates());
     EXPECT_STREQ(CCurrentUser().GetUser(), "clerk");
 }
@@ -46,33 +44,24 @@ TEST_F(UserOfAMachine, GroupThatOnlyDeniesMakesNoAdministrator) {
 }
 
 TEST_F(UserOfAMachine, FailingCallAnswersNoRevertsAndLeavesNothingOpen) {
-    for (const bool persistent : {false, true}) {
-        for (unsigned n = 1;; ++n) {
-            ASSERT_LT(n, 1000u) << "the check never ran to its end";
-            control::FailCall(control::CallKind::Security, n, ERROR_NOT_SUPPORTED, persistent);
-            const int result = CCurrentUser::IsAdministrator();
-            const DWORD error = GetLastError();
-            const bool fired = control::FaultFired();
-            const std::string call = control::FaultedCall();
-            control::ClearFault();
-            SCOPED_TRACE(call);
-            EXPECT_EQ(control::OpenReport(), "");
-            if (!fired) {
-                EXPECT_EQ(result, 1);
-                break;
-            }
-            if (call != "RevertToSelf") {
-                EXPECT_FALSE(Impersonates());
-            }
-            RevertToSelf();
-            // A call that gives back has done its work when it reports the failure, and the mapping cannot fail.
-            if (result == 1) {
-                EXPECT_THAT(
-                    call, testing::AnyOf("RevertToSelf", "FreeSid", "DestroyPrivateObjectSecurity", "MapGenericMask"));
-            } else {
-                EXPECT_EQ(error, DWORD(ERROR_NOT_SUPPORTED));
-            }
+    const auto check = [](int result, DWORD error, const std::string& call) {
+        if (call.empty()) {
+            EXPECT_EQ(result, 1);
+            return;
         }
+        EXPECT_TRUE(call == "RevertToSelf" || !Impersonates());
+        RevertToSelf();
+        // A call that gives back has done its work when it reports the failure, and the mapping cannot fail.
+        if (result == 1) {
+            EXPECT_THAT(call,
+                        testing::AnyOf("RevertToSelf", "FreeSid", "DestroyPrivateObjectSecurity", "MapGenericMask"));
+        } else {
+            EXPECT_EQ(error, DWORD(ERROR_NOT_SUPPORTED));
+        }
+    };
+    for (const bool persistent : {false, true}) {
+        ForEachFault(control::CallKind::Security, ERROR_NOT_SUPPORTED, &CCurrentUser::IsAdministrator, check,
+                     persistent);
     }
 }
 

@@ -33,11 +33,9 @@ TEST_F(CurrentUser, LengthsCountTheTerminatorForTheUserOnly) {
 TEST_F(CurrentUser, NameThatDoesNotFitFailsWithTheSizeNeeded) {
     char name[] = "canary";
     DWORD size = 1;
-    EXPECT_EQ(CCurrentUser::GetUser(name, &size), 0);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
+    EXPECT_TRUE(FailsWith(ERROR_INSUFFICIENT_BUFFER, CCurrentUser::GetUser(name, &size)));
     size = 1;
-    EXPECT_EQ(CCurrentUser::GetDomain(name, &size), 0);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
+    EXPECT_TRUE(FailsWith(ERROR_INSUFFICIENT_BUFFER, CCurrentUser::GetDomain(name, &size)));
     EXPECT_EQ(size, ComputerName().size() + 1);
     EXPECT_STREQ(name + 1, "anary");
 }
@@ -54,8 +52,7 @@ TEST_F(CurrentUser, NothingToWriteIntoIsRefused) {
 TEST_F(CurrentUser, AdministratorIsOneAndTheThreadRevertsToTheProcess) {
     EXPECT_EQ(CCurrentUser::IsAdministrator(), 1);
     HANDLE token = nullptr;
-    EXPECT_FALSE(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, &token));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_NO_TOKEN));
+    EXPECT_TRUE(FailsWith(ERROR_NO_TOKEN, OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, &token)));
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 // call.
 #include "instalib/file_security.h"
 
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 #include "tests/support/sddl.h"
 

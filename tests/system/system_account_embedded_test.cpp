@@ -2,9 +2,8 @@
 #include "instalib/system_account.h"
 
 #include "platform/embedded/control/accounts.h"
-#include "platform/handles.h"
 #include "platform/lsa_accounts.h"
-#include "tests/support/fresh_machine.h"
+#include "tests/support/faults.h"
 
 namespace control = embedded::control;
 
@@ -83,8 +82,7 @@ class SystemAccount : public FreshMachine {
 
 TEST_F(SystemAccount, LocalAccountIsCreatedWithGroupsRightsAndSettings) {
     CSystemAccount account("testpc", "TestPc", "Svc", "Secret.1");
-    EXPECT_EQ(account.Exists(), 0);
-    EXPECT_EQ(GetLastError(), DWORD(NERR_UserNotFound));
+    EXPECT_TRUE(FailsWith(NERR_UserNotFound, account.Exists()));
     ASSERT_EQ(account.Create(), 1) << GetLastError();
     EXPECT_EQ(account.Exists(), 1);
     EXPECT_THAT(Members(nullptr, u"Administrators"), testing::Contains("TESTPC\\Svc"));
@@ -101,10 +99,8 @@ TEST_F(SystemAccount, LocalAccountIsCreatedWithGroupsRightsAndSettings) {
 
     EXPECT_EQ(account.Create(), 1) << "a user and a member that exist are as good";
     EXPECT_EQ(account.Delete(), 1);
-    EXPECT_EQ(account.Delete(), 0);
-    EXPECT_EQ(GetLastError(), DWORD(NERR_UserNotFound));
-    EXPECT_EQ(account.AssignGroups(), 0) << "there is no account to assign";
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_NONE_MAPPED));
+    EXPECT_TRUE(FailsWith(NERR_UserNotFound, account.Delete()));
+    EXPECT_TRUE(FailsWith(ERROR_NONE_MAPPED, account.AssignGroups())) << "there is no account to assign";
 }
 
 TEST_F(SystemAccount, ExistingUserKeepsItsPasswordAndJoinsTheGroups) {
@@ -119,8 +115,7 @@ TEST_F(SystemAccount, ExistingUserKeepsItsPasswordAndJoinsTheGroups) {
     EXPECT_EQ(other.Create(), 1) << GetLastError();
     EXPECT_THAT(Members(nullptr, u"Administrators"), testing::Contains("TESTPC\\Svc"));
     EXPECT_THAT(Members(nullptr, u"Backup Operators"), testing::Contains("TESTPC\\Svc"));
-    EXPECT_EQ(other.ValidPassword(), 0);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_PASSWORD));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_PASSWORD, other.ValidPassword()));
     EXPECT_EQ(account.ValidPassword(), 1);
     EXPECT_EQ(account.ValidPassword(), 1) << "it is still the same";
     EXPECT_EQ(CSystemAccount("TESTPC", "TESTPC", "Nobody", "x").ValidPassword(), 1) << "only a wrong password is none";
@@ -165,8 +160,7 @@ TEST_F(SystemAccount, ControllerIsAskedForForeignDomainsOnlyAndMayBeMissing) {
     CSystemAccount local("host1", "HOST1", "Svc", "x");
     EXPECT_THAT(control::StopCounting(), testing::Not(testing::Contains(testing::Pair("NetGetDCName", testing::_))));
     CSystemAccount lost("TESTPC", "NOWHERE", "Svc", "Secret.1");
-    EXPECT_EQ(lost.Create(), 0) << "the user is added here, but NOWHERE\\Svc is not known";
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_NONE_MAPPED));
+    EXPECT_TRUE(FailsWith(ERROR_NONE_MAPPED, lost.Create())) << "the user is added here, but NOWHERE\\Svc is not known";
     EXPECT_EQ(CSystemAccount::Exists(nullptr, "Svc"), 1);
 }
 
@@ -187,7 +181,7 @@ TEST_F(SystemAccount, RegisterHandsTheTextsToTheToolLibrary) {
     EXPECT_EQ(account.Register(), 0) << "no entry point";
     PlaceLibrary("HSTOOL_ACCOUNT.DLL", ProgramFolder() + "HSTOOL.DLL");
     EXPECT_EQ(account.Register(), 1);
-    const auto written = [](const char* name) { return GetText(HKEY_LOCAL_MACHINE, kWritten, name); };
+    const auto written = [](const char* name) { return GetText(kWritten, name); };
     EXPECT_EQ(written("computer"), "TESTPC");
     EXPECT_EQ(written("domain"), "TESTPC");
     EXPECT_EQ(written("name"), "Svc");
@@ -214,30 +208,23 @@ TEST_F(SystemAccount, TooLongTextsAreRefusedAndNothingIsCreated) {
                                    return CSystemAccount::Create(nullptr, a, b, c, d);
                                }}) {
             SetLastError(0);
-            EXPECT_EQ(run(texts.computer, texts.domain, texts.user, texts.password), 0);
-            EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_PARAMETER));
+            EXPECT_TRUE(
+                FailsWith(ERROR_INVALID_PARAMETER, run(texts.computer, texts.domain, texts.user, texts.password)));
         }
     }
     EXPECT_EQ(CSystemAccount::Exists(nullptr, "Svc"), 0);
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kWritten));
+    EXPECT_FALSE(KeyExists(kWritten));
 }
 
 // Whichever call fails, the result is 0 with its error, and nothing stays open.
 TEST_F(SystemAccount, EveryFailingCallIsReported) {
     ASSERT_EQ(CSystemAccount("TESTPC", "TESTPC", "Svc", "Secret.1").Create(), 1);
-    for (unsigned n = 1; n < 200; ++n) {
-        control::FailCall(control::CallKind::Account, n, ERROR_ACCESS_DENIED);
-        const int result = CSystemAccount::AssignGroups(nullptr, "TESTPC", "TESTPC", "Svc", "Secret.1");
-        const DWORD error = GetLastError();
-        const std::string call = control::FaultedCall();
-        control::ClearFault();
-        EXPECT_EQ(control::OpenReport(), "") << call;
-        if (call.empty()) return;
-        if (call == "LsaClose") continue;
-        EXPECT_EQ(result, call == "LsaNtStatusToWinError" ? 1 : 0) << call;
-        EXPECT_EQ(error, DWORD(ERROR_ACCESS_DENIED)) << call;
-    }
-    FAIL() << "the operation never ran to its end";
+    const auto run = [] { return CSystemAccount::AssignGroups(nullptr, "TESTPC", "TESTPC", "Svc", "Secret.1"); };
+    ForEachFault(control::CallKind::Account, ERROR_ACCESS_DENIED, run, [](int result, DWORD error, const auto& call) {
+        if (call.empty() || call == "LsaClose") return;
+        EXPECT_EQ(result, call == "LsaNtStatusToWinError" ? 1 : 0);
+        EXPECT_EQ(error, DWORD(ERROR_ACCESS_DENIED));
+    });
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "platform/embedded/core/gate.h"
 
 #include "platform/embedded/core/handles_table.h"
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 
 namespace {
@@ -26,7 +25,7 @@ class Gate : public FreshMachine {
     }
 };
 
-TEST_F(Gate, FailsTheNthCallOfItsKindOnceOrFromThenOn) {
+TEST_F(Gate, FailsTheNthCallThatIsNotExemptOnceOrFromThenOn) {
     EXPECT_EQ(Outcome(), "......");
     control::FailCall(CallKind::System, 2, ERROR_NOT_READY);
     EXPECT_EQ(Outcome(), "..S...");
@@ -37,16 +36,10 @@ TEST_F(Gate, FailsTheNthCallOfItsKindOnceOrFromThenOn) {
     EXPECT_EQ(control::FaultedCall(), "LocalAlloc");
     control::ClearFault();
     EXPECT_EQ(Outcome(), "......");
-}
-
-TEST_F(Gate, FaultBeyondTheLastCallNeverFires) {
     control::FailCall(CallKind::System, 4, ERROR_NOT_READY);
     EXPECT_EQ(Outcome(), "......");
     EXPECT_FALSE(control::FaultFired());
     EXPECT_EQ(control::FaultedCall(), "");
-}
-
-TEST_F(Gate, ExemptCallIsNeitherFailedNorCounted) {
     control::ExemptCall("GetComputerNameA");
     control::FailCall(CallKind::Any, 2, ERROR_NOT_READY);
     EXPECT_EQ(Outcome(), "...M..");
@@ -61,14 +54,11 @@ TEST_F(Gate, CountsCallsInOrderOfFirstUse) {
     EXPECT_TRUE(control::StopCounting().empty());
 }
 
-TEST_F(Gate, CloserThatIsToldToFailClosesAllTheSame) {
+TEST_F(Gate, OpenHandlesAreReportedByKindAndAFailingCloserClosesAllTheSame) {
     const HANDLE mutex = CreateMutexA(nullptr, FALSE, nullptr);
     control::FailCall(CallKind::System, 1, ERROR_INVALID_HANDLE);
     EXPECT_FALSE(CloseHandle(mutex));
     EXPECT_EQ(control::OpenCount(ResourceKind::Mutex), 0u);
-}
-
-TEST_F(Gate, OpenHandlesAndBuffersAreReportedByKind) {
     const KernelHandle first(CreateMutexA(nullptr, FALSE, nullptr)), second(CreateMutexA(nullptr, FALSE, nullptr));
     const LocalBuffer memory(LocalAlloc(LPTR, 8));
     const LoadedLibrary once(LoadLibraryA("msi.dll")), twice(LoadLibraryA("msi.dll"));
@@ -80,8 +70,7 @@ TEST_F(Gate, StaleAndForeignHandlesAreErrorsAndNeverReused) {
     KernelHandle mutex(CreateMutexA(nullptr, FALSE, nullptr));
     const HANDLE stale = mutex.Get();
     mutex.Reset();
-    EXPECT_FALSE(CloseHandle(stale));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_HANDLE));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_HANDLE, CloseHandle(stale)));
     const KernelHandle next(CreateMutexA(nullptr, FALSE, nullptr));
     EXPECT_NE(next.Get(), stale);
     EXPECT_FALSE(ReleaseMutex(stale));
@@ -92,9 +81,6 @@ TEST_F(Gate, StaleAndForeignHandlesAreErrorsAndNeverReused) {
     EXPECT_EQ(LocalFree(heap.Get()), heap.Get()) << "memory of another kind";
 }
 
-TEST_F(Gate, AbsurdAllocationFails) {
-    EXPECT_EQ(LocalAlloc(LPTR, SIZE_T(-1)), nullptr);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_NOT_ENOUGH_MEMORY));
-}
+TEST_F(Gate, AbsurdAllocationFails) { EXPECT_TRUE(FailsWith(ERROR_NOT_ENOUGH_MEMORY, LocalAlloc(LPTR, SIZE_T(-1)))); }
 
 }  // namespace

@@ -10,7 +10,6 @@
 
 #include "platform/embedded/control/files.h"
 #include "platform/embedded/control/system.h"
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 
 namespace control = embedded::control;
@@ -77,8 +76,7 @@ TEST_F(MachineFiles, LocksOfAnotherProcessHoldUntilItIsKilled) {
     const FileHandle file = Open("C:\\TEST\\f", GENERIC_READ | GENERIC_WRITE);
     DWORD moved = 0;
     char bytes[4];
-    EXPECT_EQ(ReadFile(file.Get(), bytes, 4, &moved, nullptr), FALSE);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_LOCK_VIOLATION));
+    EXPECT_TRUE(FailsWith(ERROR_LOCK_VIOLATION, ReadFile(file.Get(), bytes, 4, &moved, nullptr)));
     locker.Kill();
     EXPECT_NE(ReadFile(file.Get(), bytes, 4, &moved, nullptr), FALSE);
     EXPECT_NE(LockFile(file.Get(), 0, 0, 4, 0), FALSE);
@@ -122,8 +120,7 @@ TEST_F(MachineFiles, UncNamesLeadToTheMachinesOfTheWorld) {
     EXPECT_EQ(GetDriveTypeA("\\\\OTHER\\c$\\"), DWORD(DRIVE_REMOTE));
     TestBytes share;
     for (const char character : std::string("Path=C:\\Shared\0\0", 16)) share.push_back(BYTE(character));
-    SetRaw(HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Services\\LanmanServer\\Shares", "Ours", REG_MULTI_SZ,
-           share);
+    SetRaw("SYSTEM\\CurrentControlSet\\Services\\LanmanServer\\Shares", "Ours", REG_MULTI_SZ, share);
     WriteBytes("C:\\Shared\\g", "ours");
     EXPECT_EQ(ReadBytes("\\\\" + ComputerName() + "\\OURS\\g"), "ours");
     EXPECT_NE(CopyFileA("C:\\Shared\\g", "\\\\OTHER\\c$\\Shared\\h", TRUE), FALSE);
@@ -207,8 +204,7 @@ TEST_F(MachineFiles, MediumIsReadOnlyAndTellsItsSize) {
 TEST_F(MachineFiles, CurrentDirectoryIsNotTakenAway) {
     MakeFolder("C:\\TEST\\d");
     ASSERT_NE(SetCurrentDirectoryA("C:\\TEST\\d"), FALSE);
-    EXPECT_EQ(RemoveDirectoryA("C:\\TEST\\d"), FALSE);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_SHARING_VIOLATION));
+    EXPECT_TRUE(FailsWith(ERROR_SHARING_VIOLATION, RemoveDirectoryA("C:\\TEST\\d")));
     ASSERT_TRUE(control::UseMachine(MachineFolder()));
     char path[MAX_PATH] = "";
     GetCurrentDirectoryA(MAX_PATH, path);

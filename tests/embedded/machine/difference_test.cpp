@@ -1,6 +1,5 @@
 // What differs between two machines, or between a machine and a saved state of it.
 #include "platform/embedded/control/registry.h"
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 
 namespace control = embedded::control;
@@ -14,9 +13,9 @@ class MachineDiff : public FreshMachine {
   protected:
     void SetUp() override {
         FreshMachine::SetUp();
-        SetText(HKEY_LOCAL_MACHINE, kKey, "Kept", "same");
-        SetNumber(HKEY_LOCAL_MACHINE, kKey, "Number", 1);
-        SetText(HKEY_LOCAL_MACHINE, kKey, nullptr, "gone");
+        SetText(kKey, "Kept", "same");
+        SetNumber(kKey, "Number", 1);
+        SetText(kKey, nullptr, "gone");
         WriteBytes("C:\\TEST\\a.txt", "before");
         std::string problem;
         ASSERT_TRUE(control::SaveState(MachineFolder(), State(), &problem)) << problem;
@@ -42,8 +41,8 @@ TEST_F(MachineDiff, SavedStateOfAnUnchangedMachineDiffersInNothing) {
 }
 
 TEST_F(MachineDiff, EveryKindOfChangeHasItsLine) {
-    SetNumber(HKEY_LOCAL_MACHINE, kKey, "Number", 2);
-    SetText(HKEY_LOCAL_MACHINE, std::string(kKey) + "\\Below", "New", "a\\b");
+    SetNumber(kKey, "Number", 2);
+    SetText(std::string(kKey) + "\\Below", "New", "a\\b");
     RegistryKey key;
     ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, kKey, 0, KEY_ALL_ACCESS, key.Receive()), 0);
     ASSERT_EQ(RegDeleteValueA(key.Get(), nullptr), 0);

@@ -1,6 +1,5 @@
 // Shares, connections, roles, domains and trusts between machines of one world.
 #include "platform/embedded/control/accounts.h"
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 
 namespace control = embedded::control;
@@ -67,7 +66,7 @@ class NetworkTest : public FreshMachine {
 
 TEST_F(NetworkTest, ShareStandsWhereWindowsKeepsIt) {
     ASSERT_EQ(Share("Data$", "C:\\TEST\\"), 0u);
-    const auto raw = GetRaw(HKEY_LOCAL_MACHINE, kShares, "Data$");
+    const auto raw = GetRaw(kShares, "Data$");
     ASSERT_TRUE(raw);
     EXPECT_EQ(raw->type, DWORD(REG_MULTI_SZ));
     const std::string lines(raw->data.begin(), raw->data.end());
@@ -83,7 +82,7 @@ TEST_F(NetworkTest, ShareStandsWhereWindowsKeepsIt) {
     EXPECT_EQ(info.shi2_max_uses, SHI_USES_UNLIMITED);
     EXPECT_EQ(info.shi2_passwd, nullptr);
     EXPECT_EQ(Remove("data$"), 0u);
-    EXPECT_FALSE(GetRaw(HKEY_LOCAL_MACHINE, kShares, "Data$"));
+    EXPECT_FALSE(GetRaw(kShares, "Data$"));
     EXPECT_EQ(Remove("Data$"), DWORD(NERR_NetNameNotFound));
 }
 
@@ -135,7 +134,7 @@ TEST_F(NetworkTest, EnumerationGoesOnWhereItStopped) {
 
 TEST_F(NetworkTest, AdministrativeSharesStay) {
     EXPECT_EQ(Remove("C$"), DWORD(ERROR_ACCESS_DENIED));
-    EXPECT_FALSE(GetRaw(HKEY_LOCAL_MACHINE, kShares, "C$"));
+    EXPECT_FALSE(GetRaw(kShares, "C$"));
 }
 
 TEST_F(NetworkTest, UnknownServerIsABadPath) {
@@ -166,8 +165,7 @@ TEST_F(NetworkTest, RoleShowsInTheServersTypeAndInTheRegistry) {
         ASSERT_EQ(NetServerGetInfo(nullptr, 101, Into(buffer)), 0u);
         const DWORD mask = SV_TYPE_SERVER_NT | SV_TYPE_DOMAIN_CTRL | SV_TYPE_DOMAIN_BAKCTRL;
         EXPECT_EQ(As<SERVER_INFO_101>(buffer).sv101_type & mask, one.bits);
-        EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Control\\ProductOptions", "ProductType"),
-                  one.productType);
+        EXPECT_EQ(GetText("SYSTEM\\CurrentControlSet\\Control\\ProductOptions", "ProductType"), one.productType);
     }
 }
 

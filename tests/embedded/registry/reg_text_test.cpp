@@ -46,9 +46,9 @@ TEST_P(RegTextForm, IsReadInEveryEncodingAndLineEnd) {
         if (each != '\r') unixText += each;
     }
     for (const std::string& bytes : {text, unixText, Utf16(text), Utf16(text, true), text.substr(0, text.size() - 2)}) {
-        DeleteKeyTree(HKEY_LOCAL_MACHINE, kKey);
+        DeleteKeyTree(kKey);
         ASSERT_EQ(Import(bytes), "");
-        const std::optional<Raw> raw = GetRaw(HKEY_LOCAL_MACHINE, kKey, "V");
+        const std::optional<Raw> raw = GetRaw(kKey, "V");
         ASSERT_TRUE(raw);
         EXPECT_EQ(raw->type, GetParam().type);
         EXPECT_EQ(raw->data, GetParam().data);
@@ -73,19 +73,19 @@ INSTANTIATE_TEST_SUITE_P(
         Form{"UnterminatedText5", true, "\"V\"=hex(1):61,00,e9,00", REG_SZ, {'a', 0xE9}},
         Form{"LongNumber", true, "\"V\"=hex(b):01,00,00,00,00,00,00,80", REG_QWORD, {1, 0, 0, 0, 0, 0, 0, 0x80}},
         Form{"TypeOfOurOwn", true, "\"V\"=hex(1267):78", 0x1267, {'x'}}),
-    [](const auto& test) { return test.param.what; });
+    kCaseName);
 
 TEST_F(RegText, DeletionsDefaultValuesAndCommentsAreUnderstood) {
-    SetText(HKEY_LOCAL_MACHINE, kKey, "Old", "x");
-    MakeKey(HKEY_LOCAL_MACHINE, std::string(kKey) + "\\Gone\\Below");
+    SetText(kKey, "Old", "x");
+    MakeKey(std::string(kKey) + "\\Gone\\Below");
     ASSERT_EQ(Import("REGEDIT4\n; comment\n\n[HKLM\\SOFTWARE\\InstalibTest]\n\"Old\"=-\n\"Missing\"=-\n@=\"default\"\n"
                      "[-HKEY_LOCAL_MACHINE\\SOFTWARE\\InstalibTest\\Gone]\n\"Ignored\"=\"x\"\n"
                      "[-HKEY_LOCAL_MACHINE\\SOFTWARE\\InstalibTest\\Never]\n"
                      "[HKEY_CURRENT_USER\\Software\\a]b]\n\"U\"=\"1\"\n"),
               "");
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kKey, "Old"), "<none>");
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kKey, nullptr), "default");
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, std::string(kKey) + "\\Gone"));
+    EXPECT_EQ(GetText(kKey, "Old"), "<none>");
+    EXPECT_EQ(GetText(kKey, nullptr), "default");
+    EXPECT_FALSE(KeyExists(std::string(kKey) + "\\Gone"));
     EXPECT_EQ(GetText(HKEY_CURRENT_USER, "Software\\a]b", "U"), "1");
 }
 
@@ -98,7 +98,7 @@ class RegTextBad : public RegText, public testing::WithParamInterface<Bad> {};
 
 TEST_P(RegTextBad, IsRefusedWithItsLineAndChangesNothing) {
     EXPECT_THAT(Import(GetParam().bytes), testing::StartsWith(GetParam().problem));
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kKey));
+    EXPECT_FALSE(KeyExists(kKey));
 }
 
 const std::string kOneLine = kHeader4 + "\"Good\"=\"x\"\r\n";  // what follows is line 5
@@ -121,7 +121,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Bad{"LongKey", kOneLine + "[HKEY_LOCAL_MACHINE\\" + std::string(256, 'k') + "]\r\n",
                         "line 5: the name"},
                     Bad{"NoKey", "REGEDIT4\n\"V\"=\"x\"\n", "line 2: a value before"}),
-    [](const auto& test) { return test.param.what; });
+    kCaseName);
 
 // Whatever a value holds, an export read into another machine gives it back.
 TEST_F(RegText, ExportComesBackByteForByte) {
@@ -138,27 +138,27 @@ TEST_F(RegText, ExportComesBackByteForByte) {
                                                              {REG_NONE, {}},
                                                              {REG_MULTI_SZ, {'a', 0, 0}}};
     for (std::size_t i = 0; i < values.size(); ++i) {
-        SetRaw(HKEY_LOCAL_MACHINE, kKey, ("V\"\\" + std::to_string(i)).c_str(), values[i].first, values[i].second);
+        SetRaw(kKey, ("V\"\\" + std::to_string(i)).c_str(), values[i].first, values[i].second);
     }
-    SetText(HKEY_LOCAL_MACHINE, std::string(kKey) + "\\Below", nullptr, "default");
+    SetText(std::string(kKey) + "\\Below", nullptr, "default");
     for (const auto version : {control::RegistryTextVersion::Version4, control::RegistryTextVersion::Version5}) {
         const std::string text = Export("HKEY_LOCAL_MACHINE\\SOFTWARE\\InstalibTest", version);
-        DeleteKeyTree(HKEY_LOCAL_MACHINE, kKey);
+        DeleteKeyTree(kKey);
         ASSERT_EQ(Import(text), "");
         for (std::size_t i = 0; i < values.size(); ++i) {
-            const std::optional<Raw> raw = GetRaw(HKEY_LOCAL_MACHINE, kKey, ("V\"\\" + std::to_string(i)).c_str());
+            const std::optional<Raw> raw = GetRaw(kKey, ("V\"\\" + std::to_string(i)).c_str());
             ASSERT_TRUE(raw) << i;
             EXPECT_EQ(raw->type, values[i].first) << i;
             EXPECT_EQ(raw->data, values[i].second) << i;
         }
-        EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, std::string(kKey) + "\\Below", nullptr), "default");
+        EXPECT_EQ(GetText(std::string(kKey) + "\\Below", nullptr), "default");
         EXPECT_EQ(Export("HKEY_LOCAL_MACHINE\\SOFTWARE\\InstalibTest", version), text);
     }
 }
 
 TEST_F(RegText, ExportLooksLikeTheToolsOwn) {
-    SetText(HKEY_LOCAL_MACHINE, kKey, "Path", "C:\\x");
-    SetRaw(HKEY_LOCAL_MACHINE, kKey, "Env", REG_EXPAND_SZ, {'%', 0});
+    SetText(kKey, "Path", "C:\\x");
+    SetRaw(kKey, "Env", REG_EXPAND_SZ, {'%', 0});
     EXPECT_EQ(Export("HKEY_LOCAL_MACHINE\\SOFTWARE\\InstalibTest", control::RegistryTextVersion::Version5),
               Utf16("Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\SOFTWARE\\InstalibTest]\r\n"
                     "\"Path\"=\"C:\\\\x\"\r\n\"Env\"=hex(2):25,00,00,00\r\n\r\n"));

@@ -7,7 +7,6 @@
 
 #include "platform/embedded/control/accounts.h"
 #include "platform/embedded/control/services.h"
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 
 namespace control = embedded::control;
@@ -29,11 +28,18 @@ class ServiceMachineTest : public FreshMachine {
         FreshMachine::TearDown();
     }
     SC_HANDLE Manager() const { return m_manager.Get(); }
-    ServiceHandle Create(const char* name = kName, const char* account = nullptr,
-                         const char* password = nullptr) const {
+    ServiceHandle Create(const char* name = kName, const char* account = nullptr, const char* password = nullptr,
+                         const char* dependencies = nullptr) const {
         return ServiceHandle(CreateServiceA(Manager(), name, nullptr, SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS,
                                             SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, "C:\\ENGINE.EXE", nullptr,
-                                            nullptr, nullptr, account, password));
+                                            nullptr, dependencies, account, password));
+    }
+    // A service that has been started by this script.
+    ServiceHandle Started(const control::ServiceScript& script) const {
+        control::ScriptService(kName, script);
+        ServiceHandle service = Create();
+        EXPECT_EQ(Start(service), 0u);
+        return service;
     }
     bool Exists(const char* name = kName) const {
         return bool(ServiceHandle(OpenServiceA(Manager(), name, SERVICE_QUERY_STATUS)));
@@ -65,9 +71,7 @@ TEST_F(ServiceMachineTest, PendingStepsFollowTheMachinesClock) {
     control::ServiceScript script;
     script.start.steps = {{1, 500, 400}, {2, 900, 600}};
     script.stop.steps = {{7, 2000, 1000}};
-    control::ScriptService(kName, script);
-    const ServiceHandle service = Create();
-    ASSERT_EQ(Start(service), 0u);
+    const ServiceHandle service = Started(script);
     EXPECT_EQ(Seen(service), "2/1/500");
     EXPECT_EQ(Start(service), DWORD(ERROR_SERVICE_ALREADY_RUNNING));
     control::AdvanceClock(400);
@@ -85,12 +89,10 @@ TEST_F(ServiceMachineTest, PendingStepsFollowTheMachinesClock) {
 TEST_F(ServiceMachineTest, PendingServiceTellsItsStatusButTakesNoControl) {
     control::ServiceScript script;
     script.start.steps = {{3, 500, 400}};
-    control::ScriptService(kName, script);
-    const ServiceHandle service = Create();
-    ASSERT_EQ(Start(service), 0u);
+    const ServiceHandle service = Started(script);
     SERVICE_STATUS status{};
-    EXPECT_FALSE(ControlService(service.Get(), SERVICE_CONTROL_INTERROGATE, &status));
-    EXPECT_EQ(GetLastError(), ERROR_SERVICE_CANNOT_ACCEPT_CTRL);
+    EXPECT_TRUE(FailsWith(ERROR_SERVICE_CANNOT_ACCEPT_CTRL,
+                          ControlService(service.Get(), SERVICE_CONTROL_INTERROGATE, &status)));
     EXPECT_EQ(status.dwCurrentState, SERVICE_START_PENDING);
     EXPECT_EQ(status.dwCheckPoint, 3u);
     EXPECT_EQ(Send(service, SERVICE_CONTROL_STOP), DWORD(ERROR_SERVICE_CANNOT_ACCEPT_CTRL));
@@ -100,9 +102,7 @@ TEST_F(ServiceMachineTest, HungServiceStandsForEver) {
     control::ServiceScript script;
     script.start.steps = {{1, 100, 100}, {2, 100, 100}};
     script.start.hangs = true;
-    control::ScriptService(kName, script);
-    const ServiceHandle service = Create();
-    ASSERT_EQ(Start(service), 0u);
+    const ServiceHandle service = Started(script);
     control::AdvanceClock(100'000'000);
     EXPECT_EQ(Seen(service), "2/2/100");
 }
@@ -167,25 +167,21 @@ void InKilledProcess(Body body) {
     EXPECT_EQ(done, '1');
 }
 
-TEST_F(ServiceMachineTest, KilledProcessKeepsNoServiceAndNoLock) {
+TEST_F(ServiceMachineTest, LockTellsItsOwnerAndGoesWithAKilledProcess) {
     ASSERT_TRUE(Create());
     InKilledProcess([&] {
         const SC_HANDLE service = OpenServiceA(Manager(), kName, SERVICE_ALL_ACCESS);
         return service != nullptr && DeleteService(service) && LockServiceDatabase(Manager()) != nullptr;
     });
-    EXPECT_FALSE(Exists());
-    EXPECT_EQ(GetLastError(), ERROR_SERVICE_DOES_NOT_EXIST);
+    EXPECT_TRUE(FailsWith(ERROR_SERVICE_DOES_NOT_EXIST, Exists()));
     EXPECT_TRUE(ServiceDatabaseLock(LockServiceDatabase(Manager())));
-}
-
-TEST_F(ServiceMachineTest, LockTellsItsOwner) {
     const ServiceDatabaseLock lock(LockServiceDatabase(Manager()));
     control::AdvanceClock(5000);
     alignas(QUERY_SERVICE_LOCK_STATUSA) BYTE buffer[128] = {};
     auto* const status = reinterpret_cast<LPQUERY_SERVICE_LOCK_STATUSA>(buffer);
     DWORD needed = 0;
-    EXPECT_FALSE(QueryServiceLockStatusA(Manager(), status, sizeof *status, &needed));
-    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_TRUE(
+        FailsWith(ERROR_INSUFFICIENT_BUFFER, QueryServiceLockStatusA(Manager(), status, sizeof *status, &needed)));
     ASSERT_TRUE(QueryServiceLockStatusA(Manager(), status, needed, &needed));
     EXPECT_EQ(status->fIsLocked, 1u);
     EXPECT_STREQ(status->lpLockOwner, "Administrator");
@@ -223,25 +219,22 @@ TEST_F(ServiceMachineTest, ServiceLogsOnWithItsAccountsPasswordOfToday) {
     EXPECT_EQ(Start(service), 0u);
 }
 
-TEST_F(ServiceMachineTest, RegistryChangesShowAtTheNextQuery) {
+TEST_F(ServiceMachineTest, RegistryChangesShowAtTheNextQueryAndACircleDoesNotStart) {
     const ServiceHandle service = Create();
     const std::string key = std::string("SYSTEM\\CurrentControlSet\\Services\\") + kName;
-    SetNumber(HKEY_LOCAL_MACHINE, key, "Start", SERVICE_DISABLED);
+    SetNumber(key, "Start", SERVICE_DISABLED);
     EXPECT_EQ(Start(service), DWORD(ERROR_SERVICE_DISABLED));
     // A key that is no service is none; one that somebody wrote as a service is.
-    MakeKey(HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Services\\Other");
+    MakeKey("SYSTEM\\CurrentControlSet\\Services\\Other");
     EXPECT_FALSE(Exists("Other"));
-    SetNumber(HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Services\\Other", "Type", SERVICE_WIN32_OWN_PROCESS);
+    SetNumber("SYSTEM\\CurrentControlSet\\Services\\Other", "Type", SERVICE_WIN32_OWN_PROCESS);
     EXPECT_TRUE(Exists("other"));
-}
-
-TEST_F(ServiceMachineTest, CircleInTheRegistryDoesNotStart) {
     const ServiceHandle first = Create("First"), second = Create("Second");
     const std::string services = "SYSTEM\\CurrentControlSet\\Services\\";
     const auto require = [&](const char* name, std::string_view needed) {
         TestBytes list(needed.begin(), needed.end());
         list.insert(list.end(), 2, 0);
-        SetRaw(HKEY_LOCAL_MACHINE, services + name, "DependOnService", 7, list);
+        SetRaw(services + name, "DependOnService", 7, list);
     };
     require("First", "Second");
     require("Second", "First");
@@ -257,15 +250,14 @@ TEST_F(ServiceMachineTest, OtherMachinesHaveServicesOfTheirOwn) {
                                              SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, "C:\\X.EXE", nullptr, nullptr,
                                              nullptr, nullptr, nullptr)));
     EXPECT_FALSE(Exists());
-    EXPECT_FALSE(ServiceHandle(OpenSCManagerA("NOPC", nullptr, SC_MANAGER_CONNECT)));
-    EXPECT_EQ(GetLastError(), RPC_S_SERVER_UNAVAILABLE);
+    EXPECT_TRUE(
+        FailsWith(RPC_S_SERVER_UNAVAILABLE, ServiceHandle(OpenSCManagerA("NOPC", nullptr, SC_MANAGER_CONNECT))));
 }
 
 TEST_F(ServiceMachineTest, EnumerationDeliversInPartsWhatDoesNotFit) {
     DWORD needed = 0, returned = 0, resume = 0;
-    EXPECT_FALSE(
-        EnumServicesStatusA(Manager(), SERVICE_WIN32, SERVICE_STATE_ALL, nullptr, 0, &needed, &returned, &resume));
-    EXPECT_EQ(GetLastError(), ERROR_MORE_DATA);
+    EXPECT_TRUE(FailsWith(ERROR_MORE_DATA, EnumServicesStatusA(Manager(), SERVICE_WIN32, SERVICE_STATE_ALL, nullptr, 0,
+                                                               &needed, &returned, &resume)));
     std::vector<std::string> names;
     alignas(ENUM_SERVICE_STATUSA) BYTE buffer[256];
     for (bool more = true; more;) {
@@ -285,13 +277,8 @@ TEST_F(ServiceMachineTest, EnumerationDeliversInPartsWhatDoesNotFit) {
 }
 
 TEST_F(ServiceMachineTest, DependentsAreToldBeforeWhatTheyNeed) {
-    const auto create = [&](const char* name, const char* dependencies) {
-        return ServiceHandle(CreateServiceA(Manager(), name, nullptr, SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS,
-                                            SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, "C:\\X.EXE", nullptr, nullptr,
-                                            dependencies, nullptr, nullptr));
-    };
-    const ServiceHandle base = create("Base", nullptr), middle = create("Middle", "Base\0"),
-                        top = create("Top", "Middle\0");
+    const ServiceHandle base = Create("Base"), middle = Create("Middle", nullptr, nullptr, "Base\0"),
+                        top = Create("Top", nullptr, nullptr, "Middle\0");
     ASSERT_EQ(Start(top), 0u);
     alignas(ENUM_SERVICE_STATUSA) BYTE buffer[1024];
     const auto* const records = reinterpret_cast<LPENUM_SERVICE_STATUSA>(buffer);
@@ -311,13 +298,11 @@ TEST_F(ServiceMachineTest, UserWhoIsNoAdministratorMayOnlyLook) {
     user.usri1_priv = USER_PRIV_USER;
     ASSERT_EQ(NetUserAdd(nullptr, 1, reinterpret_cast<LPBYTE>(&user), nullptr), 0u);
     ASSERT_TRUE(control::SetCurrentUser("plain"));
-    EXPECT_FALSE(ServiceHandle(OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS)));
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(FailsWith(ERROR_ACCESS_DENIED, ServiceHandle(OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS))));
     const ServiceHandle manager(OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT));
     ASSERT_TRUE(manager);
     EXPECT_TRUE(ServiceHandle(OpenServiceA(manager.Get(), kName, SERVICE_QUERY_STATUS)));
-    EXPECT_FALSE(ServiceHandle(OpenServiceA(manager.Get(), kName, SERVICE_ALL_ACCESS)));
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(FailsWith(ERROR_ACCESS_DENIED, ServiceHandle(OpenServiceA(manager.Get(), kName, SERVICE_ALL_ACCESS))));
 }
 
 }  // namespace

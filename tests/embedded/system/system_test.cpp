@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include "platform/embedded/control/system.h"
-#include "platform/handles.h"
 #include "platform/product_libraries.h"
 #include "tests/support/fresh_machine.h"
 #include "tests/support/pe_image.h"
@@ -131,8 +130,7 @@ TEST_F(MachineFacts, HiddenEntriesAndModulesAreMissingUntilShown) {
     EXPECT_EQ(EntryPoint<int()>(advapi.Get(), "ChangeServiceConfig2A"), nullptr);
     EXPECT_NE(EntryPoint<int()>(advapi.Get(), "SetSecurityDescriptorControl"), nullptr);
     control::HideModule("shfolder.dll");
-    EXPECT_FALSE(LoadedLibrary(LoadLibraryA("SHFOLDER.DLL")));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_MOD_NOT_FOUND));
+    EXPECT_TRUE(FailsWith(ERROR_MOD_NOT_FOUND, LoadedLibrary(LoadLibraryA("SHFOLDER.DLL"))));
     control::ShowEverything();
     EXPECT_NE(EntryPoint<int()>(advapi.Get(), "ChangeServiceConfig2A"), nullptr);
     EXPECT_TRUE(LoadedLibrary(LoadLibraryA("SHFOLDER.DLL")));

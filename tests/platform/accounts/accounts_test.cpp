@@ -2,7 +2,6 @@
 #include <array>
 #include <set>
 
-#include "platform/handles.h"
 #include "platform/lsa_accounts.h"
 #include "tests/support/fresh_machine.h"
 
@@ -92,14 +91,6 @@ TEST_F(AccountsTest, BuiltinGroupsAreFoundByNameAndByIdentifier) {
     }
 }
 
-TEST_F(AccountsTest, EveryoneStandsInNoDomain) {
-    const Looked everyone = ByName("everyone");
-    ASSERT_EQ(everyone.error, 0u);
-    EXPECT_EQ(everyone.domain, "");
-    EXPECT_EQ(everyone.domainSize, 0u);
-    EXPECT_EQ(everyone.use, SidTypeWellKnownGroup);
-}
-
 TEST_F(AccountsTest, TooSmallBuffersReceiveTheSizesThatAreNeeded) {
     for (const auto& [sidBytes, domainSize] : {std::pair<DWORD, DWORD>{0, 0}, {15, 64}, {16, 7}}) {
         SCOPED_TRACE(sidBytes);
@@ -113,23 +104,6 @@ TEST_F(AccountsTest, TooSmallBuffersReceiveTheSizesThatAreNeeded) {
     EXPECT_EQ(fitting.domainSize, 7u);
 }
 
-TEST_F(AccountsTest, UnknownNamesAndIdentifiersAreNotMapped) {
-    EXPECT_EQ(ByName("InstalibNobody").error, DWORD(ERROR_NONE_MAPPED));
-    EXPECT_EQ(ByName("NODOMAIN\\InstalibNobody").error, DWORD(ERROR_NONE_MAPPED));
-    EXPECT_EQ(BySid(Builtin(40000).Get()), "error 1332");
-}
-
-TEST_F(AccountsTest, UserNameCountsItsTerminator) {
-    std::array<char, 257> name{};
-    DWORD size = name.size();
-    ASSERT_TRUE(GetUserNameA(name.data(), &size));
-    EXPECT_EQ(size, std::string(name.data()).size() + 1);
-    DWORD small = size - 1;
-    EXPECT_FALSE(GetUserNameA(name.data(), &small));
-    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
-    EXPECT_EQ(small, size);
-}
-
 TEST_F(AccountsTest, PolicyTellsTheMachinesOwnDomain) {
     const PolicyHandle policy = OpenPolicy(POLICY_VIEW_LOCAL_INFORMATION);
     LsaBuffer buffer;
@@ -141,7 +115,14 @@ TEST_F(AccountsTest, PolicyTellsTheMachinesOwnDomain) {
     EXPECT_EQ(static_cast<POLICY_PRIMARY_DOMAIN_INFO*>(buffer.Get())->Sid, nullptr);
 }
 
-TEST_F(AccountsTest, StatusesBecomeWindowsErrors) {
+TEST_F(AccountsTest, UserNameCountsItsTerminatorAndStatusesBecomeErrors) {
+    std::array<char, 257> name{};
+    DWORD size = name.size();
+    ASSERT_TRUE(GetUserNameA(name.data(), &size));
+    EXPECT_EQ(size, std::string(name.data()).size() + 1);
+    DWORD small = size - 1;
+    EXPECT_TRUE(FailsWith(ERROR_INSUFFICIENT_BUFFER, GetUserNameA(name.data(), &small)));
+    EXPECT_EQ(small, size);
     const struct {
         DWORD status;
         DWORD error;
@@ -157,7 +138,15 @@ TEST_F(AccountsTest, StatusesBecomeWindowsErrors) {
         EXPECT_EQ(LsaNtStatusToWinError(NTSTATUS(one.status)), one.error) << std::hex << one.status;
 }
 
-TEST_F(AccountsTest, UnknownDomainHasNoController) {
+TEST_F(AccountsTest, EveryoneStandsInNoDomainAndTheUnknownIsNotMapped) {
+    const Looked everyone = ByName("everyone");
+    ASSERT_EQ(everyone.error, 0u);
+    EXPECT_EQ(everyone.domain, "");
+    EXPECT_EQ(everyone.domainSize, 0u);
+    EXPECT_EQ(everyone.use, SidTypeWellKnownGroup);
+    EXPECT_EQ(ByName("InstalibNobody").error, DWORD(ERROR_NONE_MAPPED));
+    EXPECT_EQ(ByName("NODOMAIN\\InstalibNobody").error, DWORD(ERROR_NONE_MAPPED));
+    EXPECT_EQ(BySid(Builtin(40000).Get()), "error 1332");
     NetBuffer name;
     EXPECT_EQ(NetGetDCName(nullptr, Wide("NODOMAIN").Get(), reinterpret_cast<LPBYTE*>(name.Receive())),
               DWORD(NERR_DCNotFound));
@@ -280,7 +269,7 @@ class AccountRightsTest : public AccountsTest {
     }
 };
 
-TEST_F(AccountRightsTest, LogonRightsAreSetAsOne) {
+TEST_F(AccountRightsTest, LogonRightsAreSetAsOneAndPrivilegesOneByOne) {
     SKIP_UNDER_WINE("advapi32 has LsaOpenAccount as a stub that ends the process");
     const PolicyHandle policy = OpenPolicy(POLICY_ALL_ACCESS);
     const auto account = OpenOperators(policy.Get());
@@ -291,12 +280,6 @@ TEST_F(AccountRightsTest, LogonRightsAreSetAsOne) {
     EXPECT_EQ(RightsOf(policy.Get(), 551).count("SeServiceLogonRight"), 1u);
     EXPECT_EQ(LsaSetSystemAccessAccount(account.Get(), 1), 0);
     EXPECT_EQ(RightsOf(policy.Get(), 551).count("SeServiceLogonRight"), 0u);
-}
-
-TEST_F(AccountRightsTest, PrivilegesAreAddedAndTakenOneByOne) {
-    SKIP_UNDER_WINE("advapi32 has LsaOpenAccount as a stub that ends the process");
-    const PolicyHandle policy = OpenPolicy(POLICY_ALL_ACCESS);
-    const auto account = OpenOperators(policy.Get());
     PRIVILEGE_SET set{};
     set.PrivilegeCount = 1;
     ASSERT_TRUE(LookupPrivilegeValueA(nullptr, "SeTcbPrivilege", &set.Privilege[0].Luid));

@@ -1,4 +1,3 @@
-#include "platform/handles.h"
 
 #include "tests/support/fresh_machine.h"
 
@@ -47,7 +46,7 @@ INSTANTIATE_TEST_SUITE_P(
                     WayOut{"ResetToAnother", [](Recorded& owner, int* second) { owner.Reset(second); }, true},
                     WayOut{"MoveAssignment", [](Recorded& owner, int* second) { owner = Recorded(second); }, true},
                     WayOut{"Receive", [](Recorded& owner, int* second) { *owner.Receive() = second; }, true}),
-    [](const auto& instance) { return std::string(instance.param.name); });
+    kCaseName);
 
 TEST(HandleOwnerKeeps, WhatIsReleasedOrGivenAgain) {
     int closed = 0;
@@ -67,7 +66,7 @@ class RealHandles : public FreshMachine {};
 
 TEST_F(RealHandles, PredefinedRootsStayOpen) {
     { RegistryKey root(HKEY_LOCAL_MACHINE); }
-    EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, "SOFTWARE"));
+    EXPECT_TRUE(KeyExists("SOFTWARE"));
 }
 
 TEST_F(RealHandles, OwnerClosesTheFile) {

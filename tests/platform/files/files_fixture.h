@@ -2,11 +2,9 @@
 #ifndef INSTALIB_TESTS_FILES_FIXTURE_H
 #define INSTALIB_TESTS_FILES_FIXTURE_H
 
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 
 inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-inline constexpr auto kCaseName = [](const auto& tested) { return std::string(tested.param.name); };
 
 class Files : public FreshMachine {
   protected:

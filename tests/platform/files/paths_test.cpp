@@ -6,8 +6,6 @@
 
 namespace {
 
-// --- Finding ---
-
 struct PatternCase {
     const char* name;
     const char* pattern;
@@ -58,10 +56,8 @@ TEST_F(Files, FindTellsSizeAndAttributes) {
     find = FindHandle(FindFirstFileA("C:\\*", &data));
     do EXPECT_STRNE(data.cFileName, ".") << "a root has no entry for itself";
     while (FindNextFileA(find.Get(), &data));
-    EXPECT_EQ(ErrorOf([&] { return FindNextFileA(FileHandle().Get(), &data); }), DWORD(ERROR_INVALID_HANDLE));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_HANDLE, FindNextFileA(FileHandle().Get(), &data)));
 }
-
-// --- Paths and drives ---
 
 struct PathCase {
     const char* name;
@@ -96,7 +92,7 @@ const PathCase kPathCases[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Cases, FilesPath, testing::ValuesIn(kPathCases), kCaseName);
 
-TEST_F(Files, PathIsSplitAndMade) {
+TEST_F(Files, PathIsSplitMadeAndRefusedWhenItDoesNotFit) {
     struct Case {
         const char *path, *drive, *directory, *name, *extension, *made;
     };
@@ -123,23 +119,17 @@ TEST_F(Files, PathIsSplitAndMade) {
     char made[_MAX_PATH];
     _makepath(made, "D", "a", "n", "e");
     EXPECT_STREQ(made, "D:a\\n.e");
-}
-
-TEST_F(Files, FullPathThatDoesNotFitIsNone) {
     char small[4] = "";
     EXPECT_EQ(_fullpath(small, "C:\\abc", sizeof small), nullptr);
     EXPECT_EQ(GetFullPathNameA("C:\\abc", sizeof small, small, nullptr), 7u);
 }
 
-TEST_F(Files, TextsCompareWithoutCase) {
+TEST_F(Files, RuntimeComparesWithoutCaseAndWritesDateAndTimeInNineBytes) {
     EXPECT_EQ(_stricmp("aBc", "AbC"), 0);
     EXPECT_LT(_stricmp("a_", "AB"), 0) << "compared in lower case";
     EXPECT_GT(_stricmp("abc", "AB"), 0);
     EXPECT_EQ(_strnicmp("abX", "ABy", 2), 0);
     EXPECT_NE(_strnicmp("abX", "ABy", 3), 0);
-}
-
-TEST_F(Files, DateAndTimeAreNineBytes) {
     SYSTEMTIME now;
     GetLocalTime(&now);
     char date[9], time[9], expected[32];
@@ -160,8 +150,7 @@ TEST_F(Files, DriveOfTheSystemIsFixed) {
     ASSERT_NE(GetDiskFreeSpaceA("C:\\", &sectors, &bytes, &free, &total), FALSE);
     EXPECT_GT(sectors * bytes, 0u);
     EXPECT_LE(free, total);
-    EXPECT_EQ(ErrorOf([&] { return GetDiskFreeSpaceA("Q:\\", &sectors, &bytes, &free, &total); }),
-              DWORD(ERROR_PATH_NOT_FOUND));
+    EXPECT_TRUE(FailsWith(ERROR_PATH_NOT_FOUND, GetDiskFreeSpaceA("Q:\\", &sectors, &bytes, &free, &total)));
 }
 
 }  // namespace

@@ -70,12 +70,10 @@ TEST_F(VersionResource, FilesWithoutOneAnswerNoSize) {
     WriteBytes(Folder() + "\\TEXT.DLL", "no module at all");
     const std::string none = Place({.hasVersion = false});
     DWORD ignored = 0xdeadbeef;
-    EXPECT_EQ(GetFileVersionInfoSizeA(none.c_str(), &ignored), 0u);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_RESOURCE_DATA_NOT_FOUND));
+    EXPECT_TRUE(FailsWith(ERROR_RESOURCE_DATA_NOT_FOUND, GetFileVersionInfoSizeA(none.c_str(), &ignored)));
     EXPECT_EQ(ignored, 0u);
     EXPECT_EQ(GetFileVersionInfoSizeA((Folder() + "\\TEXT.DLL").c_str(), nullptr), 0u);
-    EXPECT_EQ(GetFileVersionInfoSizeA((Folder() + "\\NONE.DLL").c_str(), nullptr), 0u);
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_FILE_NOT_FOUND));
+    EXPECT_TRUE(FailsWith(ERROR_FILE_NOT_FOUND, GetFileVersionInfoSizeA((Folder() + "\\NONE.DLL").c_str(), nullptr)));
 }
 
 TEST_F(VersionResource, WithoutTranslationTheRecordStands) {

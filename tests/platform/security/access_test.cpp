@@ -31,8 +31,7 @@ DWORD Enable(const char* name, bool enable) {
 
 std::vector<BYTE> Information(HANDLE token, TOKEN_INFORMATION_CLASS informationClass) {
     DWORD size = 0;
-    EXPECT_FALSE(GetTokenInformation(token, informationClass, nullptr, 0, &size));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
+    EXPECT_TRUE(FailsWith(ERROR_INSUFFICIENT_BUFFER, GetTokenInformation(token, informationClass, nullptr, 0, &size)));
     std::vector<BYTE> bytes(size);
     EXPECT_TRUE(GetTokenInformation(token, informationClass, bytes.data(), size, &size));
     EXPECT_EQ(size, bytes.size());
@@ -78,20 +77,19 @@ TEST_F(SecurityTokens, TokenHandlesAllowWhatTheyWereOpenedFor) {
     KernelHandle token = ProcessToken(TOKEN_ADJUST_PRIVILEGES);
     BYTE buffer[8];
     DWORD size = 0;
-    EXPECT_FALSE(GetTokenInformation(token.Get(), TokenUser, buffer, sizeof buffer, &size));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_ACCESS_DENIED));
+    EXPECT_TRUE(
+        FailsWith(ERROR_ACCESS_DENIED, GetTokenInformation(token.Get(), TokenUser, buffer, sizeof buffer, &size)));
     token = ProcessToken(TOKEN_QUERY);
     TOKEN_PRIVILEGES wanted = {1, {{Privilege(SE_BACKUP_NAME), SE_PRIVILEGE_ENABLED}}};
-    EXPECT_FALSE(AdjustTokenPrivileges(token.Get(), FALSE, &wanted, 0, nullptr, nullptr));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_ACCESS_DENIED));
-    EXPECT_FALSE(GetTokenInformation(nullptr, TokenUser, buffer, sizeof buffer, &size));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_HANDLE));
+    EXPECT_TRUE(
+        FailsWith(ERROR_ACCESS_DENIED, AdjustTokenPrivileges(token.Get(), FALSE, &wanted, 0, nullptr, nullptr)));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_HANDLE, GetTokenInformation(nullptr, TokenUser, buffer, sizeof buffer, &size)));
     HANDLE none = nullptr;
-    EXPECT_FALSE(OpenProcessToken(reinterpret_cast<HANDLE>(ULONG_PTR(0x1234)), TOKEN_QUERY, &none));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_HANDLE));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_HANDLE,
+                          OpenProcessToken(reinterpret_cast<HANDLE>(ULONG_PTR(0x1234)), TOKEN_QUERY, &none)));
 }
 
-TEST_F(SecurityTokens, PrivilegesAreSwitchedForTheWholeProcess) {
+TEST_F(SecurityTokens, PrivilegesAreSwitchedForTheProcessAndWhatIsNotHeldIsReported) {
     const KernelHandle token = ProcessToken(TOKEN_ADJUST_PRIVILEGES | TOKEN_QUERY);
     EXPECT_EQ(Enable(SE_BACKUP_NAME, true), DWORD(ERROR_SUCCESS));
     TOKEN_PRIVILEGES off = {1, {{Privilege(SE_BACKUP_NAME), 0}}}, before = {};
@@ -101,9 +99,6 @@ TEST_F(SecurityTokens, PrivilegesAreSwitchedForTheWholeProcess) {
     EXPECT_EQ(size, sizeof before);
     EXPECT_EQ(before.PrivilegeCount, 1u);
     EXPECT_EQ(before.Privileges[0].Attributes, DWORD(SE_PRIVILEGE_ENABLED));
-}
-
-TEST_F(SecurityTokens, PrivilegeThatIsNotHeldIsReportedInTheLastErrorOfASuccess) {
     EXPECT_EQ(Enable(SE_CREATE_TOKEN_NAME, true), DWORD(ERROR_NOT_ALL_ASSIGNED));
     EXPECT_EQ(Enable(SE_BACKUP_NAME, false), DWORD(ERROR_SUCCESS));
 }
@@ -118,19 +113,15 @@ TEST_F(SecurityTokens, PrivilegeNamesAndNumbersBelongTogether) {
     EXPECT_STREQ(name, SE_RESTORE_NAME);
     EXPECT_EQ(length, std::string(SE_RESTORE_NAME).size());
     length = 18;
-    EXPECT_FALSE(LookupPrivilegeNameA(nullptr, &luid, name, &length));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
-    EXPECT_FALSE(LookupPrivilegeValueA(nullptr, "SeNoSuchPrivilege", &luid));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_NO_SUCH_PRIVILEGE));
+    EXPECT_TRUE(FailsWith(ERROR_INSUFFICIENT_BUFFER, LookupPrivilegeNameA(nullptr, &luid, name, &length)));
+    EXPECT_TRUE(FailsWith(ERROR_NO_SUCH_PRIVILEGE, LookupPrivilegeValueA(nullptr, "SeNoSuchPrivilege", &luid)));
     luid = {99, 0};
-    EXPECT_FALSE(LookupPrivilegeNameA(nullptr, &luid, name, &length));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_NO_SUCH_PRIVILEGE));
+    EXPECT_TRUE(FailsWith(ERROR_NO_SUCH_PRIVILEGE, LookupPrivilegeNameA(nullptr, &luid, name, &length)));
 }
 
 TEST_F(SecurityTokens, ThreadHasATokenWhileItImpersonates) {
     KernelHandle token;
-    EXPECT_FALSE(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, token.Receive()));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_NO_TOKEN));
+    EXPECT_TRUE(FailsWith(ERROR_NO_TOKEN, OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, token.Receive())));
     ASSERT_TRUE(ImpersonateSelf(SecurityImpersonation));
     ASSERT_TRUE(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, FALSE, token.Receive()));
     SECURITY_IMPERSONATION_LEVEL level = SecurityAnonymous;
@@ -140,8 +131,6 @@ TEST_F(SecurityTokens, ThreadHasATokenWhileItImpersonates) {
     EXPECT_TRUE(RevertToSelf());
     EXPECT_FALSE(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, token.Receive()));
 }
-
-// --- AccessCheck ---
 
 struct CheckCase {
     const char* name;
@@ -204,7 +193,7 @@ INSTANTIATE_TEST_SUITE_P(
                               "what is named is not needed"},
                     CheckCase{"AskingForNothing", "O:SYG:SYD:(A;;FA;;;BA)", 0, 0, nullptr},
                     CheckCase{"ForeignGroup", "O:SYG:SYD:(A;;FA;;;S-1-5-21-1-2-3-1000)", 0x1, 0, nullptr}),
-    [](const auto& row) { return row.param.name; });
+    kCaseName);
 
 TEST_F(SecurityTokens, AccessCheckRefusesWhatItCannotDecide) {
     const Sddl whole("O:SYG:SYD:(A;;FA;;;BA)"), noGroup("O:SYD:(A;;FA;;;BA)"), noOwner("G:SYD:(A;;FA;;;BA)");
@@ -257,8 +246,6 @@ TEST_F(SecurityTokens, MapGenericMaskReplacesEveryGenericBit) {
     EXPECT_EQ(mask, 0x1200A9u);
 }
 
-// --- Private objects ---
-
 struct PrivateCase {
     const char* name;
     const char* parent;  // null: none
@@ -294,7 +281,7 @@ INSTANTIATE_TEST_SUITE_P(
         PrivateCase{"CreatorOwnerBecomesTheOwner", "O:SYG:SYD:(A;OICIIO;FA;;;CO)", nullptr, true,
                     "D:(A;;FA;;;BA)(A;OICIIO;FA;;;CO)"},
         PrivateCase{"NothingGivesTheTokensList", nullptr, nullptr, false, "D:(A;;FA;;;BA)(A;;FA;;;SY)"}),
-    [](const auto& row) { return row.param.name; });
+    kCaseName);
 
 TEST_F(SecurityTokens, PrivateObjectIsSetAndReadInParts) {
     SKIP_UNDER_WINE("private objects lose their list");
@@ -308,8 +295,8 @@ TEST_F(SecurityTokens, PrivateObjectIsSetAndReadInParts) {
                                          &g_fileMapping, token.Get()));
     object.Reset(raw);
     DWORD size = 0;
-    EXPECT_FALSE(GetPrivateObjectSecurity(raw, DACL_SECURITY_INFORMATION, nullptr, 0, &size));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
+    EXPECT_TRUE(FailsWith(ERROR_INSUFFICIENT_BUFFER,
+                          GetPrivateObjectSecurity(raw, DACL_SECURITY_INFORMATION, nullptr, 0, &size)));
     std::vector<BYTE> read(size);
     ASSERT_TRUE(GetPrivateObjectSecurity(raw, DACL_SECURITY_INFORMATION, read.data(), size, &size));
     EXPECT_EQ(SddlOf(read.data()), "D:P(A;;FA;;;BO)") << "the owner was neither set nor asked for";

@@ -20,9 +20,9 @@ class SecurityDescriptors : public FreshMachine {
 TEST_F(SecurityDescriptors, AbsoluteAndSelfRelativeFormsHoldTheSame) {
     const Sddl source(kFull);
     DWORD size = 0, daclSize = 0, saclSize = 0, ownerSize = 0, groupSize = 0;
-    EXPECT_FALSE(MakeAbsoluteSD(source.Get(), nullptr, &size, nullptr, &daclSize, nullptr, &saclSize, nullptr,
-                                &ownerSize, nullptr, &groupSize));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
+    EXPECT_TRUE(
+        FailsWith(ERROR_INSUFFICIENT_BUFFER, MakeAbsoluteSD(source.Get(), nullptr, &size, nullptr, &daclSize, nullptr,
+                                                            &saclSize, nullptr, &ownerSize, nullptr, &groupSize)));
     EXPECT_EQ(size, sizeof(SECURITY_DESCRIPTOR));
     EXPECT_EQ(std::vector<DWORD>({daclSize, saclSize, ownerSize, groupSize}), std::vector<DWORD>({52, 0, 16, 12}));
 
@@ -34,8 +34,7 @@ TEST_F(SecurityDescriptors, AbsoluteAndSelfRelativeFormsHoldTheSame) {
     EXPECT_EQ(absolute.Control & SE_SELF_RELATIVE, 0);
 
     DWORD needed = 0;
-    EXPECT_FALSE(MakeSelfRelativeSD(&absolute, nullptr, &needed));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INSUFFICIENT_BUFFER));
+    EXPECT_TRUE(FailsWith(ERROR_INSUFFICIENT_BUFFER, MakeSelfRelativeSD(&absolute, nullptr, &needed)));
     ASSERT_EQ(needed, 20u + 52 + 16 + 12);
     std::vector<BYTE> again(needed);
     ASSERT_TRUE(MakeSelfRelativeSD(&absolute, again.data(), &needed));
@@ -44,15 +43,13 @@ TEST_F(SecurityDescriptors, AbsoluteAndSelfRelativeFormsHoldTheSame) {
 }
 
 TEST_F(SecurityDescriptors, RevisionAndFormAreChecked) {
-    EXPECT_FALSE(InitializeSecurityDescriptor(&m_empty, 2));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_UNKNOWN_REVISION));
+    EXPECT_TRUE(FailsWith(ERROR_UNKNOWN_REVISION, InitializeSecurityDescriptor(&m_empty, 2)));
     const Sddl source(kFull);
     EXPECT_FALSE(
         SetSecurityDescriptorDacl(source.Get(), TRUE, nullptr, FALSE));  // self-relative: no place for a pointer
     EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_SECURITY_DESCR));
     m_empty.Revision = 2;
-    EXPECT_FALSE(SetSecurityDescriptorDacl(&m_empty, TRUE, nullptr, FALSE));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_UNKNOWN_REVISION));
+    EXPECT_TRUE(FailsWith(ERROR_UNKNOWN_REVISION, SetSecurityDescriptorDacl(&m_empty, TRUE, nullptr, FALSE)));
     EXPECT_FALSE(IsValidSecurityDescriptor(&m_empty));
     EXPECT_FALSE(IsValidSecurityDescriptor(nullptr));
 }
@@ -81,8 +78,8 @@ TEST_F(SecurityDescriptors, ControlTakesInheritanceBitsOnly) {
     ASSERT_TRUE(GetSecurityDescriptorControl(&m_empty, &control, &revision));
     EXPECT_EQ(control, SE_DACL_AUTO_INHERIT_REQ);
     EXPECT_EQ(revision, DWORD(SECURITY_DESCRIPTOR_REVISION));
-    EXPECT_FALSE(SetSecurityDescriptorControl(&m_empty, SE_DACL_PRESENT, SE_DACL_PRESENT));
-    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_PARAMETER));
+    EXPECT_TRUE(
+        FailsWith(ERROR_INVALID_PARAMETER, SetSecurityDescriptorControl(&m_empty, SE_DACL_PRESENT, SE_DACL_PRESENT)));
 }
 
 TEST_F(SecurityDescriptors, OwnerAndGroupAreKeptByPointer) {

@@ -30,14 +30,6 @@ class SecurityList : public FreshMachine {
     std::vector<BYTE> m_memory;
 };
 
-// Whether the call failed and left this last error.
-#define EXPECT_FAILS_WITH(error, call)           \
-    do {                                         \
-        SetLastError(0xdeadbeef);                \
-        EXPECT_FALSE(call);                      \
-        EXPECT_EQ(GetLastError(), DWORD(error)); \
-    } while (false)
-
 TEST_F(SecurityList, AllocatedSidHasWindowsBytesAndGoesBackThroughFreeSid) {
     SID_IDENTIFIER_AUTHORITY nt = SECURITY_NT_AUTHORITY;
     AllocatedSid sid;
@@ -51,10 +43,10 @@ TEST_F(SecurityList, AllocatedSidHasWindowsBytesAndGoesBackThroughFreeSid) {
     EXPECT_EQ(*GetSidSubAuthorityCount(made), 2);
     EXPECT_EQ(*GetSidSubAuthority(made, 1), 544u);
     EXPECT_EQ(GetSidIdentifierAuthority(made)->Value[5], 5);
-    EXPECT_FAILS_WITH(ERROR_INVALID_SID, AllocateAndInitializeSid(&nt, 9, 0, 0, 0, 0, 0, 0, 0, 0, &made));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_SID, AllocateAndInitializeSid(&nt, 9, 0, 0, 0, 0, 0, 0, 0, 0, &made)));
 }
 
-TEST_F(SecurityList, SidsAreValidEqualAndCopiedByTheirWholeContent) {
+TEST_F(SecurityList, SidsAreEqualCopiedAndWrittenByTheirWholeContent) {
     BYTE small[16] = {}, invalid[16] = {2, 1};
     EXPECT_TRUE(IsValidSid(m_administrators.Get()));
     EXPECT_FALSE(IsValidSid(invalid));
@@ -66,9 +58,6 @@ TEST_F(SecurityList, SidsAreValidEqualAndCopiedByTheirWholeContent) {
     EXPECT_FALSE(CopySid(15, small, m_administrators.Get()));
     ASSERT_TRUE(CopySid(16, small, m_administrators.Get()));
     EXPECT_TRUE(EqualSid(small, m_administrators.Get()));
-}
-
-TEST_F(SecurityList, SidTextIsReadAndWritten) {
     for (const char* const text : {"S-1-1-0", "S-1-5-32-544", "S-1-5-21-1-2-4294967295-1000"}) {
         LPSTR written = nullptr;
         ASSERT_TRUE(ConvertSidToStringSidA(TestSid(text).Get(), &written)) << text;
@@ -83,18 +72,8 @@ TEST_F(SecurityList, SidTextIsReadAndWritten) {
             continue;  // Wine takes numbers that overflow and empty ones
 #endif
         }
-        EXPECT_FAILS_WITH(ERROR_INVALID_SID, ConvertStringSidToSidA(text, &sid));
+        EXPECT_TRUE(FailsWith(ERROR_INVALID_SID, ConvertStringSidToSidA(text, &sid)));
     }
-}
-
-TEST_F(SecurityList, InitializeAclChecksSizeAndRevision) {
-    ACL list;
-    EXPECT_FAILS_WITH(ERROR_INSUFFICIENT_BUFFER, InitializeAcl(&list, 7, ACL_REVISION));
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, InitializeAcl(&list, 8, 1));
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, InitializeAcl(&list, 8, 5));
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, InitializeAcl(&list, 0x10000, ACL_REVISION));
-    EXPECT_TRUE(InitializeAcl(&list, 8, ACL_REVISION));
-    EXPECT_TRUE(IsValidAcl(&list));
 }
 
 TEST_F(SecurityList, AddedEntryHasWindowsBytes) {
@@ -111,16 +90,23 @@ TEST_F(SecurityList, AddedEntryHasWindowsBytes) {
     EXPECT_EQ(size.AclBytesFree, 36u);
 }
 
-TEST_F(SecurityList, AddingReportsWhatIsWrong) {
+TEST_F(SecurityList, InitializingAndAddingReportWhatIsWrong) {
+    ACL list;
+    EXPECT_TRUE(FailsWith(ERROR_INSUFFICIENT_BUFFER, InitializeAcl(&list, 7, ACL_REVISION)));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_PARAMETER, InitializeAcl(&list, 8, 1)));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_PARAMETER, InitializeAcl(&list, 8, 5)));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_PARAMETER, InitializeAcl(&list, 0x10000, ACL_REVISION)));
+    EXPECT_TRUE(InitializeAcl(&list, 8, ACL_REVISION));
+    EXPECT_TRUE(IsValidAcl(&list));
     BYTE invalid[16] = {2, 1};
-    const PACL list = NewList(32);
-    EXPECT_FAILS_WITH(ERROR_INVALID_SID, AddAccessAllowedAce(list, ACL_REVISION, 1, invalid));
-    EXPECT_FAILS_WITH(ERROR_REVISION_MISMATCH, AddAccessAllowedAce(list, 5, 1, m_everyone.Get()));
-    ASSERT_TRUE(AddAccessAllowedAce(list, ACL_REVISION, 1, m_administrators.Get()));  // 8 + 24: full
-    EXPECT_FAILS_WITH(ERROR_ALLOTTED_SPACE_EXCEEDED, AddAccessAllowedAce(list, ACL_REVISION, 1, m_everyone.Get()));
-    list->AceCount = 9;  // more than there are
-    EXPECT_FALSE(IsValidAcl(list));
-    EXPECT_FAILS_WITH(ERROR_INVALID_ACL, AddAccessAllowedAce(list, ACL_REVISION, 1, m_everyone.Get()));
+    const PACL full = NewList(32);
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_SID, AddAccessAllowedAce(full, ACL_REVISION, 1, invalid)));
+    EXPECT_TRUE(FailsWith(ERROR_REVISION_MISMATCH, AddAccessAllowedAce(full, 5, 1, m_everyone.Get())));
+    ASSERT_TRUE(AddAccessAllowedAce(full, ACL_REVISION, 1, m_administrators.Get()));  // 8 + 24: full
+    EXPECT_TRUE(FailsWith(ERROR_ALLOTTED_SPACE_EXCEEDED, AddAccessAllowedAce(full, ACL_REVISION, 1, m_everyone.Get())));
+    full->AceCount = 9;  // more than there are
+    EXPECT_FALSE(IsValidAcl(full));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_ACL, AddAccessAllowedAce(full, ACL_REVISION, 1, m_everyone.Get())));
     EXPECT_TRUE(CanariesAreAlive());
 }
 
@@ -134,8 +120,8 @@ TEST_F(SecurityList, EntriesAreFoundAddedAndDeletedByIndex) {
     EXPECT_EQ(SddlOf(list), "(A;;LC;;;WD)(A;;CC;;;BA)(A;;DC;;;SY)");
     ASSERT_TRUE(DeleteAce(list, 1));
     EXPECT_EQ(SddlOf(list), "(A;;LC;;;WD)(A;;DC;;;SY)");
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, GetAce(list, 2, &first));
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER, DeleteAce(list, 2));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_PARAMETER, GetAce(list, 2, &first)));
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_PARAMETER, DeleteAce(list, 2)));
     EXPECT_TRUE(CanariesAreAlive());
 }
 
@@ -148,13 +134,11 @@ TEST_F(SecurityList, AddAceGoesBeforeTheIndexAndSaysWhatDoesNotFit) {
     ASSERT_TRUE(GetAce(source.Dacl(), 0, &first));
     ASSERT_TRUE(AddAce(list, ACL_REVISION, 0, first, 24 + 20));
     EXPECT_EQ(SddlOf(list), "(A;;CC;;;BA)(A;;DC;;;SY)(A;;LC;;;WD)");
-    EXPECT_FAILS_WITH(ERROR_INVALID_PARAMETER,
-                      AddAce(list, ACL_REVISION, MAXDWORD, first, 30));  // ends within an entry
-    EXPECT_FAILS_WITH(ERROR_INSUFFICIENT_BUFFER, AddAce(list, ACL_REVISION, 0, first, 24));
+    EXPECT_TRUE(
+        FailsWith(ERROR_INVALID_PARAMETER, AddAce(list, ACL_REVISION, MAXDWORD, first, 30)));  // ends within an entry
+    EXPECT_TRUE(FailsWith(ERROR_INSUFFICIENT_BUFFER, AddAce(list, ACL_REVISION, 0, first, 24)));
     EXPECT_TRUE(CanariesAreAlive());
 }
-
-// --- SetEntriesInAclA ---
 
 EXPLICIT_ACCESSA Explicit(PSID sid, ACCESS_MODE mode, DWORD mask, DWORD inheritance = NO_INHERITANCE) {
     EXPLICIT_ACCESSA entry = {};
@@ -203,9 +187,9 @@ INSTANTIATE_TEST_SUITE_P(
                               "(D;;SW;;;WD)(D;;CC;;;BG)(A;;DC;;;BA)", nullptr},
                     MergeCase{"RevokeRemovesAllowsOnly", "D:(D;;CC;;;BA)(A;;DC;;;BA)(A;;LC;;;WD)", REVOKE_ACCESS, "BA",
                               "(D;;CC;;;BA)(A;;LC;;;WD)", nullptr}),
-    [](const auto& row) { return row.param.name; });
+    kCaseName);
 
-TEST_F(SecurityList, MergeOfNothingIsNoListAndBadTrusteesAreRefused) {
+TEST_F(SecurityList, GrantsWithoutAnOldListKeepTheirOrderAndBadTrusteesAreRefused) {
     PACL merged = reinterpret_cast<PACL>(&merged);
     EXPECT_EQ(SetEntriesInAclA(0, nullptr, nullptr, &merged), DWORD(ERROR_SUCCESS));
     EXPECT_EQ(merged, nullptr);
@@ -213,9 +197,6 @@ TEST_F(SecurityList, MergeOfNothingIsNoListAndBadTrusteesAreRefused) {
     EXPECT_EQ(SetEntriesInAclA(1, &entry, nullptr, &merged), DWORD(ERROR_INVALID_PARAMETER));
     entry = Explicit(m_everyone.Get(), NOT_USED_ACCESS, 1);
     EXPECT_EQ(SetEntriesInAclA(1, &entry, nullptr, &merged), DWORD(ERROR_INVALID_PARAMETER));
-}
-
-TEST_F(SecurityList, GrantsWithoutAnOldListKeepTheirOrder) {
     const TestSid operators("BO");
     EXPLICIT_ACCESSA entries[] = {
         Explicit(m_everyone.Get(), GRANT_ACCESS, KEY_READ, SUB_CONTAINERS_AND_OBJECTS_INHERIT),

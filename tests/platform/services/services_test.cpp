@@ -1,5 +1,4 @@
 // The service control manager as Windows runs it.
-#include "platform/handles.h"
 #include "tests/support/fresh_machine.h"
 
 namespace {
@@ -77,15 +76,11 @@ class ServicesTest : public FreshMachine {
     ServiceHandle m_manager;
 };
 
-TEST_F(ServicesTest, ManagerOpensForTheActiveDatabaseOnly) {
-    EXPECT_FALSE(ServiceHandle(OpenSCManagerA(nullptr, "Nonsense", SC_MANAGER_CONNECT)));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_NAME);
-    EXPECT_FALSE(ServiceHandle(OpenSCManagerA(nullptr, "ServicesFailed", SC_MANAGER_CONNECT)));
-    EXPECT_EQ(GetLastError(), ERROR_DATABASE_DOES_NOT_EXIST);
+TEST_F(ServicesTest, DatabaseAndNamesAreCheckedBeforeAnyServiceIsLookedFor) {
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_NAME, ServiceHandle(OpenSCManagerA(nullptr, "Nonsense", SC_MANAGER_CONNECT))));
+    EXPECT_TRUE(FailsWith(ERROR_DATABASE_DOES_NOT_EXIST,
+                          ServiceHandle(OpenSCManagerA(nullptr, "ServicesFailed", SC_MANAGER_CONNECT))));
     EXPECT_TRUE(ServiceHandle(OpenSCManagerA("", SERVICES_ACTIVE_DATABASEA, SC_MANAGER_CONNECT)));
-}
-
-TEST_F(ServicesTest, NamesAreCheckedBeforeAnyServiceIsLookedFor) {
     const struct {
         const char* name;
         DWORD error;
@@ -96,11 +91,9 @@ TEST_F(ServicesTest, NamesAreCheckedBeforeAnyServiceIsLookedFor) {
                  {nullptr, ERROR_INVALID_ADDRESS}};
     for (const auto& one : cases) {
         SCOPED_TRACE(one.name == nullptr ? "null" : one.name);
-        EXPECT_FALSE(Open(one.name));
-        EXPECT_EQ(GetLastError(), one.error);
+        EXPECT_TRUE(FailsWith(one.error, Open(one.name)));
     }
-    EXPECT_FALSE(Create("a/b"));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_NAME);
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_NAME, Create("a/b")));
 }
 
 TEST_F(ServicesTest, CreationRefusesSettingsThatNoServiceHas) {
@@ -125,35 +118,16 @@ TEST_F(ServicesTest, CreationRefusesSettingsThatNoServiceHas) {
     EXPECT_FALSE(Open(kName));
 }
 
-TEST_F(ServicesTest, ServiceIsKeptInTheRegistry) {
-    const ServiceHandle service = Create(kName, "Instalib test");
-    ASSERT_TRUE(service) << GetLastError();
-    EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kServiceKey, "Type"), SERVICE_WIN32_OWN_PROCESS);
-    EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kServiceKey, "Start"), SERVICE_DEMAND_START);
-    EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kServiceKey, "ErrorControl"), SERVICE_ERROR_NORMAL);
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "ImagePath"), ProgramPath());
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "DisplayName"), "Instalib test");
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "Group"), "Group");
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "ObjectName"), "LocalSystem");
-}
-
-TEST_F(ServicesTest, PathMayNameVariables) {
-    SKIP_UNDER_WINE("ImagePath is written as REG_SZ");
-    ASSERT_TRUE(Create(kName));
-    EXPECT_EQ(GetRaw(HKEY_LOCAL_MACHINE, kServiceKey, "ImagePath")->type, DWORD(REG_EXPAND_SZ));
-}
-
 TEST_F(ServicesTest, ConfigurationTellsTheSizeItNeeds) {
     const ServiceHandle service = Create(kName, "Instalib test");
     ASSERT_TRUE(service);
     DWORD needed = 0;
-    EXPECT_FALSE(QueryServiceConfigA(service.Get(), nullptr, 0, &needed));
-    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_TRUE(FailsWith(ERROR_INSUFFICIENT_BUFFER, QueryServiceConfigA(service.Get(), nullptr, 0, &needed)));
     ASSERT_GT(needed, sizeof(QUERY_SERVICE_CONFIGA));
     std::vector<std::max_align_t> buffer(needed / sizeof(std::max_align_t) + 1);
     auto* const config = reinterpret_cast<LPQUERY_SERVICE_CONFIGA>(buffer.data());
-    EXPECT_FALSE(QueryServiceConfigA(service.Get(), config, sizeof *config, &needed));
-    EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
+    EXPECT_TRUE(
+        FailsWith(ERROR_INSUFFICIENT_BUFFER, QueryServiceConfigA(service.Get(), config, sizeof *config, &needed)));
     ASSERT_TRUE(QueryServiceConfigA(service.Get(), config, needed, &needed)) << GetLastError();
     EXPECT_EQ(config->dwServiceType, SERVICE_WIN32_OWN_PROCESS);
     EXPECT_EQ(config->dwStartType, SERVICE_DEMAND_START);
@@ -163,16 +137,7 @@ TEST_F(ServicesTest, ConfigurationTellsTheSizeItNeeds) {
     EXPECT_STREQ(config->lpDisplayName, "Instalib test");
 }
 
-TEST_F(ServicesTest, NamesAndDisplayNamesAreTakenOnce) {
-    const ServiceHandle service = Create(kName, "Instalib test");
-    ASSERT_TRUE(service);
-    EXPECT_FALSE(Create("INSTALIBTEST"));
-    EXPECT_EQ(GetLastError(), ERROR_SERVICE_EXISTS);
-    EXPECT_FALSE(Create(kOther, "instalib TEST"));
-    EXPECT_EQ(GetLastError(), ERROR_DUPLICATE_SERVICE_NAME);
-}
-
-TEST_F(ServicesTest, ServiceStartsAnswersAndStops) {
+TEST_F(ServicesTest, ServiceStartsAnswersAndStopsUnlessItIsDisabled) {
     const ServiceHandle service = Create(kName);
     ASSERT_TRUE(service);
     EXPECT_EQ(StatusOf(service).dwCurrentState, SERVICE_STOPPED);
@@ -191,33 +156,36 @@ TEST_F(ServicesTest, ServiceStartsAnswersAndStops) {
     ASSERT_EQ(Send(service, SERVICE_CONTROL_STOP), 0u);
     ASSERT_TRUE(WaitFor(service, SERVICE_STOPPED));
     EXPECT_EQ(StatusOf(service).dwWin32ExitCode, 0u);
-}
-
-TEST_F(ServicesTest, RefusedControlTellsTheStatusAllTheSame) {
-    const ServiceHandle service = Create(kName);
-    ASSERT_TRUE(service);
     SERVICE_STATUS status{};
     EXPECT_FALSE(ControlService(service.Get(), SERVICE_CONTROL_STOP, &status));
     EXPECT_EQ(status.dwCurrentState, SERVICE_STOPPED);
-}
-
-TEST_F(ServicesTest, DisabledServiceDoesNotStart) {
-    const ServiceHandle service = Create(kName);
     ASSERT_TRUE(ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, SERVICE_DISABLED, SERVICE_NO_CHANGE, nullptr,
                                      nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
     EXPECT_EQ(Start(service), DWORD(ERROR_SERVICE_DISABLED));
 }
 
-TEST_F(ServicesTest, ChangeLeavesWhatIsNotGiven) {
+TEST_F(ServicesTest, ServiceIsKeptInTheRegistryItsNamesTakenOnceAndAChangeLeavesTheRest) {
     const ServiceHandle service = Create(kName, "Instalib test");
+    ASSERT_TRUE(service) << GetLastError();
+    EXPECT_EQ(GetNumber(kServiceKey, "Type"), SERVICE_WIN32_OWN_PROCESS);
+    EXPECT_EQ(GetNumber(kServiceKey, "Start"), SERVICE_DEMAND_START);
+    EXPECT_EQ(GetNumber(kServiceKey, "ErrorControl"), SERVICE_ERROR_NORMAL);
+    EXPECT_EQ(GetText(kServiceKey, "ImagePath"), ProgramPath());
+    EXPECT_EQ(GetText(kServiceKey, "DisplayName"), "Instalib test");
+    EXPECT_EQ(GetText(kServiceKey, "Group"), "Group");
+    EXPECT_EQ(GetText(kServiceKey, "ObjectName"), "LocalSystem");
+    EXPECT_TRUE(FailsWith(ERROR_SERVICE_EXISTS, Create("INSTALIBTEST")));
+    EXPECT_TRUE(FailsWith(ERROR_DUPLICATE_SERVICE_NAME, Create(kOther, "instalib TEST")));
     ASSERT_EQ(Rename(service, "Another name"), 0u) << GetLastError();
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "DisplayName"), "Another name");
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "ImagePath"), ProgramPath());
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "Group"), "Group");
-    EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kServiceKey, "Start"), SERVICE_DEMAND_START);
-    EXPECT_FALSE(ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, 77, SERVICE_NO_CHANGE, nullptr, nullptr,
-                                      nullptr, nullptr, nullptr, nullptr, nullptr));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(GetText(kServiceKey, "DisplayName"), "Another name");
+    EXPECT_EQ(GetText(kServiceKey, "ImagePath"), ProgramPath());
+    EXPECT_EQ(GetText(kServiceKey, "Group"), "Group");
+    EXPECT_EQ(GetNumber(kServiceKey, "Start"), SERVICE_DEMAND_START);
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_PARAMETER,
+                          ChangeServiceConfigA(service.Get(), SERVICE_NO_CHANGE, 77, SERVICE_NO_CHANGE, nullptr,
+                                               nullptr, nullptr, nullptr, nullptr, nullptr, nullptr)));
+    SKIP_UNDER_WINE("ImagePath is written as REG_SZ");
+    EXPECT_EQ(GetRaw(kServiceKey, "ImagePath")->type, DWORD(REG_EXPAND_SZ));
 }
 
 TEST_F(ServicesTest, DescriptionIsKeptUntilAnEmptyOneComes) {
@@ -237,7 +205,7 @@ TEST_F(ServicesTest, DescriptionIsKeptUntilAnEmptyOneComes) {
     };
     EXPECT_TRUE(describe(text));
     EXPECT_EQ(description(), "What it does");
-    EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kServiceKey, "Description"), "What it does");
+    EXPECT_EQ(GetText(kServiceKey, "Description"), "What it does");
     EXPECT_TRUE(describe(nullptr));
     EXPECT_EQ(description(), "What it does");
     EXPECT_TRUE(describe(none));
@@ -247,23 +215,20 @@ TEST_F(ServicesTest, DescriptionIsKeptUntilAnEmptyOneComes) {
 TEST_F(ServicesTest, DeletedServiceStaysUntilItsLastHandleCloses) {
     ServiceHandle service = Create(kName);
     ASSERT_TRUE(DeleteService(service.Get()));
-    EXPECT_FALSE(DeleteService(service.Get()));
-    EXPECT_EQ(GetLastError(), ERROR_SERVICE_MARKED_FOR_DELETE);
-    EXPECT_FALSE(Create(kName));
-    EXPECT_EQ(GetLastError(), ERROR_SERVICE_MARKED_FOR_DELETE);
+    EXPECT_TRUE(FailsWith(ERROR_SERVICE_MARKED_FOR_DELETE, DeleteService(service.Get())));
+    EXPECT_TRUE(FailsWith(ERROR_SERVICE_MARKED_FOR_DELETE, Create(kName)));
     EXPECT_EQ(Rename(service, "Another name"), DWORD(ERROR_SERVICE_MARKED_FOR_DELETE));
     ServiceHandle second = Open(kName, SERVICE_QUERY_STATUS);
     EXPECT_TRUE(second);
     service.Reset();
-    EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, kServiceKey));
+    EXPECT_TRUE(KeyExists(kServiceKey));
     second.Reset();
 #ifdef _WIN32
     // Wine's manager drops the record a moment after the last handle.
     for (int i = 0; i < 100 && Open(kName, SERVICE_QUERY_STATUS); ++i) Sleep(50);
 #endif
-    EXPECT_FALSE(Open(kName));
-    EXPECT_EQ(GetLastError(), ERROR_SERVICE_DOES_NOT_EXIST);
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kServiceKey));
+    EXPECT_TRUE(FailsWith(ERROR_SERVICE_DOES_NOT_EXIST, Open(kName)));
+    EXPECT_FALSE(KeyExists(kServiceKey));
 }
 
 TEST_F(ServicesTest, HandleAllowsOnlyWhatItWasOpenedFor) {
@@ -273,18 +238,16 @@ TEST_F(ServicesTest, HandleAllowsOnlyWhatItWasOpenedFor) {
     EXPECT_EQ(Start(service), DWORD(ERROR_ACCESS_DENIED));
     EXPECT_EQ(Send(service, SERVICE_CONTROL_STOP), DWORD(ERROR_ACCESS_DENIED));
     EXPECT_EQ(Rename(service, "x"), DWORD(ERROR_ACCESS_DENIED));
-    EXPECT_FALSE(QueryServiceConfigA(service.Get(), nullptr, 0, &needed));
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
-    EXPECT_FALSE(DeleteService(service.Get()));
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(FailsWith(ERROR_ACCESS_DENIED, QueryServiceConfigA(service.Get(), nullptr, 0, &needed)));
+    EXPECT_TRUE(FailsWith(ERROR_ACCESS_DENIED, DeleteService(service.Get())));
     const ServiceHandle manager(OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT));
-    EXPECT_FALSE(ServiceHandle(CreateServiceA(manager.Get(), kOther, nullptr, SERVICE_ALL_ACCESS,
-                                              SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
-                                              "x", nullptr, nullptr, nullptr, nullptr, nullptr)));
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(
+        FailsWith(ERROR_ACCESS_DENIED,
+                  ServiceHandle(CreateServiceA(manager.Get(), kOther, nullptr, SERVICE_ALL_ACCESS,
+                                               SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
+                                               "x", nullptr, nullptr, nullptr, nullptr, nullptr))));
     SERVICE_STATUS status{};
-    EXPECT_FALSE(QueryServiceStatus(manager.Get(), &status));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_HANDLE, QueryServiceStatus(manager.Get(), &status)));
 }
 
 TEST_F(ServicesTest, RunningDependentsKeepAServiceFromStopping) {
@@ -309,9 +272,10 @@ TEST_F(ServicesTest, MissingOrFailingDependencyKeepsAServiceFromStarting) {
                                      nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
     EXPECT_EQ(Start(orphan), DWORD(ERROR_SERVICE_DEPENDENCY_FAIL));
     // A circle is refused when it would come about.
-    EXPECT_FALSE(ChangeServiceConfigA(needed.Get(), SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, nullptr,
-                                      nullptr, nullptr, "InstalibTest2\0", nullptr, nullptr, nullptr));
-    EXPECT_EQ(GetLastError(), ERROR_CIRCULAR_DEPENDENCY);
+    EXPECT_TRUE(
+        FailsWith(ERROR_CIRCULAR_DEPENDENCY,
+                  ChangeServiceConfigA(needed.Get(), SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, SERVICE_NO_CHANGE, nullptr,
+                                       nullptr, nullptr, "InstalibTest2\0", nullptr, nullptr, nullptr)));
 }
 
 TEST_F(ServicesTest, DatabaseLockIsHeldOnceAndKeepsServicesFromStarting) {
@@ -319,18 +283,15 @@ TEST_F(ServicesTest, DatabaseLockIsHeldOnceAndKeepsServicesFromStarting) {
     const ServiceHandle service = Create(kName);
     ServiceDatabaseLock lock(LockServiceDatabase(Manager()));
     ASSERT_TRUE(lock);
-    EXPECT_FALSE(LockServiceDatabase(Manager()));
-    EXPECT_EQ(GetLastError(), ERROR_SERVICE_DATABASE_LOCKED);
+    EXPECT_TRUE(FailsWith(ERROR_SERVICE_DATABASE_LOCKED, LockServiceDatabase(Manager())));
     EXPECT_EQ(Start(service), DWORD(ERROR_SERVICE_DATABASE_LOCKED));
     EXPECT_EQ(Rename(service, "Renamed while locked"), 0u);
     const SC_LOCK stale = lock.Get();
     lock.Reset();
     EXPECT_EQ(Start(service), 0u);
-    EXPECT_FALSE(UnlockServiceDatabase(stale));
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_SERVICE_LOCK);
+    EXPECT_TRUE(FailsWith(ERROR_INVALID_SERVICE_LOCK, UnlockServiceDatabase(stale)));
     const ServiceHandle connected(OpenSCManagerA(nullptr, nullptr, SC_MANAGER_CONNECT));
-    EXPECT_FALSE(LockServiceDatabase(connected.Get()));
-    EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(FailsWith(ERROR_ACCESS_DENIED, LockServiceDatabase(connected.Get())));
 }
 
 TEST_F(ServicesTest, UnknownAccountMakesNoService) {
