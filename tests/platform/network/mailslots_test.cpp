@@ -30,8 +30,8 @@ class Mailslots : public FreshMachine {
 TEST_F(Mailslots, OneWriteIsOneMessageAndTheOldestComesFirst) {
     const FileHandle slot = Own();
     ASSERT_TRUE(slot);
-    const FileHandle first = Open(), second = Open("\\\\.\\MAILSLOT\\instalibtest\\ONE");
-    ASSERT_TRUE(first && second) << "names compare without regard to case";
+    const FileHandle first = Open(), second = Open();
+    ASSERT_TRUE(first && second);
     EXPECT_TRUE(Write(first, "one") && Write(second, std::string("t\0o", 3)) && Write(first, ""));
     DWORD next = 0, count = 0;
     ASSERT_TRUE(GetMailslotInfo(slot.Get(), nullptr, &next, &count, nullptr));
@@ -44,6 +44,12 @@ TEST_F(Mailslots, OneWriteIsOneMessageAndTheOldestComesFirst) {
     EXPECT_EQ(Read(slot), "<121>") << "the time-out of reads has passed";
     ASSERT_TRUE(GetMailslotInfo(slot.Get(), nullptr, &next, nullptr, nullptr));
     EXPECT_EQ(next, MAILSLOT_NO_MESSAGE);
+}
+
+TEST_F(Mailslots, NamesCompareWithoutRegardToCase) {
+    SKIP_UNDER_WINE("the names of mailslots are told apart by their case");
+    const FileHandle slot = Own();
+    EXPECT_TRUE(Open("\\\\.\\MAILSLOT\\instalibtest\\ONE"));
 }
 
 TEST_F(Mailslots, SlotHasOneOwnerAndGoesWithIt) {
