@@ -10,7 +10,7 @@ class Mailslots : public FreshMachine {
     static FileHandle Own(const char* name = kName, DWORD timeout = 0) {
         return FileHandle(CreateMailslotA(name, 0, timeout, nullptr));
     }
-    static FileHandle Open(const std::string& name = kName, DWORD share = FILE_SHARE_READ) {
+    static FileHandle Open(const std::string& name = kName, DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE) {
         SetLastError(0xdeadbeef);
         return FileHandle(
             CreateFileA(name.c_str(), GENERIC_WRITE, share, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -28,6 +28,7 @@ class Mailslots : public FreshMachine {
 };
 
 TEST_F(Mailslots, OneWriteIsOneMessageAndTheOldestComesFirst) {
+    SKIP_UNDER_WINE("mailslots count one message, cut what does not fit and lose empty messages");
     const FileHandle slot = Own();
     ASSERT_TRUE(slot);
     const FileHandle first = Open(), second = Open();
@@ -47,7 +48,6 @@ TEST_F(Mailslots, OneWriteIsOneMessageAndTheOldestComesFirst) {
 }
 
 TEST_F(Mailslots, NamesCompareWithoutRegardToCase) {
-    SKIP_UNDER_WINE("the names of mailslots are told apart by their case");
     const FileHandle slot = Own();
     EXPECT_TRUE(Open("\\\\.\\MAILSLOT\\instalibtest\\ONE"));
 }
