@@ -3,6 +3,7 @@
 #ifndef INSTALIB_CHANGES_OBJECTS_H
 #define INSTALIB_CHANGES_OBJECTS_H
 
+#include <compare>
 #include <string>
 #include <vector>
 
@@ -40,7 +41,7 @@ struct Object {
     std::string part;
     bool secret = false;  // its value is a password: neither read nor kept
 
-    bool operator==(const Object& other) const = default;
+    auto operator<=>(const Object& other) const = default;
 };
 using Objects = std::vector<Object>;
 

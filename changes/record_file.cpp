@@ -106,7 +106,7 @@ struct Parsed {
     DWORD sum = 0;
 };
 
-Parsed Parse(std::string_view bytes, Record& record) {
+Parsed ParseFrames(std::string_view bytes, Record& record) {
     Parsed parsed;
     parsed.error = ERROR_INVALID_DATA;
     DWORD version = 0;
@@ -178,8 +178,10 @@ DWORD RecordFile::Read(const std::string& path, Record& record) {
     std::string bytes;
     if (!file) return GetLastError();
     const DWORD error = ReadWhole(file.Get(), bytes);
-    return error != 0 ? error : Parse(bytes, record).error;
+    return error != 0 ? error : ParseFrames(bytes, record).error;
 }
+
+DWORD RecordFile::Parse(std::string_view bytes, Record& record) { return ParseFrames(bytes, record).error; }
 
 DWORD RecordFile::Open(const std::string& path, Record& record) {
     FileHandle file(CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
@@ -187,7 +189,7 @@ DWORD RecordFile::Open(const std::string& path, Record& record) {
     std::string bytes;
     if (!file) return GetLastError();
     if (const DWORD error = ReadWhole(file.Get(), bytes)) return error;
-    const Parsed parsed = Parse(bytes, record);
+    const Parsed parsed = ParseFrames(bytes, record);
     if (parsed.error != 0) return parsed.error;
     if (SetFilePointer(file.Get(), LONG(parsed.end), nullptr, FILE_BEGIN) == INVALID_SET_FILE_POINTER ||
         (parsed.end != bytes.size() && !SetEndOfFile(file.Get()))) {

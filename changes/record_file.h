@@ -8,6 +8,7 @@
 #define INSTALIB_CHANGES_RECORD_FILE_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "changes/objects.h"
@@ -57,6 +58,8 @@ class RecordFile {
     // record, ERROR_REVISION_MISMATCH for another version, 1210 for another machine. Nothing is written when it fails.
     DWORD Open(const std::string& path, Record& record);
     static DWORD Read(const std::string& path, Record& record);
+    // The same from a file's bytes.
+    static DWORD Parse(std::string_view bytes, Record& record);
     void Close();
     bool IsOpen() const { return bool(m_file); }
     const std::string& Path() const { return m_path; }

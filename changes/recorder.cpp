@@ -27,13 +27,6 @@ std::string NewId() {
     return text;
 }
 
-bool MatchesPlan(const Step& step, const Step& planned) {
-    if (step.object.kind != planned.object.kind || !EqualNoCase(step.object.name, planned.object.name)) return false;
-    // Where a deleted file is kept is the record's own business.
-    if (step.object.kind != Kind::File && !EqualNoCase(step.object.part, planned.object.part)) return false;
-    return RowOf(step.object.kind).matches(step.before, planned.before);
-}
-
 }  // namespace
 
 void Subjects::Add(Kind kind, std::string name, std::string part, bool secret) {
@@ -66,6 +59,7 @@ DWORD Recorder::Begin(const std::string& path) {
     if (full.empty()) return ERROR_INVALID_NAME;
     if (const DWORD error = m_file.Create(full, m_record)) return error;
     m_plan.reset();
+    m_departure.reset();
     m_kept = 0;
     changing::door::recording = true;
     return 0;
@@ -102,7 +96,8 @@ DWORD Recorder::Mark(const std::string& stage) {
 DWORD Recorder::Commit() {
     const std::lock_guard lock(m_change);
     if (!m_file.IsOpen()) return ERROR_INVALID_HANDLE;
-    if (m_plan && m_planned != m_plan->changes.size()) return kOtherwise;
+    if (m_departure) return kOtherwise;
+    if (m_plan && !m_plan->IsAtEnd()) return Depart(m_plan->Next(), nullptr);
     const DWORD error = m_file.End(Status::Committed);
     if (error == 0) Stop();
     return error;
@@ -130,19 +125,34 @@ void Recorder::Stop() {
     m_handles.clear();
 }
 
-void Recorder::Follow(Record plan) {
+void Recorder::Follow(Plan plan) {
     const std::lock_guard lock(m_change);
     m_plan = std::move(plan);
-    m_planned = 0;
+    m_departure.reset();
+}
+
+DWORD Recorder::Depart(const Change* expected, const Change* found) {
+    m_departure.emplace();
+    if (expected != nullptr) m_departure->expected = *expected;
+    if (found != nullptr) m_departure->found = *found;
+    return kOtherwise;
 }
 
 DWORD Recorder::CheckPlan(const Change& change) {
     if (!m_plan) return 0;
-    if (m_planned == m_plan->changes.size()) return kOtherwise;
-    const std::vector<Step>& planned = m_plan->changes[m_planned].steps;
-    const bool same = std::equal(change.steps.begin(), change.steps.end(), planned.begin(), planned.end(), MatchesPlan);
-    if (same) ++m_planned;
-    return same ? 0 : kOtherwise;
+    if (m_departure) return kOtherwise;
+    return m_plan->Admits(change) ? 0 : Depart(m_plan->Next(), &change);
+}
+
+DWORD Recorder::Set(const Object& object, const State& wanted) {
+    Step step;
+    step.object = object;
+    step.hasIntended = true;
+    step.intended = wanted;
+    if (const DWORD error = Start({step})) return error;
+    const DWORD error = RowOf(object.kind).write(object, m_record.changes.back().steps[0].before, wanted);
+    Finish(error);
+    return error;
 }
 
 DWORD Recorder::Start(std::vector<Step> steps) {
@@ -170,6 +180,8 @@ void Recorder::Finish(DWORD error) {
     change.finished = true;
     change.error = error;
     m_file.QueueAfter(change);
+    // What came of a change is known only now; then it is the next one that is refused.
+    if (m_plan && !m_departure && !m_plan->HadResult(change)) Depart(m_plan->Next(), &change);
     m_change.unlock();
 }
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "changes/record_file.h"
+#include "changes/plan.h"
 
 namespace changes {
 
@@ -51,7 +51,9 @@ class Recorder {
     // Stops recording and leaves the file as a crash would.
     void Abandon();
     // From now on only what `plan` has, in its order, may be changed.
-    void Follow(Record plan);
+    void Follow(Plan plan);
+    // Makes one object `wanted`, as a change on record.
+    DWORD Set(const Object& object, const State& wanted);
 
     // Around one change, for the door; between them the recorder is locked. 0, or the error with which the change is
     // refused; then there is nothing to finish.
@@ -66,9 +68,15 @@ class Recorder {
     std::string NameOf(const void* handle);
 
     const Record& Running() const { return m_record; }
+    // Where the setup left its plan: what the plan has there (no steps: nothing more), and what was to be done.
+    struct Departure {
+        Change expected, found;
+    };
+    const std::optional<Departure>& Departed() const { return m_departure; }
 
   private:
     DWORD CheckPlan(const Change& change);
+    DWORD Depart(const Change* expected, const Change* found);
     void Stop();
 
     std::mutex m_change;  // held from Start to Finish
@@ -76,8 +84,8 @@ class Recorder {
     std::map<const void*, std::string> m_handles;
     RecordFile m_file;
     Record m_record;
-    std::optional<Record> m_plan;
-    std::size_t m_planned = 0;  // how many of the plan's changes were made
+    std::optional<Plan> m_plan;
+    std::optional<Departure> m_departure;  // from the plan: nothing more is changed then
     DWORD m_kept = 0;
 };
 

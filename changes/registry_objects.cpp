@@ -243,6 +243,22 @@ DWORD FindKey(HKEY key, const char* subkey, REGSAM view, KeyPath& path) {
     }
 }
 
+DWORD ContentsOf(const std::string& key, std::vector<std::string>& subkeys, std::vector<std::string>& values) {
+    RegistryKey opened;
+    const LSTATUS status = OpenNamed(key, KEY_READ, opened);
+    if (IsMissing(status)) return 0;
+    if (status != 0) return DWORD(status);
+    char name[256];  // the longest name of a key, with its terminator
+    for (DWORD index = 0;; ++index) {
+        DWORD size = sizeof name;
+        const LSTATUS next = RegEnumKeyExA(opened.Get(), index, name, &size, nullptr, nullptr, nullptr, nullptr);
+        if (next == ERROR_NO_MORE_ITEMS) break;
+        if (next != 0) return DWORD(next);
+        subkeys.push_back(key + "\\" + std::string(name, size));
+    }
+    return DWORD(ValueNames(opened.Get(), values));
+}
+
 const KindRow kKeyRow = {"key", ReadKey, WriteKey, SamePresence, true, nullptr};
 const KindRow kValueRow = {"value", ReadValue, WriteValue, SameState, true, nullptr};
 const KindRow kKeySecurityRow = {"key security", ReadKeySecurity, WriteKeySecurity, SameState, true, nullptr};

@@ -17,6 +17,8 @@ struct KeyPath {
     std::size_t missing = 0;
 };
 DWORD FindKey(HKEY key, const char* subkey, REGSAM view, KeyPath& path);
+// The full names of the keys right below a key, and the names of its values. None for a key that is not there.
+DWORD ContentsOf(const std::string& key, std::vector<std::string>& subkeys, std::vector<std::string>& values);
 
 }  // namespace changes
 

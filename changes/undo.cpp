@@ -1,6 +1,7 @@
 // Taking changes back: backwards, state by state. What somebody else has changed since is left and named, with every
 // earlier change of the same object.
-#include <algorithm>
+#include <map>
+#include <set>
 
 #include "changes/recorder.h"
 
@@ -16,7 +17,11 @@ DWORD Twice(auto operation) {
 class Undoing {
   public:
     Undoing(const Record& record, std::size_t first, bool sameProcess, std::vector<Left>& left)
-        : m_record(record), m_first(first), m_sameProcess(sameProcess), m_left(left) {}
+        : m_sameProcess(sameProcess), m_left(left) {
+        for (std::size_t i = first; i < record.changes.size(); ++i) {
+            for (const Step& step : record.changes[i].steps) m_atFirst.try_emplace(step.object, &step.before);
+        }
+    }
 
     // False when something is left that another attempt may take back.
     bool TakeBack(std::size_t number, const Change& change) {
@@ -25,7 +30,7 @@ class Undoing {
             const DWORD error = TakeBack(*step);
             if (error == 0) continue;
             m_left.push_back({number, step->object, error});
-            m_given.push_back(step->object);
+            m_given.insert(step->object);
             whole = whole && (error == kOtherwise || error == ERROR_NOT_SUPPORTED);
         }
         return whole;
@@ -37,25 +42,16 @@ class Undoing {
         if (step.afterKnown && !step.unreadable && !step.object.secret && step.before == step.after) return 0;
         if (step.unreadable || step.object.secret) return ERROR_NOT_SUPPORTED;
         if (!row.lasts && !m_sameProcess) return 0;
-        if (std::find(m_given.begin(), m_given.end(), step.object) != m_given.end()) return 0;  // named already
+        if (m_given.contains(step.object)) return 0;  // named already
         State now;
         if (const DWORD error = Twice([&] { return row.read(step.object, now); })) return error;
-        if (now == step.before || now == AtFirst(step)) return 0;
+        // How it was before all of it: made and removed by the setup itself, it needs no more.
+        if (now == step.before || now == *m_atFirst.at(step.object)) return 0;
         const bool exactly = !step.afterKnown || now == step.after;
         if (!IsOurs(row, step, now)) return kOtherwise;
         const auto write = exactly || row.writePart == nullptr ? row.write : row.writePart;
         const DWORD error = Twice([&] { return write(step.object, now, step.before); });
         return error == ERROR_DIR_NOT_EMPTY ? kOtherwise : error;
-    }
-
-    // How the object was before all of it: what is so again, made and removed by the setup itself, needs no more.
-    const State& AtFirst(const Step& of) const {
-        for (std::size_t i = m_first; i < m_record.changes.size(); ++i) {
-            for (const Step& step : m_record.changes[i].steps) {
-                if (step.object == of.object) return step.before;
-            }
-        }
-        return of.before;
     }
 
     // Of a call that never came back only what it was to do is known, and often not even that.
@@ -64,11 +60,10 @@ class Undoing {
         return !step.hasIntended || row.matches(now, step.intended);
     }
 
-    const Record& m_record;
-    std::size_t m_first;
+    std::map<Object, const State*> m_atFirst;
     bool m_sameProcess;
     std::vector<Left>& m_left;
-    std::vector<Object> m_given;
+    std::set<Object> m_given;
 };
 
 }  // namespace

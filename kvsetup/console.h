@@ -19,6 +19,7 @@ enum ExitCode {
     kCancelled = 4,    // the user said no, or nobody was there to ask
     kNotAllowed = 5,   // not an administrator
     kNothingToDo = 6,  // nothing is installed, or the installed product must not be replaced
+    kDiffers = 7,      // the machine is not as it was installed, or not as a plan saw it
 };
 
 // An error with its exit code, thrown to main, which prints it as one line.

@@ -6,6 +6,10 @@
 
 #include "kvsetup/host.h"
 
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
 namespace host {
 namespace {
 
@@ -26,6 +30,23 @@ std::string ErrorText(DWORD error) {
     if (error == 0) return "no reason is known";
     const std::string text = SystemText(error);
     return (text.empty() ? "Windows error" : text) + " (" + std::to_string(error) + ")";
+}
+
+bool ReadFile(const std::string& hostPath, std::string& bytes) {
+    std::ifstream file(hostPath, std::ios::binary);
+    bytes.assign(std::istreambuf_iterator<char>(file), {});
+    return file.is_open() && !file.bad();
+}
+
+bool WriteFile(const std::string& hostPath, const std::string& bytes) {
+    const std::string beside = hostPath + ".new";
+    std::ofstream file(beside, std::ios::binary | std::ios::trunc);
+    file << bytes;
+    file.close();
+    if (file) std::remove(hostPath.c_str());
+    if (file && std::rename(beside.c_str(), hostPath.c_str()) == 0) return true;
+    std::remove(beside.c_str());
+    return false;
 }
 
 int WithKey(const std::string& path, const std::function<int(HKEY)>& use) {

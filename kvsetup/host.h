@@ -32,6 +32,30 @@ void RunFromMedium(const std::string& folder);
 // says: go on.
 bool DriveRemotely(const std::string& hostName, const std::vector<std::string>& arguments, int* exitCode);
 
+// A copy of the machine, with all machines of its world, on which this process runs for as long as the object lives:
+// what a setup does there is a rehearsal. The second one of a setup runs at another time, and its new accounts get
+// other identifiers. Problem() tells why there can be none, on Windows always.
+class ScratchMachine {
+  public:
+    explicit ScratchMachine(bool isSecond);
+    ~ScratchMachine();
+    ScratchMachine(const ScratchMachine&) = delete;
+    ScratchMachine& operator=(const ScratchMachine&) = delete;
+    const std::string& Problem() const { return m_problem; }
+
+  private:
+    std::string m_original;
+    std::string m_world;
+    std::string m_problem;
+};
+
+// The host's path of a file or folder of the machine.
+std::string HostPath(const std::string& machinePath);
+// False when a file, by its host path, cannot be read whole.
+bool ReadFile(const std::string& hostPath, std::string& bytes);
+// Writes it beside and puts it in its place, so that there is never half of it.
+bool WriteFile(const std::string& hostPath, const std::string& bytes);
+
 enum class Stream { Input, Output };
 bool IsTerminal(Stream stream);
 // Reads a line without showing it, for passwords.

@@ -1,6 +1,8 @@
+#include <cstdlib>
 #include <filesystem>
 
 #include "kvsetup/host.h"
+#include "platform/embedded/control/accounts.h"
 #include "platform/embedded/control/machine.h"
 #include "platform/embedded/control/terminal.h"
 
@@ -59,6 +61,41 @@ std::string MachinePath(const std::string& path, bool isFolder, std::string* pro
     if (drive.empty()) *problem = "the machine has no drive letter left for " + folder.string();
     return isFolder || drive.empty() ? drive : drive + full.filename().string();
 }
+
+ScratchMachine::ScratchMachine(bool isSecond) : m_original(control::MachineFolder().string()) {
+    constexpr std::uint64_t kLater = 90'061'000;  // milliseconds: a day, an hour, a minute and a second
+    const fs::path world = fs::path(m_original).parent_path();
+    std::error_code error;
+    std::string folder = (fs::temp_directory_path(error) / "kvsetup-plan-XXXXXX").string();
+    if (error || mkdtemp(folder.data()) == nullptr) {
+        m_problem = "there is no place for a copy of the machine";
+        return;
+    }
+    m_world = folder;
+    for (const fs::directory_entry& entry : fs::directory_iterator(world, error)) {
+        if (error || !fs::exists(entry.path() / "registry", error)) continue;
+        fs::copy(entry.path(), m_world / entry.path().filename(),
+                 fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
+        if (error) break;
+    }
+    if (error || !control::UseMachine(m_world / fs::path(m_original).filename())) {
+        m_problem = "the machine cannot be copied to " + m_world + (error ? ": " + error.message() : "");
+        return;
+    }
+    control::UseManualClock(true);
+    if (!isSecond) return;
+    control::AdvanceClock(kLater);
+    control::SkipIdentifiers("", 7);
+}
+
+ScratchMachine::~ScratchMachine() {
+    control::UseManualClock(false);
+    control::UseMachine(m_original);
+    std::error_code error;
+    if (!m_world.empty()) fs::remove_all(m_world, error);
+}
+
+std::string HostPath(const std::string& machinePath) { return control::HostPath(machinePath).string(); }
 
 void RunFromMedium(const std::string& folder) { control::RunAs(folder + "KVSETUP.EXE"); }
 

@@ -44,6 +44,13 @@ std::string MachinePath(const std::string& path, bool isFolder, std::string* pro
     return result;
 }
 
+ScratchMachine::ScratchMachine(bool)
+    : m_problem("a plan is made on a copy of the machine, and this computer has none; make it on an embedded machine") {
+}
+ScratchMachine::~ScratchMachine() = default;
+
+std::string HostPath(const std::string& machinePath) { return machinePath; }
+
 void RunFromMedium(const std::string&) {}
 
 bool DriveRemotely(const std::string& hostName, const std::vector<std::string>& arguments, int* exitCode) {

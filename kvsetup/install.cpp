@@ -97,10 +97,9 @@ int InstallCommand(const Options& options) {
     StageContext context{*session, registry};
     // Answers that ignore errors want the pieces.
     const bool keepGoing = session->settings.IgnoreErrors() != 0;
-    RecordedRun run(*session, "install", options.keep || keepGoing, options.resume);
-    const bool succeeded = run.Stages(InstallStages(), context, keepGoing, report["stages"]);
+    RecordedRun run(*session, options, "install", options.keep || keepGoing, options.resume);
+    const bool succeeded = run.Stages(InstallStages(), context, keepGoing, report["stages"]) && run.Complete();
     if (!succeeded) run.TakeBack(context, report);
-    if (succeeded) run.Complete();
     return Finish(*session, report, succeeded, "Installation");
 }
 
@@ -123,9 +122,9 @@ int UninstallCommand(const Options& options) {
     Confirm(options, *session, "Remove it now");
     session->Log("Removal of " + session->productId);
     StageContext context{*session, registry};
-    RecordedRun run(*session, "uninstall", options.keep, false);
-    const bool succeeded = run.Stages(UninstallStages(), context, options.keep, report["stages"]);
+    RecordedRun run(*session, options, "uninstall", options.keep);
+    const bool succeeded =
+        run.Stages(UninstallStages(), context, options.keep, report["stages"]) && run.CompleteRemoval();
     if (!succeeded) run.TakeBack(context, report);
-    if (succeeded) run.CompleteRemoval();
     return Finish(*session, report, succeeded, "Removal");
 }

@@ -7,7 +7,10 @@
 #include "kvsetup/host.h"
 #include "kvsetup/machine_commands.h"
 #include "kvsetup/options.h"
+#include "kvsetup/plan_commands.h"
 #include "kvsetup/record_commands.h"
+#include "kvsetup/report_command.h"
+#include "kvsetup/verify_commands.h"
 
 namespace {
 
@@ -15,7 +18,7 @@ constexpr char kExitCodes[] =
     "Exit codes: 0 done; 1 a stage failed; 2 wrong command line; 3 the medium, the answers or another file cannot be\n"
     "used; 4 cancelled, or nobody to ask; 5 not an administrator; 6 nothing to do, or an installed product that must "
     "not\n"
-    "be replaced.";
+    "be replaced; 7 the machine is not as it was installed, or not as a plan saw it.";
 
 using Run = std::function<int(const Options&)>;
 
@@ -49,20 +52,23 @@ void AddUninstall(CLI::App& app, Options& options, Run& run) {
     command->callback([&run] { run = UninstallCommand; });
 }
 
-void AddUpgrade(CLI::App& app, Options& options, Run& run) {
+void AddUpgradeCheck(CLI::App& app, Options& options, Run& run) {
     CLI::App* const check = app.add_subcommand("upgrade-check", "may the installed product be upgraded, and why");
     check->add_option("--source", options.source, "folder of the installation medium, with its SETUP.INF")->required();
     check->add_option("--product", options.product, "registration name of the installed product")->required();
     check->add_option("--target", options.target, "the machine that is asked (default: this one)");
     check->add_flag("--json", options.json, "print data as JSON");
     check->callback([&run] { run = UpgradeCheckCommand; });
+}
 
+void AddUpgrade(CLI::App& app, Options& options, Run& run) {
     CLI::App* const upgrade = app.add_subcommand("upgrade", "replace the installed product and keep its settings");
     AddSource(*upgrade, options, true);
     upgrade->add_option("--answers", options.answers, "response file of an unattended setup; nothing is asked then");
     upgrade->add_option("--product", options.product,
                         "registration name of the installed product (default: the medium's)");
     upgrade->add_option("--uninstaller", options.uninstaller, "command line that removes the old product");
+    upgrade->add_flag("--keep", options.keep, "leave what a failed upgrade has done; nothing is taken back then");
     upgrade->add_flag("--accept-loss", options.acceptLoss, "go on although the backup does not hold every setting");
     CLI::Option* const resume =
         upgrade->add_flag("--resume", options.resume, "go on with the backup that an earlier upgrade left");
@@ -129,7 +135,15 @@ int main(int argc, char** argv) {
     app.add_option("--machine", options.machine, "folder of the embedded machine to work on (before the command)");
     AddInstall(app, options, run);
     AddUninstall(app, options, run);
+    AddUpgradeCheck(app, options, run);
     AddUpgrade(app, options, run);
+    CLI::App* const plan = app.add_subcommand("plan", "what a setup would change, found out on a copy of the machine");
+    AddInstall(*plan, options, run);
+    AddUninstall(*plan, options, run);
+    AddUpgrade(*plan, options, run);
+    AddPlanCommands(app, *plan, options, run);
+    AddVerifyCommands(app, options, run);
+    AddReportCommand(app, options, run);
     AddStatus(app, options, run);
     AddServices(app, options, run);
     AddRecordCommands(app, options, run);

@@ -6,6 +6,11 @@
 #include <string>
 #include <vector>
 
+namespace records {
+struct Rehearsal;
+struct Following;
+}  // namespace records
+
 struct Options {
     std::string machine;      // empty: the machine of the environment
     std::string source;       // as the user wrote it
@@ -19,13 +24,18 @@ struct Options {
     bool keep = false;    // a setup that fails leaves what it has done
     bool resume = false;  // goes on with the setup that was interrupted, or with the backup of an upgrade
     std::string serviceName;
-    std::string product;      // the installed product's registration name; empty: the medium's
-    std::string target;       // the machine that is asked; empty: this one
-    std::string uninstaller;  // a whole command line; empty: the Windows Installer
-    bool discard = false;     // the backup of an upgrade that did not come to its end
-    bool acceptLoss = false;             // remove the old product although its backup is not complete
-    bool needsMachine = true;            // the command works on the present machine
-    std::vector<std::string> arguments;  // the whole command line without the program's name
+    std::string product;                      // the installed product's registration name; empty: the medium's
+    std::string target;                       // the machine that is asked; empty: this one
+    std::string uninstaller;                  // a whole command line; empty: the Windows Installer
+    bool discard = false;                     // the backup of an upgrade that did not come to its end
+    bool acceptLoss = false;                  // remove the old product although its backup is not complete
+    bool needsMachine = true;                 // the command works on the present machine
+    bool removeAdded = false;                 // a repair also removes what was added
+    std::string file;                         // a plan's, a report's
+    std::string page;                         // a report's
+    records::Rehearsal* rehearsal = nullptr;  // the setup runs on a copy of the machine
+    records::Following* plan = nullptr;       // the setup does what a plan has
+    std::vector<std::string> arguments;       // the whole command line without the program's name
 };
 
 // The commands. Each returns an exit code or throws a Failure.

@@ -86,14 +86,30 @@ void Tell(const CSetupRecord& record, bool quiet, Json& report) {
     }
 }
 
-void Forget(const std::string& file) {
-    if (!CSetupRecord::Forget(file.c_str()))
-        console::Warn("the record " + file + " cannot be removed: " + host::ErrorText(host::LastError()));
+std::string ChangeText(const tagSETUP_CHANGE& change) {
+    if (change.sKind.IsEmpty()) return "nothing more";
+    const auto text = [](const CString& state) {
+        return state.IsEmpty() ? "nothing" : static_cast<const char*>(state);
+    };
+    return ObjectText(change) + ": " + text(change.sBefore) + " -> " + text(change.sAfter);
 }
 
 }  // namespace
 
 namespace records {
+
+void Forget(const std::string& file) {
+    if (!CSetupRecord::Forget(file.c_str()))
+        console::Warn("the record " + file + " cannot be removed: " + host::ErrorText(host::LastError()));
+}
+
+std::string NewFile() {
+    const std::vector<Found> all = All();
+    const int number = all.empty() ? 1 : all.back().number + 1;
+    return number > kMostRecords ? "" : FileOf(number);
+}
+
+std::string ProductOf(const std::string& what) { return what.substr(std::min(what.find(' ') + 1, what.size())); }
 
 std::vector<Found> All() {
     std::vector<Found> all;
@@ -147,8 +163,8 @@ void TakeBackUnfinished(bool quiet) {
 
 }  // namespace records
 
-RecordedRun::RecordedRun(Session& session, const std::string& kind, bool keep, bool resume)
-    : m_session(session), m_what(kind + " " + session.productId), m_keep(keep) {
+RecordedRun::RecordedRun(Session& session, const Options& options, const std::string& kind, bool keep, bool resume)
+    : m_session(session), m_options(options), m_what(kind + " " + session.productId), m_keep(keep) {
     interruption::Note();
     if (resume) {
         const std::optional<records::Found> found = records::Unfinished();
@@ -162,12 +178,20 @@ RecordedRun::RecordedRun(Session& session, const std::string& kind, bool keep, b
         m_session.Log("Going on with the record " + m_file);
         return;
     }
-    const std::vector<records::Found> all = records::All();
-    const int number = all.empty() ? 1 : all.back().number + 1;
-    m_file = FileOf(number);
-    if (number > kMostRecords || !m_record.Begin(m_file.c_str()) || !m_record.Mark(m_what.c_str())) {
+    m_file = records::NewFile();
+    if (m_file.empty()) throw Failure{kFailed, "there are too many records on this machine; see kvsetup undo"};
+    if (!m_record.Begin(m_file.c_str()) || !m_record.Mark(m_what.c_str())) {
         const DWORD error = host::LastError();
         throw Failure{kFailed, "the record " + m_file + " cannot be begun: " + host::ErrorText(error)};
+    }
+    if (records::Following* const plan = options.plan) {
+        const bool isThere = plan->next < plan->records.size();
+        const auto& [first, again] = isThere ? plan->records[plan->next++] : plan->records.front();
+        if (!isThere || !m_record.FollowBytes(first.data(), DWORD(first.size()), again.data(), DWORD(again.size()))) {
+            m_record.Rollback();
+            records::Forget(m_file);
+            throw Failure{kBadInput, "the plan is not one of this setup"};
+        }
     }
     m_session.Log("On record in " + m_file);
 }
@@ -178,36 +202,71 @@ bool RecordedRun::Stages(const std::vector<Stage>& stages, StageContext& context
     return RunStages(stages, context, keepGoing, report);
 }
 
-void RecordedRun::Complete() {
-    if (!m_record.Commit() && !m_record.Commit()) {
-        console::Warn("the record " + m_file + " cannot be completed: " + host::ErrorText(host::LastError()));
-        return;
-    }
-    if (!Changes(m_record)) Forget(m_file);
+bool RecordedRun::End() {
+    if (m_record.Commit() || m_record.Commit()) return true;
+    if (m_options.plan != nullptr && host::LastError() == CSetupRecord::ChangedSince) return false;
+    console::Warn("the record " + m_file + " cannot be completed: " + host::ErrorText(host::LastError()));
+    return true;
 }
 
-void RecordedRun::CompleteRemoval() {
-    Complete();
-    const std::string product = m_what.substr(m_what.find(' ') + 1);
+bool RecordedRun::Complete() {
+    if (!End()) return false;
+    if (m_options.rehearsal != nullptr) {
+        m_options.rehearsal->files.push_back(m_file);
+    } else if (m_record.GetState() == CSetupRecord::Committed && !Changes(m_record)) {
+        records::Forget(m_file);
+    }
+    return true;
+}
+
+void RecordedRun::Forget() {
+    if (m_options.rehearsal == nullptr && CComputer::PathExists(m_file.c_str())) records::Forget(m_file);
+}
+
+bool RecordedRun::CompleteRemoval() {
+    if (!Complete()) return false;
+    if (m_options.rehearsal != nullptr) return true;
+    const std::string product = records::ProductOf(m_what);
     for (const records::Found& found : records::All()) {
-        if (found.what.ends_with(" " + product) && found.state == CSetupRecord::Committed) Forget(found.file);
+        const bool isOfProduct = records::ProductOf(found.what) == product;
+        if (isOfProduct && found.state == CSetupRecord::Committed) records::Forget(found.file);
     }
+    return true;
 }
 
-void RecordedRun::TakeBack(StageContext& context, Json& report) {
-    if (m_keep) {
+void RecordedRun::TellDeparture(Json& report) {
+    tagSETUP_CHANGE expected, found;
+    if (!m_record.GetDeparture(expected, found)) return;
+    report["planned"] = ChangeText(expected);
+    report["found"] = ChangeText(found);
+    m_session.Log("The setup left its plan. Planned: " + ChangeText(expected) + ". Found: " + ChangeText(found));
+    if (m_session.json) return;
+    std::cout << "The setup left its plan:\n  planned  " << console::Printable(ChangeText(expected)) << "\n  found    "
+              << console::Printable(ChangeText(found)) << std::endl;
+}
+
+void RecordedRun::TakeBack(StageContext& context, Json& report, const std::string& state) {
+    if (m_options.rehearsal != nullptr) {
+        const Json last = report["stages"].empty() ? Json() : report["stages"].back();
+        throw Failure{kFailed, "the setup would fail: " + last.value("stage", "") + ": " +
+                                   host::ErrorText(last.value("error", DWORD(0)))};
+    }
+    TellDeparture(report);
+    if (m_keep && !report.contains("planned")) {
         Complete();
         return;
     }
     const bool whole = m_record.Rollback() != 0;
     Tell(m_record, m_session.json, report);
     m_session.Log(whole ? "Everything was taken back" : "Not everything could be taken back");
-    if (m_record.GetState() == CSetupRecord::RolledBack) Forget(m_file);
+    if (m_record.GetState() == CSetupRecord::RolledBack) records::Forget(m_file);
     report["succeeded"] = false;
     report["log"] = m_session.log;
     if (m_session.json) console::PrintJson(report);
     const std::string outcome =
-        whole ? "everything was taken back" : "not everything could be taken back; what is left is named above";
+        (whole ? "everything was taken back" : "not everything could be taken back; what is left is named above") +
+        (state.empty() ? "" : ". " + state);
+    if (report.contains("planned")) throw Failure{kDiffers, m_what + " left its plan; " + outcome};
     if (context.cancelled) throw Failure{kCancelled, "cancelled; " + outcome};
     throw Failure{kFailed, m_what + " failed; " + outcome + "; the log is " + m_session.log};
 }

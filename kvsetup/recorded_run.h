@@ -30,24 +30,49 @@ void TakeBackUnfinished(bool quiet);
 // nothing more can be done with it. False when something is left.
 bool TakeBack(const Found& found, bool quiet, Json& report);
 
+// Names a new record, the newest. Empty when there are too many.
+std::string NewFile();
+// Removes a record and what it keeps.
+void Forget(const std::string& file);
+// What a setup's record is of: "ZephraniteCB" of "install ZephraniteCB".
+std::string ProductOf(const std::string& what);
+
+// Of a setup that is only rehearsed: the records that it completed, in their order. They stay.
+struct Rehearsal {
+    std::vector<std::string> files;
+};
+// Of a setup that follows a plan: the bytes of the records of two rehearsals, one pair for each record that it begins.
+struct Following {
+    std::vector<std::pair<std::string, std::string>> records;
+    std::size_t next = 0;
+};
+
 }  // namespace records
 
 class RecordedRun {
   public:
     // `kind` is "install" or "uninstall". With `keep` a failure takes nothing back. `resume` goes on with the record
     // that was left, which must be of the same kind and product. Throws a Failure when there can be no record.
-    RecordedRun(Session& session, const std::string& kind, bool keep, bool resume);
+    RecordedRun(Session& session, const Options& options, const std::string& kind, bool keep, bool resume = false);
 
     bool Stages(const std::vector<Stage>& stages, StageContext& context, bool keepGoing, Json& report);
-    // Keeps the record for a later `undo`; one without a change goes.
-    void Complete();
+    // Keeps the record for a later `undo`; one without a change goes. False when a plan was followed and not all of it
+    // was done.
+    bool Complete();
     // The product is gone, and with it the records of its setups.
-    void CompleteRemoval();
-    // After a failure or a cancellation: throws the Failure that says what became of it. With `keep` nothing happens.
-    void TakeBack(StageContext& context, Json& report);
+    bool CompleteRemoval();
+    // Removes a record that was completed: nothing takes it back any more.
+    void Forget();
+    // After a failure or a cancellation: throws the Failure that says what became of it, and `state` last. With `keep`
+    // nothing happens.
+    void TakeBack(StageContext& context, Json& report, const std::string& state = "");
 
   private:
+    void TellDeparture(Json& report);
+    bool End();
+
     Session& m_session;
+    const Options& m_options;
     std::string m_what;
     std::string m_file;
     bool m_keep;

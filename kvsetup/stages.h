@@ -2,6 +2,7 @@
 #ifndef INSTALIB_KVSETUP_STAGES_H
 #define INSTALIB_KVSETUP_STAGES_H
 
+#include <functional>
 #include <vector>
 
 #include "instalib/registry.h"
@@ -15,14 +16,14 @@ struct StageContext {
     // Titles of stages that an earlier run has finished: they are not run again.
     std::vector<std::string> finished = {};
     std::string account = {};  // of a removal: the user that goes with the product
-    bool cancelled = false;  // somebody asked for the end, between two stages
+    bool cancelled = false;    // somebody asked for the end, between two stages
 };
 
 struct Stage {
     const char* title;
-    bool (*applies)(StageContext& context);
+    std::function<bool(StageContext& context)> applies;
     // True when it succeeded; a failure leaves the Windows error in the last-error value. `note` may say more.
-    bool (*run)(StageContext& context, std::string& note);
+    std::function<bool(StageContext& context, std::string& note)> run;
 };
 
 const std::vector<Stage>& InstallStages();

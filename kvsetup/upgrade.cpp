@@ -8,6 +8,7 @@
 
 #include "instalib/computer.h"
 #include "instalib/upgrade.h"
+#include "kvsetup/recorded_run.h"
 #include "kvsetup/setup_run.h"
 #include "kvsetup/stages.h"
 
@@ -114,18 +115,32 @@ struct Upgrade {
         throw Failure{kFailed, what + ". " + state};
     }
 
-    // The code of the product that is to be removed.
+    // Saves the settings, on a record of its own that ends before the removal begins: what stands in it is safe from
+    // then on, and nothing takes it back any more. The code of the product that is to be removed.
     std::string Save() {
         CString code;
-        if (!KSetBKOldProduct(session.source.c_str(), product.c_str(), code, nullptr)) {
-            Fail("the settings could not be saved",
-                 "Nothing was removed; the old product works as before. Correct the cause and run the upgrade with "
-                 "--resume");
-        }
+        std::string problem = "Correct the cause and run the upgrade again";
+        const std::vector<Stage> stages = {
+            {"Save the old product's settings", [](StageContext&) { return true; },
+             [&](StageContext&, std::string& note) { return SaveSettings(code, note, problem); }}};
+        CHalvRegistry registry(session.settings, 0, nullptr);
+        StageContext context{session, registry};
+        RecordedRun run(session, options, "upgrade-save", false);
+        const bool saved = run.Stages(stages, context, false, report["stages"]) && run.Complete();
+        if (!saved) run.TakeBack(context, report, "Nothing was removed; the old product works as before. " + problem);
+        run.Forget();
+        return std::string(code);
+    }
+
+    bool SaveSettings(CString& code, std::string& note, std::string& problem) {
+        if (!KSetBKOldProduct(session.source.c_str(), product.c_str(), code, nullptr)) return false;
         session.Log("Settings saved in " + BackupPath());
         CArray<CString, CString> lost;
-        if (!CUpgradeBackup::HoldsAll(session.source.c_str(), product.c_str(), nullptr, lost)) ReportLoss(lost);
-        return std::string(code);
+        if (CUpgradeBackup::HoldsAll(session.source.c_str(), product.c_str(), nullptr, lost)) return true;
+        ReportLoss(lost);
+        note = std::to_string(lost.GetSize()) + " settings are not in the backup; " + session.log + " names them";
+        problem = "Run the upgrade with --accept-loss to go on without them";
+        return options.acceptLoss;
     }
 
     void ReportLoss(CArray<CString, CString>& lost) {
@@ -136,10 +151,6 @@ struct Upgrade {
             session.Log("Not saved: " + entry);
             if (i < kShown) console::Warn("not saved: " + entry);
         }
-        if (options.acceptLoss) return;
-        Fail(std::to_string(lost.GetSize()) + " settings are not in the backup; " + session.log + " names them",
-             "Nothing was removed; the old product works as before. Run the upgrade with --resume --accept-loss to go "
-             "on without them");
     }
 
     void Remove(const std::string& code) {
@@ -163,30 +174,28 @@ struct Upgrade {
         report["removed"] = code;
     }
 
-    void Restore() {
-        if (!CUpgradeBackup::Exists()) return;
-        KSetRSOldProdRegKey();
-        if (CUpgradeBackup::Exists()) {
-            Fail("not all settings could be restored", "The new product is installed and the backup stands in " +
-                                                           BackupPath() +
-                                                           "; run the upgrade with --resume to restore again");
-        }
-        session.Log("Settings restored");
-        report["restored"] = true;
-        if (!session.json) std::cout << "The old product's settings are restored.\n";
+    // The new product and the old settings, on one record.
+    void Install() {
+        std::vector<Stage> stages = InstallStages();
+        stages.push_back({"Restore the old product's settings", [](StageContext&) { return CUpgradeBackup::Exists(); },
+                          [&](StageContext&, std::string& note) {
+                              KSetRSOldProdRegKey();
+                              report["restored"] = !CUpgradeBackup::Exists();
+                              if (CUpgradeBackup::Exists()) note = "not all settings could be restored";
+                              return !CUpgradeBackup::Exists();
+                          }});
+        CHalvRegistry registry(session.settings, 0, nullptr);
+        StageContext context{session, registry};
+        const bool keepGoing = session.settings.IgnoreErrors() != 0;
+        RecordedRun run(session, options, "upgrade", options.keep || keepGoing);
+        if (run.Stages(stages, context, keepGoing, report["stages"]) && run.Complete()) return;
+        std::string state;
+        if (CUpgradeBackup::Exists())
+            state = "The old settings are safe in " + BackupPath() + "; run the upgrade with --resume";
+        run.TakeBack(context, report, state);
+        throw Failure{kFailed, "The new product is not complete; what was done is in " + session.log + ". " + state};
     }
 };
-
-void Install(Session& session, Json& report) {
-    CHalvRegistry registry(session.settings, 0, nullptr);
-    StageContext context{session, registry};
-    if (RunStages(InstallStages(), context, session.settings.IgnoreErrors() != 0, report["stages"])) return;
-    session.Log("Upgrade failed: the new product could not be installed");
-    std::string state = "The new product is not complete; what was done is in " + session.log + ".";
-    if (CUpgradeBackup::Exists())
-        state += " The old settings are safe in " + BackupPath() + "; run the upgrade with --resume";
-    throw Failure{kFailed, state};
-}
 
 }  // namespace
 
@@ -212,8 +221,9 @@ int UpgradeCommand(const Options& options) {
     }
     const host::SetupLock lock(kPatience);
     RequireHeld(lock);
-    std::unique_ptr<Session> session = OpenSession(options, false);
     RequireAdministrator();
+    records::TakeBackUnfinished(options.json);
+    std::unique_ptr<Session> session = OpenSession(options, false);
     const std::string product = options.product.empty() ? session->productId : options.product;
     const bool resumes = ResumesStaleBackup(options);
     CUpgradeCheck check(session->source.c_str(), product.c_str(), nullptr);
@@ -235,7 +245,6 @@ int UpgradeCommand(const Options& options) {
         session = OpenSession(options, false);  // the machine is another one now
     }
     // Also where the new product is registered already: an upgrade that is resumed may have ended in the middle of it.
-    Install(*session, report);
-    Upgrade{options, *session, product, report}.Restore();
+    Upgrade{options, *session, product, report}.Install();
     return Finish(*session, report, true, "Upgrade");
 }

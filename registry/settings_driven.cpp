@@ -1,5 +1,4 @@
 // The setters that take their value from the object's settings and hand it to a static writer.
-#include <ctime>
 
 #include "changes/changing.h"
 #include "instalib/computer.h"
@@ -12,6 +11,15 @@
 using namespace registry;
 
 namespace {
+
+// What time() answers, cut to 32 bits, by the machine's own clock.
+DWORD SecondsSince1970() {
+    constexpr unsigned long long kStepsPerSecond = 10'000'000, kSecondsTo1970 = 11'644'473'600;
+    FILETIME time;
+    GetSystemTimeAsFileTime(&time);
+    const unsigned long long steps = static_cast<unsigned long long>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+    return static_cast<DWORD>(steps / kStepsPerSecond - kSecondsTo1970);
+}
 
 CString WithoutLast(const CString& path) { return path.Left(path.GetLength() - 1); }
 

@@ -72,9 +72,34 @@ class INSTALIB_API CSetupRecord {
     // record (ERROR_INVALID_DATA), is of another version (1306) or another machine (1210) changes nothing.
     int Recover(const char* file);
     // From now on the running record admits only the changes that the record `plan`, made by the same setup on a copy
-    // of this machine, has: in its order, each while its object is as the plan saw it. Any other is refused with
-    // ChangedSince before it is made. The plan's machine is not compared.
-    int Follow(const char* plan);
+    // of this machine, has: in its order, each while its object is as the plan saw it, with the plan's result. Any
+    // other is refused with ChangedSince before it is made, and everything after it; GetDeparture tells which. `again`
+    // is the record of a second rehearsal: what differs between the two (times, new identifiers) differs by nature and
+    // is not compared. ERROR_INVALID_DATA when they are no completed records of the same setup. Machines are not
+    // compared.
+    int Follow(const char* plan, const char* again = nullptr);
+    // The same from the files' bytes.
+    int FollowBytes(const void* plan, DWORD size, const void* again, DWORD againSize);
+    // Where the setup left its plan: what the plan has there, and what was to be done instead. Either has no kind when
+    // there was nothing more. 0 while the plan is followed.
+    int GetDeparture(tagSETUP_CHANGE& expected, tagSETUP_CHANGE& found) const;
+    // Of two records of the same setup (this one and another object's): whether the change with this index differs
+    // between them by its name or part, by what was there before, and by what came of it.
+    enum Variation { Same = 0, Named = 1, Before = 2, After = 4 };
+    // Variation's values, added. 0 for an index that is none, too.
+    int Compare(const CSetupRecord& again, int index) const;
+    // Whether the two are of the same setup: the same stages, the same changes of the same kinds in the same order.
+    int IsLike(const CSetupRecord& again) const;
+
+    // Compares the machine with what `count` records of finished setups, the oldest first, have left. Success when it
+    // could be compared; what is no longer as it was set tell LeftCount and GetLeft then: sBefore as it was set (empty:
+    // added since, in a key that the setup has made), sAfter as it is now (empty: gone), dwError ChangedSince, or the
+    // Windows error that kept it from being looked at. Never compared are passwords, whether services run, deleted
+    // files and what others did. Fails like Read, and while a record runs here.
+    int Verify(const char* const* files, int count);
+    // Sets the difference with this index of another object's last Verify right, as a change of this running record;
+    // what was added is removed, unless it is a key that holds others. NeverTakenBack for a deleted account.
+    int Repair(const CSetupRecord& verified, int index);
 
     // Reads a record for the functions below. While one runs here, they tell of it without.
     int Read(const char* file);
@@ -85,7 +110,7 @@ class INSTALIB_API CSetupRecord {
     int MarkCount() const;
     // Empty for an index that is none.
     CString GetMark(int index) const;
-    // What the last Rollback, Resume or Recover left.
+    // What the last Rollback, Resume or Recover left, or what the last Verify found.
     int LeftCount() const;
     int GetLeft(int index, tagSETUP_CHANGE& change) const;
 

@@ -46,6 +46,11 @@ bool SetMachineRole(const std::string& name, MachineRole role) {
     return machine != nullptr && domain::SetRole(*machine, role);
 }
 
+bool SkipIdentifiers(const std::string& name, unsigned count) {
+    const auto machine = world::Find(name.c_str());
+    return machine != nullptr && SkipRids(*machine, count);
+}
+
 bool SetWorkgroup(const std::string& name, const std::string& workgroup) {
     const auto machine = world::Find(name.c_str());
     return machine != nullptr && SetMembership(*machine, "") &&

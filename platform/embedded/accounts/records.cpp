@@ -57,6 +57,13 @@ void RemoveMember(Machine& machine, const std::string& member) {
 
 }  // namespace
 
+bool SkipRids(Machine& machine, unsigned count) {
+    for (; count > 0; --count) {
+        if (NextRid(machine) == 0) return false;
+    }
+    return true;
+}
+
 std::optional<DWORD> RidByName(Machine& machine, std::string_view name) {
     if (!IsAccountName(name)) return std::nullopt;
     const DWORD rid = machine.Storage().ReadNumber(NameKey(name), "Rid");

@@ -36,6 +36,8 @@ struct LocalGroup {
     std::vector<std::string> members;  // identifiers as text
 };
 
+// Passes over the identifiers of the next new users and groups.
+bool SkipRids(Machine& machine, unsigned count);
 std::optional<DWORD> RidByName(Machine& machine, std::string_view name);
 std::optional<User> LoadUser(Machine& machine, DWORD rid);
 // Writes the record and its name. A user with a relative identifier of 0 gets the next free one.

@@ -29,6 +29,9 @@ MACHINE_CONTROL bool SetCurrentUser(const std::string& name);
 // "fr".
 MACHINE_CONTROL bool SetBuiltinNames(const std::string& machine, const std::string& language);
 
+// The identifiers of the next `count` new users and groups are passed over, as if others had been made and removed.
+MACHINE_CONTROL bool SkipIdentifiers(const std::string& machine, unsigned count);
+
 }  // namespace embedded::control
 
 #endif
