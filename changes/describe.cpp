@@ -28,15 +28,15 @@ std::string ValueText(const State& state) {
         for (char& c : data) c = c == '\0' ? '|' : c;
         return (type == REG_SZ ? "REG_SZ " : type == REG_EXPAND_SZ ? "REG_EXPAND_SZ " : "REG_MULTI_SZ ") + data;
     }
-    if (type == REG_DWORD && data.size() == 4) return "REG_DWORD " + std::to_string(Reader(data).Number());
-    return (type == REG_BINARY ? "REG_BINARY " : "type " + std::to_string(type) + ": ") + Hex(data);
+    if (type == REG_DWORD && data.size() == 4) return std::string("REG_DWORD ") + std::to_string(Reader(data).Number());
+    return (type == REG_BINARY ? "REG_BINARY " : std::string("type ") + std::to_string(type) + ": ") + Hex(data);
 }
 
 std::string ServiceText(const State& state) {
     Reader reader(state);
     const DWORD type = reader.Number(), start = reader.Number();
     reader.Number();
-    return "type " + std::to_string(type) + ", start " + std::to_string(start) + ", " + reader.Text();
+    return std::string("type ") + std::to_string(type) + ", start " + std::to_string(start) + ", " + reader.Text();
 }
 
 std::string ShareText(const State& state) {
@@ -55,9 +55,9 @@ std::string ProfileText(const State& state) {
 
 std::string RightsText(const State& state) {
     Reader reader(state);
-    std::string text = "logon rights " + std::to_string(reader.Number()) + ", privileges";
+    std::string text = std::string("logon rights ") + std::to_string(reader.Number()) + ", privileges";
     for (DWORD count = reader.Number(); count > 0 && reader.Good(); --count)
-        text += " " + std::to_string(reader.Number());
+        text += std::string(" ") + std::to_string(reader.Number());
     return text;
 }
 
@@ -82,7 +82,7 @@ std::string StateText(const Object& object, const State& state) {
         case Kind::ServiceState:
             return state;
         case Kind::Attributes:
-            return "attributes " + std::to_string(Reader(state).Number());
+            return std::string("attributes ") + std::to_string(Reader(state).Number());
         case Kind::Share:
             return ShareText(state);
         case Kind::ProfileEntry:
@@ -93,7 +93,7 @@ std::string StateText(const Object& object, const State& state) {
             return Reader(state).Text();
         case Kind::KeySecurity:
         case Kind::FileSecurity:
-            return "descriptor " + Hex(state);
+            return std::string("descriptor ") + Hex(state);
         default:
             return "present";
     }

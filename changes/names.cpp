@@ -27,8 +27,9 @@ std::string SidText(PSID sid) {
     const SID_IDENTIFIER_AUTHORITY& authority = *GetSidIdentifierAuthority(sid);
     unsigned long long number = 0;
     for (const BYTE byte : authority.Value) number = (number << 8) | byte;
-    std::string text = "S-1-" + std::to_string(number);
-    for (DWORD i = 0; i < *GetSidSubAuthorityCount(sid); ++i) text += "-" + std::to_string(*GetSidSubAuthority(sid, i));
+    std::string text = std::string("S-1-") + std::to_string(number);
+    for (DWORD i = 0; i < *GetSidSubAuthorityCount(sid); ++i)
+        text += std::string("-") + std::to_string(*GetSidSubAuthority(sid, i));
     return text;
 }
 

@@ -150,7 +150,8 @@ LSTATUS RestoreKey(const std::string& name, const State& wanted) {
             return status;
         }
     }
-    return LSTATUS(descriptors::RestoreKey(key.Get(), security));
+    // Without one it keeps what its place hands on.
+    return security.empty() ? 0 : LSTATUS(descriptors::RestoreKey(key.Get(), security));
 }
 
 DWORD WriteKey(const Object& object, const State&, const State& wanted) {

@@ -7,8 +7,8 @@
 #include "kvsetup/host.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
 
 namespace host {
 namespace {
@@ -33,9 +33,13 @@ std::string ErrorText(DWORD error) {
 }
 
 bool ReadFile(const std::string& hostPath, std::string& bytes) {
+    bytes.clear();
+    std::error_code error;
+    if (std::filesystem::is_directory(hostPath, error)) return false;
     std::ifstream file(hostPath, std::ios::binary);
-    bytes.assign(std::istreambuf_iterator<char>(file), {});
-    return file.is_open() && !file.bad();
+    char buffer[65536];
+    while (file.read(buffer, sizeof buffer) || file.gcount() > 0) bytes.append(buffer, std::size_t(file.gcount()));
+    return file.eof();
 }
 
 bool WriteFile(const std::string& hostPath, const std::string& bytes) {

@@ -16,7 +16,7 @@ void RequireNoDowngrade(Session& session, CHalvRegistry& registry) {
     if (session.version == 0 || version == 0 || !newer) return;
     throw Failure{kNothingToDo, "version " + VersionText(version) + " build " + std::to_string(build) +
                                     " is installed and newer than the medium's " + VersionText(session.version) +
-                                    " build " + std::to_string(session.build) + "; remove it first"};
+                                    std::string(" build ") + std::to_string(session.build) + "; remove it first"};
 }
 
 void AskComponents(CSettings& settings) {
@@ -98,7 +98,7 @@ int InstallCommand(const Options& options) {
     // Answers that ignore errors want the pieces.
     const bool keepGoing = session->settings.IgnoreErrors() != 0;
     RecordedRun run(*session, options, "install", options.keep || keepGoing, options.resume);
-    const bool succeeded = run.Stages(InstallStages(), context, keepGoing, report["stages"]) && run.Complete();
+    const bool succeeded = run.Stages(InstallStages(), context, keepGoing, report) && run.Complete();
     if (!succeeded) run.TakeBack(context, report);
     return Finish(*session, report, succeeded, "Installation");
 }
@@ -124,7 +124,7 @@ int UninstallCommand(const Options& options) {
     StageContext context{*session, registry};
     RecordedRun run(*session, options, "uninstall", options.keep);
     const bool succeeded =
-        run.Stages(UninstallStages(), context, options.keep, report["stages"]) && run.CompleteRemoval();
+        run.Stages(UninstallStages(), context, options.keep, report) && run.CompleteRemoval();
     if (!succeeded) run.TakeBack(context, report);
     return Finish(*session, report, succeeded, "Removal");
 }

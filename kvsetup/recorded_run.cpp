@@ -71,7 +71,8 @@ void Tell(const CSetupRecord& record, bool quiet, Json& report) {
         if (quiet) continue;
         std::string line = "[back] " + title + " ";
         if (line.size() < 56) line.resize(56, '.');
-        std::cout << line << (count == 0 ? " taken back" : " " + std::to_string(count) + " left") << std::endl;
+        std::cout << line << (count == 0 ? " taken back" : std::string(" ") + std::to_string(count) + " left")
+                  << std::endl;
     }
     report["takenBack"] = stages;
     report["left"] = objects;
@@ -199,7 +200,11 @@ RecordedRun::RecordedRun(Session& session, const Options& options, const std::st
 bool RecordedRun::Stages(const std::vector<Stage>& stages, StageContext& context, bool keepGoing, Json& report) {
     context.record = &m_record;
     context.finished = m_finished;
-    return RunStages(stages, context, keepGoing, report);
+    // A list of its own while they run: a stage may add to the report, which moves what is in it.
+    Json done = report.value("stages", Json::array());
+    const bool succeeded = RunStages(stages, context, keepGoing, done);
+    report["stages"] = done;
+    return succeeded;
 }
 
 bool RecordedRun::End() {

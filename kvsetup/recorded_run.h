@@ -55,6 +55,7 @@ class RecordedRun {
     // that was left, which must be of the same kind and product. Throws a Failure when there can be no record.
     RecordedRun(Session& session, const Options& options, const std::string& kind, bool keep, bool resume = false);
 
+    // Runs them and adds them to the report's "stages".
     bool Stages(const std::vector<Stage>& stages, StageContext& context, bool keepGoing, Json& report);
     // Keeps the record for a later `undo`; one without a change goes. False when a plan was followed and not all of it
     // was done.

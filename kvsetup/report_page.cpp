@@ -67,6 +67,13 @@ std::string Text(const Json& value) {
     return Escaped(value.is_string() ? value.get<std::string>() : value.dump());
 }
 
+// A full name, which may be broken behind its backslashes.
+std::string Name(const Json& name) {
+    std::string text = Text(name);
+    for (std::size_t at = text.find('\\'); at != text.npos; at = text.find('\\', at + 1)) text.insert(at + 1, "<wbr>");
+    return text;
+}
+
 std::string State(const Json& change, const char* which) {
     const Json& state = change.at(which);
     std::string cell = "<td class=\"state\">" + (state.is_null() ? std::string("&mdash;") : Text(state));
@@ -92,7 +99,7 @@ std::string Mark(const Json& change) {
 
 std::string Row(const Json& change) {
     std::string row = "<tr data-kind=\"" + Text(change.at("kind")) + "\">" + Mark(change) + "<td>" +
-                      Text(change.at("kind")) + "</td><td class=\"object\">" + Text(change.at("name"));
+                      Text(change.at("kind")) + "</td><td class=\"object\">" + Name(change.at("name"));
     if (!change.at("part").is_null()) row += "<br><strong>" + Text(change["part"]) + "</strong>";
     if (change.contains("reason")) row += "<br><span class=\"note\">" + Text(change["reason"]) + "</span>";
     return row + "</td>" + State(change, "before") + State(change, "after") + "</tr>\n";

@@ -32,8 +32,8 @@ void WarnAboutSpace(Session& session) {
     // The library tells free space modulo 4 GiB, so a small figure is a hint and no verdict.
     const DWORD freeKilobytes = CComputer::DriveFreeSpaceBytes(path) / 1024;
     if (freeKilobytes < settings.DiskSpaceNeeded()) {
-        console::Warn("the drive of " + std::string(path) +
-                      " may be too full: " + std::to_string(settings.DiskSpaceNeeded()) + " KB are needed");
+        console::Warn("the drive of " + std::string(path) + std::string(" may be too full: ") +
+                      std::to_string(settings.DiskSpaceNeeded()) + " KB are needed");
     }
 }
 

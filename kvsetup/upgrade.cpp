@@ -126,7 +126,7 @@ struct Upgrade {
         CHalvRegistry registry(session.settings, 0, nullptr);
         StageContext context{session, registry};
         RecordedRun run(session, options, "upgrade-save", false);
-        const bool saved = run.Stages(stages, context, false, report["stages"]) && run.Complete();
+        const bool saved = run.Stages(stages, context, false, report) && run.Complete();
         if (!saved) run.TakeBack(context, report, "Nothing was removed; the old product works as before. " + problem);
         run.Forget();
         return std::string(code);
@@ -188,7 +188,7 @@ struct Upgrade {
         StageContext context{session, registry};
         const bool keepGoing = session.settings.IgnoreErrors() != 0;
         RecordedRun run(session, options, "upgrade", options.keep || keepGoing);
-        if (run.Stages(stages, context, keepGoing, report["stages"]) && run.Complete()) return;
+        if (run.Stages(stages, context, keepGoing, report) && run.Complete()) return;
         std::string state;
         if (CUpgradeBackup::Exists())
             state = "The old settings are safe in " + BackupPath() + "; run the upgrade with --resume";

@@ -50,7 +50,8 @@ void KvsetupRun::SetUp() {
     for (const char* service : kServiceNames) CService::RemoveService(service);
     DeleteKeyTree("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\KorvaultNT");
     fs::remove_all("C:\\Program Files\\Zephranite");
-    for (int number = 1; number < 100; ++number) fs::remove("C:\\KVSETUP." + std::to_string(number) + ".REC");
+    for (int number = 1; number < 100; ++number)
+        fs::remove(std::string("C:\\KVSETUP.") + std::to_string(number) + ".REC");
 #else
     m_scratch = World().string() + "-scratch";
 #endif

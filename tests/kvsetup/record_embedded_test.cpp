@@ -2,29 +2,20 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "platform/embedded/control/machine.h"
-#include "platform/embedded/control/registry.h"
-#include "tests/kvsetup/kvsetup_run.h"
+#include "tests/kvsetup/kept_machine.h"
 
 namespace fs = std::filesystem;
-namespace control = embedded::control;
 
 namespace {
-
-using Lines = std::vector<std::string>;
 
 // All calls with INSTALIB_EVERY_CALL set; else a part of them, spread over the whole run.
 constexpr unsigned kStride = 97;
 
-class SetupOnRecord : public KvsetupRun {
+class SetupOnRecord : public KeptMachine {
   protected:
-    void SetUp() override {
-        KvsetupRun::SetUp();
-        control::MountDrive('D', Medium());
-    }
     void TearDown() override {
         unsetenv("INSTALIB_TEST_FAULT");
-        KvsetupRun::TearDown();
+        KeptMachine::TearDown();
     }
     RunResult RunWith(const std::string& fault, const std::string& arguments) {
         setenv("INSTALIB_TEST_FAULT", fault.c_str(), 1);
@@ -43,23 +34,6 @@ class SetupOnRecord : public KvsetupRun {
         unsigned count = 0;
         std::ifstream(file) >> count;
         return count;
-    }
-    // The machine's folder as it is now, and back to it.
-    void Keep() {
-        fs::remove_all(Scratch() / "kept");
-        fs::copy(MachineFolder(), Scratch() / "kept", fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-        std::string problem;
-        ASSERT_TRUE(control::SaveState(MachineFolder(), Scratch() / "state.txt", &problem)) << problem;
-    }
-    Lines Changed() {
-        Lines lines;
-        std::string problem;
-        EXPECT_TRUE(control::Diff(Scratch() / "state.txt", MachineFolder(), &lines, &problem)) << problem;
-        // The log, and the number of an account that is never given out again.
-        std::erase_if(lines, [](const std::string& line) {
-            return line.find("KVSETUP.LOG") != line.npos || line.find("\"NextRid\"") != line.npos;
-        });
-        return lines;
     }
     // Once for every n: `fault` at the n-th call of `arguments`; then the machine is as kept, unless the run succeeded.
     void ForEveryCall(const std::string& fault, const std::string& arguments) {
@@ -93,10 +67,6 @@ class SetupOnRecord : public KvsetupRun {
         }
         EXPECT_EQ(takenBack > 0, fault == "exit");
     }
-    void Restore() {
-        fs::remove_all(MachineFolder());
-        fs::copy(Scratch() / "kept", MachineFolder(), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
-    }
 };
 
 TEST_F(SetupOnRecord, AnInstallationOfWhichACallFailsIsTakenBack) { ForEveryCall("fail", BatchInstall()); }
@@ -121,7 +91,7 @@ TEST_F(SetupOnRecord, AFinishedInstallationIsUndoneAndAnInterruptedOneGoneOnWith
     EXPECT_EQ(Run(BatchInstall() + " --resume").exitCode, 6);
     const unsigned calls = CallsOf(BatchInstall());
     ASSERT_EQ(Run("undo --yes").exitCode, 0);
-    RunWith("exit " + std::to_string(calls - calls / 4), BatchInstall());
+    RunWith(std::string("exit ") + std::to_string(calls - calls / 4), BatchInstall());
     EXPECT_THAT(Run("status").errors, testing::HasSubstr("a setup was interrupted (install "));
     const RunResult resumed = Run(BatchInstall() + " --resume");
     EXPECT_EQ(resumed.exitCode, 0) << resumed.output << resumed.errors;

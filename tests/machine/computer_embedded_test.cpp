@@ -55,7 +55,7 @@ TEST_F(ComputerOfWorldTest, ListHoldsTheMachineItsDomainAndWhatThatTrustsAndKeep
     ASSERT_TRUE(control::JoinDomain("TESTPC", "SALES"));
     EXPECT_EQ(TrustedDomains(nullptr), (Names{"TESTPC", "SALES", "ABROAD"}));
     EXPECT_EQ(TrustedDomains(u"DC"), (Names{"SALES", "ABROAD"}));
-    for (int i = 0; i < 80; ++i) ASSERT_TRUE(control::AddTrust("DC", "TRUST" + std::to_string(i)));
+    for (int i = 0; i < 80; ++i) ASSERT_TRUE(control::AddTrust("DC", std::string("TRUST") + std::to_string(i)));
     const Names names = TrustedDomains(u"DC");
     ASSERT_EQ(names.size(), 64u);
     EXPECT_EQ(names.front(), "SALES");

@@ -26,9 +26,9 @@ fs::path Folder() {
     return folder;
 }
 
-fs::path AliveFile(DWORD process) { return Folder() / ("p" + std::to_string(process) + ".alive"); }
+fs::path AliveFile(DWORD process) { return Folder() / (std::string("p") + std::to_string(process) + ".alive"); }
 fs::path QueueFile(DWORD process, DWORD thread) {
-    return Folder() / ("q" + std::to_string(process) + '.' + std::to_string(thread));
+    return Folder() / (std::string("q") + std::to_string(process) + '.' + std::to_string(thread));
 }
 
 // A process shows that it lives by a lock that the host takes away with it. One for each machine that it has run on.
