@@ -238,7 +238,8 @@ DWORD FindKey(HKEY key, const char* subkey, REGSAM view, KeyPath& path) {
             return 0;
         }
         const std::size_t cut = existing.rfind('\\');
-        rest = "\\" + existing.substr(cut == existing.npos ? 0 : cut + 1) + rest;
+        rest.insert(0, existing, cut == existing.npos ? 0 : cut + 1, existing.npos);
+        rest.insert(0, 1, '\\');
         existing.resize(cut == existing.npos ? 0 : cut);
         ++path.missing;
     }

@@ -72,9 +72,10 @@ CInstallationDll::CInstallationDll(const CInstallationDll& other)
 }
 
 CInstallationDll& CInstallationDll::operator=(const CInstallationDll& other) {
-    if (other.m_pPlugin != nullptr) ++other.m_pPlugin->objects;
+    Plugin* const shared = other.m_pPlugin;  // `other` may be this object
+    if (shared != nullptr) ++shared->objects;
     Release();
-    m_pPlugin = other.m_pPlugin;
+    m_pPlugin = shared;
     return *this;
 }
 

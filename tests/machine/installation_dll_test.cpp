@@ -88,6 +88,7 @@ TEST_F(InstallationDllTest, CopiesShareTheLibraryInEveryOrderOfDestruction) {
         assigned = *copy;
         assigned = *&assigned;
         EXPECT_EQ(copy->UnInstall(), 1605u);
+        EXPECT_EQ(assigned.UnInstall(), 1605u) << "assigned to itself";
         (sourceFirst ? source : copy).reset();
         EXPECT_FALSE(IsLoaded()) << "whichever goes first unloads it for all";
         ExpectUnloaded(sourceFirst ? *copy : *source);
