@@ -29,5 +29,22 @@ title "What is installed now"
 title "Removal"
 "$kvsetup" --machine "$machine" uninstall --source 'D:\' --yes
 
+title "The same on another machine, followed from here"
+"$kvsetup" machine new "$world/KVREMOTE"
+"$kvsetup" --machine "$world/KVREMOTE" machine mount D "$medium"
+"$kvsetup" --machine "$machine" listen --timeout 60 >"$world/heard.txt" &
+listener=$!
+# The installation is refused while nobody listens.
+tries=0
+until "$kvsetup" --machine "$world/KVREMOTE" install --source 'D:\' --answers 'D:\ANSWERS.ICF' --host KVDEMO \
+    --mif "$world/status.mif" >"$world/remote.txt" 2>&1; do
+    tries=$((tries + 1))
+    [ "$tries" -lt 50 ] || { cat "$world/remote.txt"; exit 1; }
+    sleep 0.1
+done
+wait "$listener"
+cat "$world/heard.txt"
+tail -n 14 "$world/status.mif"
+
 title "What is left of it"
 "$kvsetup" --machine "$machine" machine diff "$world/before.txt"

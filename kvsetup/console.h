@@ -20,6 +20,7 @@ enum ExitCode {
     kNotAllowed = 5,   // not an administrator
     kNothingToDo = 6,  // nothing is installed, or the installed product must not be replaced
     kDiffers = 7,      // the machine is not as it was installed, or not as a plan saw it
+    kBusy = 8,         // another setup is at work, or a program of the product runs
 };
 
 // An error with its exit code, thrown to main, which prints it as one line.

@@ -1,5 +1,6 @@
 // What both targets do alike, through the same Windows functions.
 #ifdef INSTALIB_KVSETUP_EMBEDDED
+#include "platform/embedded/api/files.h"
 #include "platform/embedded/api/registry.h"
 #include "platform/embedded/api/system.h"
 #endif
@@ -75,6 +76,24 @@ SetupLock::SetupLock(unsigned seconds) : m_mutex(CreateMutexA(nullptr, FALSE, "G
 SetupLock::~SetupLock() {
     if (m_held) ReleaseMutex(m_mutex);
     if (m_mutex != nullptr) CloseHandle(m_mutex);
+}
+
+StatusMailslot::StatusMailslot()
+    : m_mailslot(CreateMailslotA("\\\\.\\mailslot\\Zephranite_Setup_Status", 0, 200, nullptr)) {
+    if (m_mailslot == INVALID_HANDLE_VALUE) m_mailslot = nullptr;
+}
+
+StatusMailslot::~StatusMailslot() {
+    if (m_mailslot != nullptr) CloseHandle(m_mailslot);
+}
+
+bool StatusMailslot::Read(std::string& message) {
+    message.assign(65536, '\0');
+    DWORD read = 0;
+    const bool received =
+        ::ReadFile(m_mailslot, message.data(), static_cast<DWORD>(message.size()), &read, nullptr) != FALSE;
+    message.resize(received ? read : 0);
+    return received;
 }
 
 void Wipe(std::string& text) {

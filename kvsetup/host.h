@@ -49,6 +49,8 @@ class ScratchMachine {
     std::string m_problem;
 };
 
+// Whether a path is one of the machine, not of the host; on Windows every path is.
+bool IsMachinePath(const std::string& path);
 // The host's path of a file or folder of the machine.
 std::string HostPath(const std::string& machinePath);
 // False when a file, by its host path, cannot be read whole.
@@ -82,6 +84,21 @@ class SetupLock {
   private:
     HANDLE m_mutex;
     bool m_held;
+};
+
+// The mailslot that setups on other machines report to. At most one on a machine is open.
+class StatusMailslot {
+  public:
+    StatusMailslot();
+    ~StatusMailslot();
+    StatusMailslot(const StatusMailslot&) = delete;
+    StatusMailslot& operator=(const StatusMailslot&) = delete;
+    bool IsOpen() const { return m_mailslot != nullptr; }
+    // False when nothing came for a fifth of a second.
+    bool Read(std::string& message);
+
+  private:
+    HANDLE m_mailslot;
 };
 
 // Overwrites the text's memory.

@@ -10,9 +10,10 @@ namespace control = embedded::control;
 namespace fs = std::filesystem;
 
 namespace host {
-namespace {
 
 bool IsMachinePath(const std::string& path) { return (path.size() >= 2 && path[1] == ':') || path.starts_with("\\"); }
+
+namespace {
 
 // The machine's name of a host folder: inside a drive that shows it already, else as the next free drive letter.
 std::string DriveFor(const fs::path& folder) {

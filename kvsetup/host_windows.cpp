@@ -49,6 +49,8 @@ ScratchMachine::ScratchMachine(bool)
 }
 ScratchMachine::~ScratchMachine() = default;
 
+bool IsMachinePath(const std::string&) { return true; }
+
 std::string HostPath(const std::string& machinePath) { return machinePath; }
 
 void RunFromMedium(const std::string&) {}

@@ -2,9 +2,11 @@
 
 #include "kvsetup/host.h"
 #include "kvsetup/recorded_run.h"
+#include "kvsetup/running_programs.h"
 #include "kvsetup/setup_marks.h"
 #include "kvsetup/setup_run.h"
 #include "kvsetup/stages.h"
+#include "kvsetup/watch.h"
 
 namespace {
 
@@ -70,12 +72,7 @@ bool IsAnythingInstalled(Session& session, CHalvRegistry& registry) {
            registry.IsProductInstalled(session.productId.c_str()) || !marks::Get(marks::kProductDirectory).empty();
 }
 
-}  // namespace
-
-int InstallCommand(const Options& options) {
-    int exitCode = kDone;
-    if (!options.drivingHost.empty() && host::DriveRemotely(options.drivingHost, options.arguments, &exitCode))
-        return exitCode;
+int Install(const Options& options) {
     const bool asks = !options.yes && options.answers.empty();
     if (asks && options.json) throw Failure{kUsage, "--json asks nothing; add --yes or --answers"};
     if (asks && !host::IsTerminal(host::Stream::Input)) {
@@ -93,6 +90,7 @@ int InstallCommand(const Options& options) {
     Json report = Describe(*session);
     WarnAboutSpace(*session);
     Confirm(options, *session, "Install now");
+    CloseRunningPrograms(options, asks, *session);
     session->Log("Installation of " + session->productId + " from " + session->source);
     StageContext context{*session, registry};
     // Answers that ignore errors want the pieces.
@@ -103,7 +101,7 @@ int InstallCommand(const Options& options) {
     return Finish(*session, report, succeeded, "Installation");
 }
 
-int UninstallCommand(const Options& options) {
+int Uninstall(const Options& options) {
     const bool asks = !options.yes && options.answers.empty();
     if (asks && (options.json || !host::IsTerminal(host::Stream::Input))) {
         throw Failure{kCancelled, "there is nobody to ask; run with --yes or --answers"};
@@ -120,11 +118,24 @@ int UninstallCommand(const Options& options) {
     }
     Json report = Describe(*session);
     Confirm(options, *session, "Remove it now");
+    CloseRunningPrograms(options, asks, *session);
     session->Log("Removal of " + session->productId);
     StageContext context{*session, registry};
     RecordedRun run(*session, options, "uninstall", options.keep);
-    const bool succeeded =
-        run.Stages(UninstallStages(), context, options.keep, report) && run.CompleteRemoval();
+    const bool succeeded = run.Stages(UninstallStages(), context, options.keep, report) && run.CompleteRemoval();
     if (!succeeded) run.TakeBack(context, report);
     return Finish(*session, report, succeeded, "Removal");
 }
+
+// A setup that another machine drives runs in a process whose command line says so.
+int Watched(const Options& options, bool isRemoval, int (*setup)(const Options&)) {
+    int exitCode = kDone;
+    if (!options.drivingHost.empty() && host::DriveRemotely(options.drivingHost, options.arguments, &exitCode))
+        return exitCode;
+    return RunWatched(options, isRemoval, setup);
+}
+
+}  // namespace
+
+int InstallCommand(const Options& options) { return Watched(options, false, Install); }
+int UninstallCommand(const Options& options) { return Watched(options, true, Uninstall); }

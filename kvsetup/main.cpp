@@ -9,6 +9,7 @@
 #include "kvsetup/options.h"
 #include "kvsetup/plan_commands.h"
 #include "kvsetup/record_commands.h"
+#include "kvsetup/remote_commands.h"
 #include "kvsetup/report_command.h"
 #include "kvsetup/verify_commands.h"
 
@@ -18,7 +19,8 @@ constexpr char kExitCodes[] =
     "Exit codes: 0 done; 1 a stage failed; 2 wrong command line; 3 the medium, the answers or another file cannot be\n"
     "used; 4 cancelled, or nobody to ask; 5 not an administrator; 6 nothing to do, or an installed product that must "
     "not\n"
-    "be replaced; 7 the machine is not as it was installed, or not as a plan saw it.";
+    "be replaced; 7 the machine is not as it was installed, or not as a plan saw it;\n"
+    "8 another setup is at work, or a program of the product runs.";
 
 using Run = std::function<int(const Options&)>;
 
@@ -32,6 +34,20 @@ void AddSource(CLI::App& command, Options& options, bool required) {
     command.add_flag("--json", options.json, "print data as JSON");
 }
 
+void AddWatchers(CLI::App& command, Options& options) {
+    command
+        .add_option("--host,-r", options.drivingHost, "computer whose kvsetup listen follows this setup (also -r:NAME)")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    command.add_option("--mif", options.mif, "status file for a software distribution system, also when it fails");
+    command.add_option("--mif-layout", options.mifLayout, "standard or short")
+        ->check(CLI::IsMember({"standard", "short"}))
+        ->capture_default_str();
+    command.add_flag("--close-programs", options.closePrograms, "close the product's programs that still run");
+    command
+        .add_option("--close-timeout", options.closeTimeout, "seconds until a program that does not close is given up")
+        ->capture_default_str();
+}
+
 void AddInstall(CLI::App& app, Options& options, Run& run) {
     CLI::App* const command = app.add_subcommand("install", "install or reconfigure the product of a medium");
     AddSource(*command, options, true);
@@ -39,8 +55,7 @@ void AddInstall(CLI::App& app, Options& options, Run& run) {
     command->add_flag("--express", options.express, "the standard set of components");
     command->add_flag("--keep", options.keep, "leave what a failed installation has done; nothing is taken back then");
     command->add_flag("--resume", options.resume, "go on behind the last whole stage of an interrupted installation");
-    command->add_option("--host,-r", options.drivingHost, "computer that drives this setup remotely (also -r:NAME)")
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    AddWatchers(*command, options);
     command->callback([&run] { run = InstallCommand; });
 }
 
@@ -49,6 +64,7 @@ void AddUninstall(CLI::App& app, Options& options, Run& run) {
     AddSource(*command, options, false);
     command->add_option("--answers", options.answers, "response file that says what is removed");
     command->add_flag("--keep", options.keep, "leave what a failed removal has done; nothing is taken back then");
+    AddWatchers(*command, options);
     command->callback([&run] { run = UninstallCommand; });
 }
 
@@ -144,6 +160,7 @@ int main(int argc, char** argv) {
     AddPlanCommands(app, *plan, options, run);
     AddVerifyCommands(app, options, run);
     AddReportCommand(app, options, run);
+    AddRemoteCommands(app, options, run);
     AddStatus(app, options, run);
     AddServices(app, options, run);
     AddRecordCommands(app, options, run);

@@ -10,6 +10,7 @@ namespace records {
 struct Rehearsal;
 struct Following;
 }  // namespace records
+class Watch;
 
 struct Options {
     std::string machine;      // empty: the machine of the environment
@@ -24,13 +25,18 @@ struct Options {
     bool keep = false;    // a setup that fails leaves what it has done
     bool resume = false;  // goes on with the setup that was interrupted, or with the backup of an upgrade
     std::string serviceName;
-    std::string product;                      // the installed product's registration name; empty: the medium's
-    std::string target;                       // the machine that is asked; empty: this one
-    std::string uninstaller;                  // a whole command line; empty: the Windows Installer
-    bool discard = false;                     // the backup of an upgrade that did not come to its end
-    bool acceptLoss = false;                  // remove the old product although its backup is not complete
-    bool needsMachine = true;                 // the command works on the present machine
-    bool removeAdded = false;                 // a repair also removes what was added
+    std::string product;       // the installed product's registration name; empty: the medium's
+    std::string target;        // the machine that is asked; empty: this one
+    std::string uninstaller;   // a whole command line; empty: the Windows Installer
+    bool discard = false;      // the backup of an upgrade that did not come to its end
+    bool acceptLoss = false;   // remove the old product although its backup is not complete
+    bool needsMachine = true;  // the command works on the present machine
+    bool removeAdded = false;  // a repair also removes what was added
+    std::string mif;           // status file for a distribution system; empty: none
+    std::string mifLayout = "standard";
+    bool closePrograms = false;               // the product's programs that still run are asked to close
+    unsigned closeTimeout = 30;               // seconds until those that do not are given up
+    Watch* watch = nullptr;                   // who follows the setup from outside
     std::string file;                         // a plan's, a report's
     std::string page;                         // a report's
     records::Rehearsal* rehearsal = nullptr;  // the setup runs on a copy of the machine

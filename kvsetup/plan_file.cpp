@@ -23,12 +23,10 @@ std::string Digest(const std::string& bytes) {
     return text;
 }
 
-bool IsMachinePath(const std::string& path) { return (path.size() >= 2 && path[1] == ':') || path.starts_with("\\"); }
-
-std::string HostOf(const std::string& path) { return IsMachinePath(path) ? host::HostPath(path) : path; }
+std::string HostOf(const std::string& path) { return host::IsMachinePath(path) ? host::HostPath(path) : path; }
 
 std::string Absolute(const std::string& path) {
-    if (path.empty() || IsMachinePath(path)) return path;
+    if (path.empty() || host::IsMachinePath(path)) return path;
     std::error_code error;
     return fs::absolute(path, error).lexically_normal().string();
 }

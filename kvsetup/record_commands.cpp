@@ -14,7 +14,7 @@ void RequireNobodyElse(const host::SetupLock& lock) {
     if (!CCurrentUser::IsAdministrator())
         throw Failure{kNotAllowed, "taking back needs administrator rights; run it as an administrator"};
     if (!lock.Held())
-        throw Failure{kFailed, "another setup is still working on this machine; run this when it has ended"};
+        throw Failure{kBusy, "another setup is still working on this machine; run this when it has ended"};
 }
 
 int TakeBack(const records::Found& found, const Options& options) {

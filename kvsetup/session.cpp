@@ -14,6 +14,7 @@
 #include "instalib/setup_inf.h"
 #include "instalib/version.h"
 #include "kvsetup/host.h"
+#include "kvsetup/watch.h"
 
 namespace {
 
@@ -252,6 +253,8 @@ std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall) {
     ChooseAccountDomain(*session);
     ChoosePath(*session);
     if (options.express) session->settings.CustomSetup(0);
+    session->watch = options.watch;
+    if (options.watch != nullptr) options.watch->Begin(*session);
     return session;
 }
 

@@ -18,6 +18,7 @@ struct Session {
     WORD version = 0;       // of the medium, 0 when its version library does not tell
     WORD build = 0;
     bool json = false;
+    Watch* watch = nullptr;  // null: nobody follows the setup
     CSettings settings;
 
     // Appends a line to the log; what cannot be logged is warned about once.

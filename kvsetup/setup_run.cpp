@@ -13,7 +13,7 @@ void RequireAdministrator() {
 
 void RequireHeld(const host::SetupLock& lock) {
     if (!lock.Held())
-        throw Failure{kFailed, "another setup is still working on this machine; run this one when it has ended"};
+        throw Failure{kBusy, "another setup is still working on this machine; run this one when it has ended"};
 }
 
 std::string Require(const std::optional<std::string>& answer) {

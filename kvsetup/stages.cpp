@@ -5,6 +5,7 @@
 
 #include "kvsetup/host.h"
 #include "kvsetup/interruption.h"
+#include "kvsetup/watch.h"
 
 namespace {
 
@@ -37,13 +38,16 @@ bool RunStages(const std::vector<Stage>& stages, StageContext& context, bool kee
         }
         const bool before =
             std::find(context.finished.begin(), context.finished.end(), chosen[i]->title) != context.finished.end();
+        if (context.session.watch != nullptr) context.session.watch->StageBegins(i + 1, chosen[i]->title);
         std::string note = before ? "by the run before" : "";
         host::SetLastError(0);
         const bool marked = before || context.record == nullptr || context.record->Mark(chosen[i]->title);
         const bool succeeded = before || (marked && chosen[i]->run(context, note));
         const DWORD error = host::LastError();
         const std::string outcome = Outcome(succeeded, error, note);
-        context.session.Log(std::string(chosen[i]->title) + ": " + outcome);
+        const std::string line = std::string(chosen[i]->title) + ": " + outcome;
+        context.session.Log(line);
+        if (context.session.watch != nullptr) context.session.watch->StageEnded(succeeded, error, line);
         Print(context.session, i + 1, chosen.size(), chosen[i]->title, outcome);
         Json entry{{"stage", chosen[i]->title}, {"succeeded", succeeded}};
         if (!succeeded) entry["error"] = error;

@@ -153,7 +153,9 @@ TEST_F(KvsetupRun, AnAgentGetsItsOwnSettings) {
 
 TEST_F(KvsetupRun, TheDrivingComputerIsTakenFromTheCommandLine) {
     const std::string install = "install --yes --json " + Source();
-    EXPECT_EQ(RunJson(install + " --type 62 --host KVHOST")["decided"]["remote"], "driven by KVHOST");
+    const RunResult alone = Run(install + " --type 62 --host KVHOST");
+    EXPECT_EQ(alone.exitCode, 3);
+    EXPECT_TRUE(alone.SaysInOneLine("KVHOST does not listen to this setup")) << alone.errors;
     EXPECT_EQ(RunJson(install + " --type 62")["decided"]["remote"], false);
 }
 

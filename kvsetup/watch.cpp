@@ -1,0 +1,97 @@
+#include "kvsetup/watch.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "instalib/computer.h"
+#include "instalib/mif.h"
+#include "instalib/remote_mailslot.h"
+#include "kvsetup/host.h"
+#include "kvsetup/session.h"
+
+namespace {
+
+constexpr std::size_t kLongestText = 180;  // of a report, so that its component code is not cut off
+
+}  // namespace
+
+bool Watch::Report(Phase phase, DWORD code, const std::string& text) {
+    return !m_host.empty() &&
+           CRemoteMailslot::SendStatus(m_host.c_str(), DWORD(phase), code, text.substr(0, kLongestText).c_str()) != 0;
+}
+
+void Watch::MakeStatusFile() {
+    if (m_options.mif.empty()) return;
+    // The library writes on the machine; a file of the host gets a copy.
+    m_isCopied = !host::IsMachinePath(m_options.mif);
+    std::string problem;
+    const std::string file = m_isCopied ? std::string(1, CComputer::FindFirstHardDrive()) + ":\\KVSETUP.MIF"
+                                        : host::MachinePath(m_options.mif, false, &problem);
+    if (file.empty()) throw Failure{kBadInput, problem};
+    if (!(IsShort() ? CMIF::Create(file.c_str(), m_isRemoval ? 2 : 1) : CMIF::Create(file.c_str())))
+        throw Failure{kBadInput, "the status file " + file + " cannot be made: " + host::ErrorText(host::LastError())};
+    m_file = file;
+    if (!CopyOut()) throw Failure{kBadInput, "the status file " + m_options.mif + " cannot be made"};
+}
+
+bool Watch::CopyOut() {
+    std::string bytes;
+    return !m_isCopied || (host::ReadFile(host::HostPath(m_file), bytes) && host::WriteFile(m_options.mif, bytes));
+}
+
+void Watch::Begin(Session& session) {
+    if (m_begun) return;
+    MakeStatusFile();
+    m_begun = true;
+    if (!session.settings.RemoteSetup()) return;
+    m_host = session.settings.RemoteHostServer();
+    std::string what = std::string(m_isRemoval ? "remove " : "install ") + session.productId;
+    if (session.version != 0) what += ' ' + VersionText(session.version) + " build " + std::to_string(session.build);
+    if (Report(Phase::Begins, 0, what)) return;
+    const std::string reason = m_host + " does not listen to this setup: " + host::ErrorText(host::LastError());
+    m_host.clear();
+    if (!m_options.drivingHost.empty()) throw Failure{kBadInput, reason + "; start kvsetup listen there"};
+    console::Warn(reason + "; it goes on unwatched");
+}
+
+void Watch::StageBegins(std::size_t number, const std::string& title) {
+    Report(Phase::StageBegins, DWORD(number), title);
+}
+
+void Watch::StageEnded(bool succeeded, DWORD error, const std::string& text) {
+    constexpr DWORD kUnknown = 31;  // ERROR_GEN_FAILURE: a failure is never reported as 0
+    Report(Phase::StageEnded, succeeded ? 0 : error != 0 ? error : kUnknown, text);
+}
+
+void Watch::End(ExitCode code, const std::string& message) {
+    // A quotation mark or a line's end would break the status file's lines, which holds texts as they are.
+    std::string text = console::Printable(message);
+    std::replace(text.begin(), text.end(), '"', '\'');
+    Report(Phase::Ended, code, text);
+    if (!m_begun) MakeStatusFile();  // it ended before there was a session
+    if (m_file.empty()) return;
+    const char* const file = m_file.c_str();
+    const bool written = IsShort() ? CMIF::WriteStatus(file, text.c_str(), code == kDone) && CMIF::WriteEndOfMIF(file)
+                                   : CMIF::WriteStatus(file, "", code, text.c_str()) != 0;
+    if (!written || !CopyOut())
+        console::Warn("the status file " + m_options.mif + " is incomplete: " + host::ErrorText(host::LastError()));
+    if (m_isCopied) std::remove(host::HostPath(m_file).c_str());
+}
+
+int RunWatched(const Options& options, bool isRemoval, const std::function<int(const Options&)>& setup) {
+    if (options.rehearsal != nullptr) return setup(options);
+    Options watched = options;
+    Watch watch(options, isRemoval);
+    watched.watch = &watch;
+    try {
+        const int exitCode = setup(watched);
+        watch.End(ExitCode(exitCode), isRemoval ? "Removal done" : "Installation done");
+        return exitCode;
+    } catch (const Failure& failure) {
+        watch.End(failure.code, failure.message);
+        throw;
+    } catch (const std::exception& error) {
+        watch.End(kFailed, error.what());
+        throw;
+    }
+}

@@ -1,0 +1,146 @@
+// A setup that is followed from outside: by another machine, by a distribution system's status file; and programs that
+// run in its way.
+#include <fstream>
+#include <functional>
+#include <thread>
+
+#include "tests/kvsetup/kept_machine.h"
+#include "tests/support/foreign_process.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+
+class FollowedSetup : public KeptMachine {
+  protected:
+    void SetUp() override {
+        KeptMachine::SetUp();
+        AddMachine("ADMINPC");
+    }
+    // What `kvsetup listen` on ADMINPC has shown when `setup` is over.
+    RunResult Heard(const std::string& options, const std::function<void()>& setup) {
+        RunResult heard;
+        const fs::path output = Scratch() / "heard.txt";
+        const std::string command = "INSTALIB_MACHINE='" + (World() / "ADMINPC").string() + "' '" +
+                                    (HostProgramFolder() / "kvsetup").string() + "' listen " + options + " > '" +
+                                    output.string() + "' 2>&1";
+        std::thread listener([&] { heard.exitCode = WEXITSTATUS(std::system(command.c_str())); });
+        // The mailslot is there before the headings, which data have none of.
+        const int tries = options.find("--json") == options.npos ? 500 : 50;
+        for (int i = 0; i < tries && (!fs::exists(output) || fs::file_size(output) == 0); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        setup();
+        listener.join();
+        heard.output = Contents(output);
+        return heard;
+    }
+    static std::string Contents(const fs::path& file) {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+};
+
+TEST_F(FollowedSetup, IsShownOnAnotherMachineUntilItsEnd) {
+    const RunResult heard = Heard("--timeout 30", [&] {
+        EXPECT_EQ(RunJson(BatchInstall() + " --json -r:ADMINPC")["decided"]["remote"], "driven by ADMINPC");
+    });
+    EXPECT_EQ(heard.exitCode, 0);
+    EXPECT_THAT(heard.output, ContainsRegex("TESTPC +setup begins +0 +0 +install ZephraniteCB 11.5 build 4231\n"));
+    EXPECT_THAT(heard.output, ContainsRegex("TESTPC +stage +10 +0 +Publish the home share\n"));
+    EXPECT_THAT(heard.output, ContainsRegex("stage ended +0 +0 +Publish the home share: done .ZephraniteCB..\n"));
+    EXPECT_THAT(heard.output, ContainsRegex("setup ended +0 +0 +Installation done\nThe setup has succeeded.\n$"));
+    // The marker file does the same, once; and a failure is told, too.
+    WriteBytes("C:\\Windows\\HOST.INI", "[HostServer]\r\nName=adminpc\r\n");
+    const RunResult failed = Heard("--timeout 30", [&] {
+        EXPECT_EQ(Run("uninstall --yes --mif '" + (Scratch() / "none" / "x.mif").string() + "'").exitCode, 3);
+        WriteBytes("C:\\Windows\\HOST.INI", "[HostServer]\r\nName=adminpc\r\n");
+        EXPECT_EQ(Run("install --yes " + Source() + " --type 24").exitCode, 0);
+    });
+    EXPECT_THAT(failed.output, HasSubstr("setup ended"));
+}
+
+TEST_F(FollowedSetup, NobodyWhoListensIsAnErrorForAHostThatWasNamed) {
+    Keep();
+    const RunResult alone = Run(BatchInstall() + " --host ADMINPC");
+    EXPECT_EQ(alone.exitCode, 3);
+    EXPECT_TRUE(alone.SaysInOneLine("ADMINPC does not listen to this setup")) << alone.errors;
+    EXPECT_THAT(Changed(), testing::IsEmpty());
+    const RunResult heard = Heard("--timeout 1", [] {});
+    EXPECT_EQ(heard.exitCode, 4);
+    EXPECT_THAT(heard.output, HasSubstr("nothing was reported for 1 seconds"));
+}
+
+// Whatever arrives in the mailslot is shown, and drives no terminal.
+TEST_F(FollowedSetup, ReportsOfAnyFormAreShown) {
+    PlaceLibrary("FOREIGN.EXE", Folder() + "\\FOREIGN.EXE");
+    const std::string slot = "\\\\ADMINPC\\mailslot\\Zephranite_Setup_Status ";
+    const RunResult heard = Heard("--timeout 30 --json", [&] {
+        for (const char* const message :
+             {"PC\\7\\-5\\C:\\a\\b\\1027", "x", "\\\\\\\\", "PC\\1\\2\\\x1b[2J\\two", "PC\\4\\6\\over\\0"})
+            EXPECT_TRUE(ForeignProcess(Folder(), "send " + slot + message, false).Ends());
+    });
+    EXPECT_EQ(heard.exitCode, 1) << "a setup that ended with 6 has failed";
+    EXPECT_THAT(heard.output, HasSubstr(R"("phase":7,"code":-5,"component":1027,"text":"C:\\a\\b"})"));
+    EXPECT_THAT(heard.output, HasSubstr(R"("sender":"x","phase":null,"code":null)"));
+    EXPECT_THAT(heard.output, HasSubstr(R"("text":"\\x1b[2J\\two"})"));
+}
+
+TEST_F(FollowedSetup, StatusFileTellsHowItEnded) {
+    const fs::path file = Scratch() / "status.mif";
+    const std::string mif = " --mif '" + file.string() + "'";
+    EXPECT_EQ(Run(BatchInstall() + mif).exitCode, 0);
+    EXPECT_THAT(Contents(file), HasSubstr("NAME = \"Status\"\r\nID = 1\r\nACCESS = READ-ONLY\r\nSTORAGE = SPECIFIC\r\n"
+                                          "TYPE = STRING(100)\r\nVALUE = \"Success\"\r\n"));
+    EXPECT_THAT(Contents(file), HasSubstr("VALUE = \"11.5\"\r\n"));
+    EXPECT_EQ(Run("uninstall --yes --mif-layout short" + mif).exitCode, 0);
+    const std::string group =
+        "Start Group Name = \"UNINSTALLSTATUS\"\r\n\tID = 1\r\n\tClass = \"ORVANEX|UNINSTALL"
+        "STATUS|1.0\"\r\n\t\tStart Attribute\r\n\t\t\tName = \"Status\"\r\n\t\t\tID = 1\r\n"
+        "\t\t\tType = String(16)\r\n\t\t\tValue = \"SUCCESS\"\r\n\t\tEnd Attribute\r\n";
+    EXPECT_THAT(Contents(file), HasSubstr(group));
+    EXPECT_THAT(Contents(file), testing::EndsWith("\tEnd Group\r\nEnd Component"));
+    // Also when it never came to a session.
+    EXPECT_EQ(Run("install --yes --source /nowhere" + mif).exitCode, 3);
+    EXPECT_THAT(Contents(file), HasSubstr("VALUE = \"Failed\"\r\n"));
+    EXPECT_THAT(Contents(file), HasSubstr("VALUE = \"/nowhere is no folder"));
+    EXPECT_FALSE(FileExists("C:\\KVSETUP.MIF"));
+    EXPECT_EQ(Run("uninstall --yes --mif-layout other" + mif).exitCode, 2);
+}
+
+TEST_F(FollowedSetup, ProgramsThatRunAreNamedAndClosedWhenAsked) {
+    PlaceLibrary("FOREIGN.EXE", Folder() + "\\FOREIGN.EXE");
+    const ForeignProcess manager(Folder(), "program ZephraniteManagerAppInstMutex ZephraniteMgr");
+    Keep();
+    const RunResult refused = Run(BatchInstall());
+    EXPECT_EQ(refused.exitCode, 8);
+    EXPECT_TRUE(refused.SaysInOneLine("still run: the manager; close them, or run with --close-programs"));
+    EXPECT_THAT(Changed(), testing::IsEmpty());
+    EXPECT_EQ(Run(BatchInstall() + " --close-programs").exitCode, 0);
+    EXPECT_TRUE(manager.Ends());
+    ForeignProcess monitor(Folder(), "stubborn KVDM32Mutex KVDM32WClass");
+    const RunResult patient = Run("uninstall --yes --close-programs --close-timeout 1");
+    EXPECT_EQ(patient.exitCode, 8);
+    EXPECT_TRUE(patient.SaysInOneLine("did not close within 1 seconds: the monitor; nothing was changed"));
+}
+
+TEST_F(FollowedSetup, AccountsOfAnotherMachineAreTestedAndItsDrivesListed) {
+    const fs::path file = Scratch() / "password.txt";
+    std::ofstream(file) << "wrong\n";
+    const std::string from = " --password-from '" + file.string() + "'";
+    EXPECT_EQ(Run("connect ADMINPC" + from).exitCode, 5);
+    std::ofstream(file) << "\n";
+    EXPECT_EQ(RunJson("connect ADMINPC --json" + from)["drives"][0], "C$");
+    const RunResult missing = Run("connect NOSUCHPC" + from);
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_TRUE(missing.SaysInOneLine("NOSUCHPC cannot be reached")) << missing.errors;
+    EXPECT_EQ(Run("connect " + std::string(16, 'x') + from).exitCode, 3);
+    std::ofstream(file) << std::string(28, 'p');
+    EXPECT_TRUE(Run("connect ADMINPC" + from).SaysInOneLine("longer than 27")) << "not cut";
+    EXPECT_EQ(Run("connect ADMINPC --password-from /nowhere").exitCode, 3);
+    EXPECT_EQ(Run("connect ADMINPC").exitCode, 4) << "nobody to ask";
+}
+
+}  // namespace
