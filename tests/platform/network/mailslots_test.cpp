@@ -22,7 +22,7 @@ class Mailslots : public FreshMachine {
     static std::string Read(const FileHandle& slot, DWORD size = 64) {
         std::string text(size, '\0');
         DWORD read = 0;
-        if (!ReadFile(slot.Get(), text.data(), size, &read, nullptr)) return "<" + std::to_string(GetLastError()) + ">";
+        if (!ReadFile(slot.Get(), text.data(), size, &read, nullptr)) return '<' + std::to_string(GetLastError()) + ">";
         return text.substr(0, read);
     }
 };
