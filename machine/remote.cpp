@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "foundation/text.h"
@@ -44,7 +45,11 @@ bool GetLocalName(char (&name)[16]) {
 CString ShareName(const WCHAR* name) {
     constexpr DWORD kFlags = WC_COMPOSITECHECK | WC_SEPCHARS;
     char text[4 * (NNLEN + 1)] = "";
-    if (WideCharToMultiByte(CP_ACP, kFlags, name, -1, text, sizeof text, nullptr, nullptr) == 0) return CString();
+    int size = WideCharToMultiByte(CP_ACP, kFlags, name, -1, text, sizeof text, nullptr, nullptr);
+    // UTF-8 refuses the flags, not the text.
+    if (size == 0 && GetLastError() == ERROR_INVALID_FLAGS)
+        size = WideCharToMultiByte(CP_ACP, 0, name, -1, text, sizeof text, nullptr, nullptr);
+    if (size == 0) return CString();
     int length = 0;
     while (text[length] != '\0') {
         const int step = IsDBCSLeadByte(BYTE(text[length])) && text[length + 1] != '\0' ? 2 : 1;
@@ -103,7 +108,7 @@ CKVRemote::~CKVRemote() {
 DWORD CKVRemote::Connect(const char* share, int testOnly) {
     if (IsConnect()) return 0;
     Drop();
-    auto* const connection = new (std::nothrow) Connection;
+    std::unique_ptr<Connection> connection(new (std::nothrow) Connection);
     if (connection == nullptr) return ERROR_NOT_ENOUGH_MEMORY;
     const char* const machine = Text(m_szMachineName);
     const char* const user = Text(m_szUserName);
@@ -123,10 +128,9 @@ DWORD CKVRemote::Connect(const char* share, int testOnly) {
     resource.lpComment = comment;
     const DWORD error = WNetAddConnection2A(&resource, Text(m_szPassword), logonName, 0);
     if (error == NO_ERROR && !testOnly) {
-        m_pConnection = connection;
+        m_pConnection = connection.release();
         return error;
     }
-    delete connection;
     if (error == NO_ERROR) WNetCancelConnection2A(remoteName, 0, TRUE);
     return error;
 }
@@ -167,6 +171,7 @@ int CKVRemote::EnumerateShares(CComboBox* comboBox) {
     if (comboBox == nullptr || comboBox->m_hWnd == nullptr) return 0;
     m_dwShareCount = 0;
     WideText machine(Text(m_szMachineName));
+    if (!machine.Fits()) return 0;  // it would name this machine
     BYTE* buffer = nullptr;
     DWORD read = 0, total = 0;
     const DWORD status = NetShareEnum(machine.Get(), 2, &buffer, kPreferredBytes, &read, &total, nullptr);
