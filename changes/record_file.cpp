@@ -149,6 +149,15 @@ std::string ThisMachine() {
     return GetComputerNameA(name, &size) ? std::string(name, size) : std::string();
 }
 
+DWORD RecordFile::OpenForAppending(const std::string& path) {
+    m_file.Reset(CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                             FILE_ATTRIBUTE_NORMAL | FILE_FLAG_WRITE_THROUGH, nullptr));
+    if (m_file && SetFilePointer(m_file.Get(), 0, nullptr, FILE_END) != INVALID_SET_FILE_POINTER) return 0;
+    const DWORD error = GetLastError();
+    m_file.Reset();
+    return error;
+}
+
 DWORD RecordFile::Create(const std::string& path, const Record& head) {
     const PSECURITY_DESCRIPTOR security = descriptors::ForAdministrators();
     if (security == nullptr) return GetLastError();
@@ -156,19 +165,24 @@ DWORD RecordFile::Create(const std::string& path, const Record& head) {
     m_queue.clear();
     m_sum = 0;
     m_path = path;
-    m_file.Reset(CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, &attributes, CREATE_NEW,
+    // Under its own name only when it is whole: whatever ends the process, a file of that name is a record.
+    const std::string beside = path + ".new";
+    m_file.Reset(CreateFileA(beside.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, &attributes, CREATE_ALWAYS,
                              FILE_ATTRIBUTE_NORMAL | FILE_FLAG_WRITE_THROUGH, nullptr));
     DWORD error = m_file ? 0 : GetLastError();
     if (error != 0) return error;
-    if (!::SetFileSecurityA(path.c_str(), DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, security))
+    if (!::SetFileSecurityA(beside.c_str(), DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, security))
         error = GetLastError();
     m_queue = kMagic;
     Queue("H" + Writer().Number(kRecordVersion).Text(head.machine).Text(head.id).Bytes());
     if (error == 0) error = Write();
     if (error == 0) error = Flush();
-    if (error == 0) return 0;
     m_file.Reset();
-    ::DeleteFileA(path.c_str());
+    if (error == 0 && !::MoveFileA(beside.c_str(), path.c_str()))
+        error = GetLastError() == ERROR_ALREADY_EXISTS ? DWORD(ERROR_FILE_EXISTS) : GetLastError();
+    if (error == 0) error = OpenForAppending(path);
+    if (error == 0) return 0;
+    ::DeleteFileA(beside.c_str());
     return error;
 }
 

@@ -72,6 +72,7 @@ class RecordFile {
     DWORD End(Status status);
 
   private:
+    DWORD OpenForAppending(const std::string& path);
     void Queue(const std::string& content);
     DWORD Append(const std::string& content);
     DWORD Write();

@@ -305,7 +305,10 @@ int CSetupRecord::Forget(const char* file) {
         const std::string path = names::FullPath(OrEmpty(file));
         Record record;
         RecordFile opened;
-        if (const DWORD error = opened.Open(path, record)) return error;
+        // What a crash has left of a record that never began.
+        const bool isLeft = ::DeleteFileA((path + ".new").c_str()) != FALSE;
+        if (const DWORD error = opened.Open(path, record))
+            return isLeft && error == ERROR_FILE_NOT_FOUND ? DWORD(0) : error;
         if (record.status == Status::Running) return DWORD(ERROR_INVALID_DATA);
         RemoveKept(path, record);
         opened.Close();

@@ -68,6 +68,33 @@ int WithKey(const std::string& path, const std::function<int(HKEY)>& use) {
     return result;
 }
 
+namespace {
+
+Presence FromStatus(LONG status) {
+    if (status == ERROR_SUCCESS || status == ERROR_MORE_DATA) return Presence::Present;
+    if (status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND) return Presence::Absent;
+    ::SetLastError(static_cast<DWORD>(status));
+    return Presence::Unknown;
+}
+
+}  // namespace
+
+Presence LookForKey(const std::string& path) {
+    HKEY key = nullptr;
+    const LONG status = RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_QUERY_VALUE, &key);
+    if (status == ERROR_SUCCESS) RegCloseKey(key);
+    return FromStatus(status);
+}
+
+Presence LookForValue(const std::string& path, const std::string& name) {
+    HKEY key = nullptr;
+    LONG status = RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_QUERY_VALUE, &key);
+    if (status != ERROR_SUCCESS) return FromStatus(status);
+    status = RegQueryValueExA(key, name.c_str(), nullptr, nullptr, nullptr, nullptr);
+    RegCloseKey(key);
+    return FromStatus(status);
+}
+
 SetupLock::SetupLock(unsigned seconds) : m_mutex(CreateMutexA(nullptr, FALSE, "Global\\KvsetupRunning")) {
     const DWORD outcome = m_mutex == nullptr ? WAIT_FAILED : WaitForSingleObject(m_mutex, seconds * 1000);
     m_held = outcome == WAIT_OBJECT_0 || outcome == WAIT_ABANDONED;

@@ -71,6 +71,11 @@ std::string ErrorText(DWORD error);
 // Calls `use` with the key of the local machine open for its access rights; 0 with a last error when it does not open.
 int WithKey(const std::string& path, const std::function<int(HKEY)>& use);
 
+// Whether a key of the local machine, or a value in it, is there. Unknown leaves the reason in the last error.
+enum class Presence { Absent, Present, Unknown };
+Presence LookForKey(const std::string& path);
+Presence LookForValue(const std::string& path, const std::string& name);
+
 // One setup at a time works on a machine: the second waits for the first, at most `seconds`. Held() is false when that
 // was not enough; a setup that died lets go by itself.
 class SetupLock {

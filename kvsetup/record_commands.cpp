@@ -38,6 +38,7 @@ int TakeBack(const records::Found& found, const Options& options) {
 int RecoverCommand(const Options& options) {
     const host::SetupLock lock(kPatience);
     RequireNobodyElse(lock);
+    records::Sweep();
     for (const records::Found& found : records::All()) {
         if (found.state == CSetupRecord::None)
             throw Failure{kBadInput, "the record " + found.file + " cannot be used: " + host::ErrorText(found.error)};

@@ -104,6 +104,11 @@ void Forget(const std::string& file) {
         console::Warn("the record " + file + " cannot be removed: " + host::ErrorText(host::LastError()));
 }
 
+void Sweep() {
+    const std::string file = NewFile();
+    if (!file.empty() && CComputer::PathExists((file + ".new").c_str())) Forget(file);
+}
+
 std::string NewFile() {
     const std::vector<Found> all = All();
     const int number = all.empty() ? 1 : all.back().number + 1;
@@ -151,6 +156,7 @@ bool TakeBack(const Found& found, bool quiet, Json& report) {
 }
 
 void TakeBackUnfinished(bool quiet) {
+    Sweep();
     while (const std::optional<Found> found = Unfinished()) {
         console::Warn("found an interrupted setup (" + found->what + ", " + found->file + "): taking it back first");
         Json report;

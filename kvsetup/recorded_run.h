@@ -32,6 +32,8 @@ bool TakeBack(const Found& found, bool quiet, Json& report);
 
 // Names a new record, the newest. Empty when there are too many.
 std::string NewFile();
+// Removes what a crash has left of a record that never began.
+void Sweep();
 // Removes a record and what it keeps.
 void Forget(const std::string& file);
 // What a setup's record is of: "ZephraniteCB" of "install ZephraniteCB".

@@ -9,7 +9,22 @@
 
 namespace {
 
-constexpr int kShareNotFound = 2310;  // NERR_NetNameNotFound
+constexpr int kShareNotFound = 2310;                                             // NERR_NetNameNotFound
+constexpr DWORD kFileNotFound = 2, kPathNotFound = 3, kDirectoryNotEmpty = 145;  // winerror.h
+constexpr DWORD kStillThere = 183;                                               // ERROR_ALREADY_EXISTS
+
+// The library's removals have no result: what is there afterwards was not removed. `what` goes into the note.
+bool IsGone(host::Presence presence, const std::string& what, std::string& note) {
+    if (presence == host::Presence::Absent) return true;
+    if (presence == host::Presence::Present) host::SetLastError(kStillThere);
+    note += (note.empty() ? "" : ", ") + what;
+    return false;
+}
+bool IsKeyGone(const std::string& path, std::string& note) { return IsGone(host::LookForKey(path), path, note); }
+bool IsValueGone(const std::string& path, const std::string& name, std::string& note) {
+    return IsGone(host::LookForValue(path, name), path + ", " + name, note);
+}
+std::string FamilyRoot() { return CHalvRegistry::GetKorvaultKey(); }
 
 bool Always(StageContext&) { return true; }
 bool RemovesMain(StageContext& context) {
@@ -54,14 +69,19 @@ bool WithdrawHome(StageContext&, std::string& note) {
     return false;
 }
 
-bool LeaveInstalledPrograms(StageContext& context, std::string&) {
+bool LeaveInstalledPrograms(StageContext& context, std::string& note) {
     context.registry.DeleteKorvaultUninstallKey();
-    return true;
+    return IsKeyGone("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\KorvaultNT", note);
 }
 
 bool Unregister(StageContext& context, std::string& note) {
     note = context.session.productId;
     CHalvRegistry::UnregisterProduct(context.session.productId.c_str());
+    std::string left;
+    if (!IsValueGone(FamilyRoot() + "\\Products", note, left)) {
+        note = left;
+        return false;
+    }
     tagProductStruct record{};
     return !context.registry.GetProductInfo(context.session.productId.c_str(), &record, nullptr) ||
            (note += ": an older generation's record stays", true);
@@ -80,53 +100,73 @@ bool DeleteAccount(StageContext& context, std::string& note) {
     return false;
 }
 
-bool RemoveAlertBranch(StageContext& context, std::string&) {
+bool RemoveAlertBranch(StageContext& context, std::string& note) {
     context.registry.DeleteAlertBranch();
-    return true;
+    return IsKeyGone(static_cast<const char*>(CHalvRegistry::m_sAlertKey), note);
 }
 
-bool RemoveAgentBranch(StageContext&, std::string&) {
+bool RemoveAgentBranch(StageContext&, std::string& note) {
     CHalvRegistry::DeleteKorvaultKey("ClientAgent");
-    return true;
+    return IsKeyGone(FamilyRoot() + "\\ClientAgent", note);
 }
 
-bool RemoveBranches(StageContext& context, std::string&) {
+bool RemoveBranches(StageContext& context, std::string& note) {
     marks::RemoveAll();
-    return context.registry.DeleteDynamicKey() && context.registry.Delete();
+    if (!context.registry.DeleteDynamicKey() || !context.registry.Delete()) return false;
+    if (!IsKeyGone(FamilyRoot() + "\\Setup", note)) return false;
+    if (!RemovesMain(context)) return true;
+    const std::string environment = static_cast<const char*>(CHalvRegistry::m_sEnvironmentKey);
+    return IsKeyGone(CHalvRegistry::GetKorvaultBaseKey(), note) && IsValueGone(environment, "CATPATH", note) &&
+           IsValueGone(environment, "LNNAME", note);
 }
 
-// Removes the directory and, below Program Files, the empty ones above it. What holds anything stays.
-void RemoveEmpty(std::string directory) {
+// Removes the directory and, below Program Files, the empty ones above it. What holds anything stays. False, with the
+// last error, for one that could not be removed for another reason.
+bool RemoveEmpty(std::string directory) {
     char programFiles[260] = "";
     DWORD size = sizeof programFiles;
-    if (KSetGetProgramFilesPath(programFiles, &size, nullptr) != 0) return;
+    const DWORD unknown = KSetGetProgramFilesPath(programFiles, &size, nullptr);
+    if (unknown != 0) {
+        host::SetLastError(unknown);
+        return false;
+    }
     const std::string limit = std::string(programFiles) + "\\";
     while (directory.ends_with('\\')) directory.pop_back();
-    while (CComputer::RemoveDirectoryA(directory.c_str()) && directory.starts_with(limit)) {
+    while (CComputer::RemoveDirectoryA(directory.c_str())) {
+        if (!directory.starts_with(limit)) return true;
         directory = directory.substr(0, directory.rfind('\\'));
-        if (directory.size() < limit.size()) return;
+        if (directory.size() < limit.size()) return true;
     }
+    const DWORD error = host::LastError();
+    return error == kDirectoryNotEmpty || error == kFileNotFound || error == kPathNotFound;
 }
 
 // The directory that the installation made, or the one that the settings found.
-void RemoveTree(const char* mark, const char* found, std::initializer_list<const char*> subdirectories,
+bool RemoveTree(const char* mark, const char* found, std::initializer_list<const char*> subdirectories,
                 std::string& note) {
     const std::string marked = marks::Get(mark);
     const std::string directory = marked.empty() ? found : marked;
-    if (directory.empty()) return;
-    for (const char* subdirectory : subdirectories) RemoveEmpty(directory + subdirectory);
+    if (directory.empty()) return true;
+    for (const char* subdirectory : subdirectories) {
+        if (RemoveEmpty(directory + subdirectory)) continue;
+        note = directory + subdirectory;
+        return false;
+    }
     if (CComputer::DirectoryExists(directory.c_str()))
         note += (note.empty() ? "" : ", ") + directory + " holds files and stays";
+    return true;
 }
 
 bool RemoveDirectories(StageContext& context, std::string& note) {
     CSettings& settings = context.session.settings;
-    if (context.session.IsAgent()) RemoveTree(marks::kProductDirectory, settings.CurrentClientAgentPath(), {""}, note);
-    if (RemovesMain(context)) {
-        RemoveTree(marks::kProductDirectory, settings.CurrentKorvaultPath(), {"DATABASE", "LOG", "TEMP", ""}, note);
-    }
-    if (RemovesAlert(context)) RemoveTree(marks::kAlertDirectory, settings.CurrentAlertPath(), {"LOG", ""}, note);
-    return true;
+    const auto remove = [&](bool applies, const char* mark, const char* found,
+                            std::initializer_list<const char*> subdirectories) {
+        return !applies || RemoveTree(mark, found, subdirectories, note);
+    };
+    return remove(context.session.IsAgent(), marks::kProductDirectory, settings.CurrentClientAgentPath(), {""}) &&
+           remove(RemovesMain(context), marks::kProductDirectory, settings.CurrentKorvaultPath(),
+                  {"DATABASE", "LOG", "TEMP", ""}) &&
+           remove(RemovesAlert(context), marks::kAlertDirectory, settings.CurrentAlertPath(), {"LOG", ""});
 }
 
 }  // namespace

@@ -116,6 +116,7 @@ class INSTALIB_API CSetupRecord {
 
     // Deletes a record that does not run any more, and the deleted files that it keeps: from now on nothing is taken
     // back. ERROR_INVALID_DATA when the record was neither completed nor taken back.
+    // It also deletes what a crash has left of a record that never began: a file of that name with ".new" behind it.
     static int Forget(const char* file);
 
   private:
