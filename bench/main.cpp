@@ -88,6 +88,7 @@ int main(int count, char** arguments) {
     bench::ServiceRows(runner);
     bench::LoadRows(runner, windows);
     bench::SetupRows(runner);
+    bench::RecordRows(runner);
     std::size_t missed = 0, missing = 0;
     for (const Row& row : runner.Rows()) {
         missed += row.IsMissed();

@@ -14,6 +14,7 @@ void FileRows(Runner& runner);      // response files, logs, large folders
 void ServiceRows(Runner& runner);   // the service control manager
 void LoadRows(Runner& runner, const std::string& windowsFolder);  // loading the libraries, their sizes
 void SetupRows(Runner& runner);                                   // the front end as a whole
+void RecordRows(Runner& runner);                                  // changes on record
 
 int ImportChild(const std::vector<std::string>& arguments);
 int ExportChild(const std::vector<std::string>& arguments);

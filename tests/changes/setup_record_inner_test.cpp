@@ -235,6 +235,76 @@ TEST_F(SetupRecord, APlanAdmitsItsChangesAlone) {
     EXPECT_TRUE(changed.Rollback());
 }
 
+TEST_F(SetupRecord, WhatDiffersBetweenTwoRehearsalsIsNotComparedAndTheDepartureIsTold) {
+    const std::string first = Folder() + "\\1ST.REC", again = Folder() + "\\2ND.REC", other = Folder() + "\\OTHER.REC";
+    const auto rehearse = [&](const std::string& file, const char* date, const char* name) {
+        CSetupRecord record;
+        EXPECT_TRUE(record.Begin(file.c_str()));
+        EXPECT_EQ(SetValue("Date", date), 0);
+        EXPECT_EQ(name == nullptr ? 0 : SetValue(name, "same"), 0);
+        EXPECT_TRUE(record.Commit());
+        const std::string bytes = ReadBytes(file);
+        EXPECT_TRUE(record.Recover(file.c_str()));
+        WriteBytes(file, bytes);
+    };
+    rehearse(first, "today", "Name");
+    rehearse(again, "tomorrow", "Name");
+    rehearse(other, "today", nullptr);
+    CSetupRecord one, two, short_, record;
+    EXPECT_TRUE(one.Read(first.c_str()) && two.Read(again.c_str()) && short_.Read(other.c_str()));
+    EXPECT_TRUE(one.IsLike(two));
+    EXPECT_FALSE(one.IsLike(short_));
+    EXPECT_EQ(one.Compare(two, 0), int(CSetupRecord::After));
+    EXPECT_EQ(one.Compare(two, 1) + one.Compare(two, 2) + one.Compare(two, -1), int(CSetupRecord::Same));
+    ASSERT_TRUE(record.Begin(File().c_str()));
+    EXPECT_FALSE(record.Follow(first.c_str(), other.c_str()));
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_INVALID_DATA));
+    ASSERT_TRUE(record.Follow(first.c_str(), again.c_str()));
+    EXPECT_EQ(SetValue("Date", "another day"), 0);
+    tagSETUP_CHANGE expected, found;
+    EXPECT_FALSE(record.GetDeparture(expected, found));
+    EXPECT_EQ(SetValue("Name", "other"), LSTATUS(CSetupRecord::ChangedSince));
+    EXPECT_EQ(SetValue("Name", "same"), LSTATUS(CSetupRecord::ChangedSince)) << "nothing more after a departure";
+    EXPECT_TRUE(record.GetDeparture(expected, found));
+    EXPECT_STREQ(expected.sAfter, "REG_SZ same");
+    EXPECT_STREQ(found.sAfter, "REG_SZ other");
+    EXPECT_TRUE(record.Rollback());
+}
+
+TEST_F(SetupRecord, WhatWasSetIsComparedAndRepairedOnRecord) {
+    CSetupRecord record, verified;
+    ASSERT_TRUE(record.Begin(File().c_str()));
+    EXPECT_EQ(SetValue("Old", "after"), 0);
+    EXPECT_EQ(CreateKey("Made\\Deep"), 0);
+    EXPECT_TRUE(changing::CreateDirectoryA((Folder() + "\\MADE").c_str(), nullptr));
+    EXPECT_TRUE(record.Commit());
+    const std::string file = File();
+    const char* const files[] = {file.c_str()};
+    ASSERT_TRUE(verified.Verify(files, 1));
+    EXPECT_EQ(verified.LeftCount(), 0);
+    SetText(HKEY_LOCAL_MACHINE, kKey, "Old", "foreign");
+    DeleteKeyTree(HKEY_LOCAL_MACHINE, std::string(kKey) + "\\Made\\Deep");
+    SetText(HKEY_LOCAL_MACHINE, std::string(kKey) + "\\Made", "Added", "x");
+    RemoveDirectoryA((Folder() + "\\MADE").c_str());
+    ASSERT_TRUE(verified.Verify(files, 1));
+    std::string found;
+    tagSETUP_CHANGE change;
+    for (int i = 0; verified.GetLeft(i, change); ++i)
+        found += static_cast<const char*>(change.sKind + ":" + change.sBefore + ">" + change.sAfter + " ");
+    EXPECT_EQ(found, "value:REG_SZ after>REG_SZ foreign value:>REG_SZ x key:present> directory:present> ");
+    CSetupRecord repair;
+    EXPECT_FALSE(repair.Repair(verified, 0)) << "no record runs";
+    ASSERT_TRUE(repair.Begin((Folder() + "\\REPAIR.REC").c_str()));
+    for (int i = 0; i < verified.LeftCount(); ++i)
+        EXPECT_TRUE(repair.Repair(verified, i)) << i << ' ' << GetLastError();
+    EXPECT_FALSE(repair.Repair(verified, verified.LeftCount()));
+    EXPECT_TRUE(repair.Commit());
+    ASSERT_TRUE(verified.Verify(files, 1));
+    EXPECT_EQ(verified.LeftCount(), 0);
+    EXPECT_TRUE(repair.Recover((Folder() + "\\REPAIR.REC").c_str()));
+    EXPECT_EQ(Text("Old"), "foreign") << "a repair is taken back like everything else";
+}
+
 // Whatever is in the file: the answer is an error, or what a shorter whole record tells; never a crash, and a refusal
 // changes nothing.
 TEST_F(SetupRecord, DamagedRecordsAreRefused) {
