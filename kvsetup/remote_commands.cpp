@@ -10,6 +10,7 @@
 #include "instalib/remote.h"
 #include "kvsetup/host.h"
 #include "kvsetup/interruption.h"
+#include "kvsetup/record_commands.h"
 #include "kvsetup/setup_run.h"
 #include "kvsetup/watch.h"
 
@@ -93,6 +94,7 @@ void Show(const Message& message, bool json) {
 }
 
 int ListenCommand(const Options& options, const RemoteOptions& remote) {
+    WarnAboutUnfinished();
     host::StatusMailslot mailslot;
     if (!mailslot.IsOpen())
         throw Failure{kBusy, "nothing can be received here: " + host::ErrorText(host::LastError()) +
@@ -162,6 +164,7 @@ void RequireFits(const std::string& text, std::size_t longest, const char* what)
 }
 
 int ConnectCommand(const Options& options, const RemoteOptions& remote) {
+    WarnAboutUnfinished();
     RequireFits(remote.host, 15, "the machine's name");
     RequireFits(remote.account, 259, "the account");
     std::string password = ReadPassword(remote);

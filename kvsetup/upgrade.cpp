@@ -8,6 +8,7 @@
 
 #include "instalib/computer.h"
 #include "instalib/upgrade.h"
+#include "kvsetup/record_commands.h"
 #include "kvsetup/recorded_run.h"
 #include "kvsetup/setup_run.h"
 #include "kvsetup/stages.h"
@@ -200,6 +201,7 @@ struct Upgrade {
 }  // namespace
 
 int UpgradeCheckCommand(const Options& options) {
+    WarnAboutUnfinished();
     std::string problem;
     const std::string folder = host::MachinePath(options.source, true, &problem);
     if (folder.empty()) throw Failure{kBadInput, problem};
