@@ -67,14 +67,13 @@ using AddQueueJob = DWORD WINAPI(const char*, const char*, WORD, const char*, DW
 using DeleteQueueJob = DWORD WINAPI(const char*, DWORD, DWORD);
 using GetDefaultQueue = DWORD WINAPI(char*, char*, DWORD*);
 
-// --- Scrambling library: "ZKBEncrypt", "ZKBDecrypt"; `outputLength` in: capacity, out: bytes written; 0 is success
-// ----------
+// --- Scrambling library ---
+// "ZKBEncrypt", "ZKBDecrypt"; `outputLength` in: capacity, out: bytes written; 0 is success.
 inline constexpr char kScramblingLibrary[] = "KVDCEN.DLL";
 using Scramble = DWORD WINAPI(const BYTE* input, DWORD inputLength, BYTE* output, DWORD* outputLength);
 
-// --- Libraries of Windows that are loaded when first called
-// ----------------------------------------------------------------- SHFOLDER.DLL "SHGetFolderPathA": 0 (S_OK) or above
-// on success; the buffer holds 260 bytes.
+// --- Libraries of Windows that are loaded when first called ---
+// SHFOLDER.DLL "SHGetFolderPathA": 0 (S_OK) or above on success; the buffer holds 260 bytes.
 using ShGetFolderPath = LONG WINAPI(HWND owner, int folder, HANDLE token, DWORD flags, char* path);
 // msi.dll ordinal 112, MsiQueryProductStateA: 5 is installed. Ordinal 194, MsiGetFileVersionA: 0 is success.
 inline constexpr WORD kMsiQueryProductState = 112;
@@ -103,8 +102,9 @@ using GetWindowTitle = int WINAPI(HWND window, char* text, int size);
 using SetWindowShown = BOOL WINAPI(HWND window, int command);
 using PostWindowMessage = BOOL WINAPI(HWND window, UINT message, UINT_PTR wParam, LONG_PTR lParam);
 
-// --- Installation plug-ins: "Install", "UnInstall", "IsInstalled", "IsInstalledVersionNewer", "GetDebugErrorString",
-// "GetInstallPath"; they answer a status of their own ---
+// --- Installation plug-ins ---
+// "Install", "UnInstall", "IsInstalled", "IsInstalledVersionNewer", "GetDebugErrorString", "GetInstallPath"; they answer
+// a status of their own.
 using PluginInstall = DWORD WINAPI(void* parameters);
 using PluginUnInstall = DWORD WINAPI();
 using PluginAnswer = DWORD WINAPI(int* answer);

@@ -54,9 +54,9 @@ class INSTALIB_API CComputer {
     // What HSTOOL.DLL says about this Windows version; 0 without that library or its entry point.
     static int IsWindowsVersionOK(DWORD major, DWORD minor, DWORD build);
 
-    // --- Directories and files. Paths have less than 260 bytes; an operation refuses a longer one and skips an entry
-    // -------
-    // --- whose path would be longer. A null path is an empty one. ---
+    // --- Directories and files ---
+    // Paths have less than 260 bytes; an operation refuses a longer one and skips an entry whose path would be longer. A
+    // null path is an empty one.
 
     // Creates every missing directory of the path, and leaves those it made when one fails. `flag` has no effect.
     static int CreateDirectoryA(const char* path, int flag = 0);

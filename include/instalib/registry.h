@@ -22,7 +22,7 @@ class CSetupInf;
 //   nothing of failures.
 // - "Base" is m_sKorvaultBaseKey; directories are stored as given. Text is written with its terminator counted.
 // - Text getters return the object's own copy: valid until the next call of the same getter, and the old text when
-//   nothing was found. Buffer getters take the buffer's size in bytes and return the text's size in bytes, terminator
+//   nothing was found. GetRegisteredOwner and GetKorvaultUserName share one: each ends the other's text. Buffer getters take the buffer's size in bytes and return the text's size in bytes, terminator
 //   included; the buffer is always terminated, and empty after a failure. A value that is no text or does not fit
 //   with its terminator is not found.
 // - The readers of settings values (GetRegisteredOwner to GetAgentHomeDir) with a buffer: when no place has a value that
@@ -246,8 +246,8 @@ class INSTALIB_API CHalvRegistry {
     static int GetEnvironmentVariableA(const char* name, char* buffer, DWORD* size);
     static int DeleteEnvironmentVariable(const char* name);
 
-    // -- Settings values: from the object's settings. 0 and nothing written unless the object may write
-    // ----------------
+    // -- Settings values: from the object's settings ------------------------------------------------------------------
+    // 0 and nothing written unless the object may write.
 
     // Creates or updates the system account through HSTOOL.DLL (a failure is logged and does not change the result),
     // then stores the registered user. Without a system account nothing is written and the result is 1.

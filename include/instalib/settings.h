@@ -70,11 +70,11 @@ class INSTALIB_API CSettings {
     CSettings& operator=(const CSettings& other);
     ~CSettings();
 
-    // Learns what is installed from the product registry, reads the setup information file and the response file,
-    // chooses the default components and paths, and finds out whether this is the far end of a remote installation (it
-    // then deletes the marker file HOST.INI). To be called once, before the dialogs. What cannot be read leaves
-    // built-in values; nothing is reported. In install mode the medium's directory becomes the process's current
-    // directory.
+    // Learns what is installed from the registry, reads setup information file and response file, chooses the default
+    // components and paths, and finds out whether this is the far end of a remote installation (it then deletes the
+    // marker file HOST.INI). To be called once, before the dialogs. Nothing is reported: what cannot be read leaves texts
+    // as they were and makes flags 0, a subtype that the medium does not name -1; answers that lack a key give the
+    // default of its accessor (setup_icf.h). In install mode the medium's directory becomes the process's current one.
     void Initialize();
 
     // Mode of operation. ExpressSetup is 1 exactly when custom setup is 0. CustomSetup(0) also selects the standard

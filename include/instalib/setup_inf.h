@@ -5,9 +5,10 @@
 #include "instalib/export.h"
 #include "instalib/string.h"
 
-// Each query reads the file anew and keeps its answer in the object; without the file, or when the entry is missing or
-// empty, the kept answer is given (0 or empty at first). Text pointers are valid until the same query is made again.
-// Section and key names compare without regard to case; integers are read from leading decimal digits.
+// Each query reads the file anew and keeps its answer, which is given again without the file or for a missing or empty
+// entry (0 or empty at first); GetProductType and GetProductSubType answer -1 then, also for a subtype not 0 to 5. Text
+// pointers are valid until the same query is made again. Section and key names compare without regard to case; integers
+// are read from leading decimal digits.
 //
 // Construction and SetKORsetupINFName make the file's directory the process's current directory, whether or not the
 // file is there, so that the relative names in it resolve against the medium.

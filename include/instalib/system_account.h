@@ -2,9 +2,9 @@
 // and 0 for failure; a failure leaves the Windows error of the failed call in the thread's last-error value. Groups are
 // found by their well-known identifiers, so that the work succeeds on a Windows of any language.
 //
-// Limits: domain, user name and password hold at most 63 characters, the computer name 1,087. Longer texts are refused
-// with ERROR_INVALID_PARAMETER (87) and nothing is created or changed. The same holds for a text that cannot be converted
-// to wide text, with the conversion's error.
+// Limits: domain, user name and password hold at most 63 characters, the computer name 1,087. Create, AssignGroups
+// and Register refuse longer texts with ERROR_INVALID_PARAMETER (87) and create or change nothing. The same holds for a
+// text that cannot be converted to wide text, with the conversion's error.
 #ifndef INSTALIB_SYSTEM_ACCOUNT_H
 #define INSTALIB_SYSTEM_ACCOUNT_H
 
