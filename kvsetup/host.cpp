@@ -1,6 +1,7 @@
 // What both targets do alike, through the same Windows functions.
 #ifdef INSTALIB_KVSETUP_EMBEDDED
 #include "platform/embedded/api/files.h"
+#include "platform/embedded/api/modules.h"
 #include "platform/embedded/api/registry.h"
 #include "platform/embedded/api/system.h"
 #endif
@@ -93,6 +94,18 @@ Presence LookForValue(const std::string& path, const std::string& name) {
     status = RegQueryValueExA(key, name.c_str(), nullptr, nullptr, nullptr, nullptr);
     RegCloseKey(key);
     return FromStatus(status);
+}
+
+DWORD MissingEntryPoints(const std::string& library, const std::vector<std::string>& names,
+                         std::vector<std::string>* missing) {
+    const HMODULE module = LoadLibraryA(library.c_str());
+    if (module == nullptr) return ::GetLastError();
+    for (const std::string& name : names) {
+        const char* const entry = name[0] == '#' ? MAKEINTRESOURCEA(std::stoi(name.substr(1))) : name.c_str();
+        if (GetProcAddress(module, entry) == nullptr) missing->push_back(name);
+    }
+    FreeLibrary(module);
+    return 0;
 }
 
 SetupLock::SetupLock(unsigned seconds) : m_mutex(CreateMutexA(nullptr, FALSE, "Global\\KvsetupRunning")) {

@@ -23,6 +23,11 @@ bool IsMachineSound(std::string* problem);
 // be done.
 std::string MachinePath(const std::string& path, bool isFolder, std::string* problem);
 
+
+// Loads a product library and looks for its entry points, "#N" by ordinal. 0, or why it does not load.
+DWORD MissingEntryPoints(const std::string& library, const std::vector<std::string>& names,
+                         std::vector<std::string>* missing);
+
 // The setup program stands on its medium: product libraries that are looked for beside it are found there. On Windows
 // the program stands where it stands, and nothing happens.
 void RunFromMedium(const std::string& folder);

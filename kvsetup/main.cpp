@@ -3,9 +3,11 @@
 #include <functional>
 #include <iostream>
 
+#include "kvsetup/answers_commands.h"
 #include "kvsetup/console.h"
 #include "kvsetup/host.h"
 #include "kvsetup/machine_commands.h"
+#include "kvsetup/medium_commands.h"
 #include "kvsetup/options.h"
 #include "kvsetup/plan_commands.h"
 #include "kvsetup/record_commands.h"
@@ -164,6 +166,8 @@ int main(int argc, char** argv) {
     AddStatus(app, options, run);
     AddServices(app, options, run);
     AddRecordCommands(app, options, run);
+    AddAnswersCommands(app, options, run);
+    AddMediumCommands(app, options, run);
     AddMachineCommands(app, options, run);
     app.require_subcommand(0, 1);
     try {

@@ -13,6 +13,7 @@
 #include "instalib/setup_icf.h"
 #include "instalib/setup_inf.h"
 #include "instalib/version.h"
+#include "kvsetup/answers_commands.h"
 #include "kvsetup/host.h"
 #include "kvsetup/watch.h"
 
@@ -272,7 +273,9 @@ Json DescribeSession(Session& session) {
 }
 
 void WarnAboutAnswers(Session& session) {
-    if (session.answers.empty() || session.settings.Uninstall() || session.IsAgent()) return;
+    if (session.answers.empty()) return;
+    CheckAnswersOfSetup(session.answers);
+    if (session.settings.Uninstall() || session.IsAgent()) return;
     CSetupIcf answers(session.answers.c_str());
     char recorded[260] = "";
     answers.GetString("Base", "AlertPath", recorded, sizeof recorded);
