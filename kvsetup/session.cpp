@@ -232,7 +232,9 @@ void Session::Log(const std::string& line) {
 
 std::string VersionText(WORD version) { return std::to_string(version >> 8) + "." + std::to_string(version & 0xFF); }
 
-std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall) {
+namespace {
+
+std::unique_ptr<Session> Open(const Options& options, bool uninstall) {
     auto session = std::make_unique<Session>();
     session->json = options.json;
     // All paths first: the information file makes the medium's folder the current one.
@@ -254,6 +256,37 @@ std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall) {
     ChooseAccountDomain(*session);
     ChoosePath(*session);
     if (options.express) session->settings.CustomSetup(0);
+    return session;
+}
+
+// All that a setup takes from medium, answers and machine. The marker file of a remote setup is used up by the first.
+std::string Taken(Session& session) {
+    CSettings& settings = session.settings;
+    Json taken = DescribeSession(session);
+    taken["decided"].erase("remote");
+    std::string text = taken.dump(-1, ' ', false, Json::error_handler_t::replace);
+    for (const int flag : {settings.AutoStartServices(), settings.IgnoreErrors(), settings.DeleteQueue(),
+                           settings.ProductSubType(), settings.CustomSetup()})
+        text += ' ' + std::to_string(flag);
+    text += settings.SystemAccountPassword();
+    text += '\n' + std::string(settings.Product()) + '\n' + settings.ComponentCode() + '\n' +
+            settings.SystemAccountServer();
+    return text;
+}
+
+}  // namespace
+
+std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall) {
+    std::unique_ptr<Session> session = Open(options, uninstall);
+    // A look that fails is told by nothing: the library then takes its default, another path, no account. What is read
+    // twice alike was read.
+    std::string first = Taken(*session), second = Taken(*Open(options, uninstall));
+    const bool isAlike = first == second;
+    host::Wipe(first);
+    host::Wipe(second);
+    if (!isAlike)
+        throw Failure{kBadInput,
+                      "medium, answers or registry could not be read: two looks at them differ; try it again"};
     session->watch = options.watch;
     if (options.watch != nullptr) options.watch->Begin(*session);
     return session;

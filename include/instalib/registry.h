@@ -21,10 +21,10 @@ class CSetupInf;
 // - Writes and removals always go to the local machine, and create the key they need. Removals without a result say
 //   nothing of failures.
 // - "Base" is m_sKorvaultBaseKey; directories are stored as given. Text is written with its terminator counted.
-// - Text getters return the object's own copy: valid until the next call of the same getter, and the old text when
-//   nothing was found. GetRegisteredOwner and GetKorvaultUserName share one: each ends the other's text. Buffer getters take the buffer's size in bytes and return the text's size in bytes, terminator
-//   included; the buffer is always terminated, and empty after a failure. A value that is no text or does not fit
-//   with its terminator is not found.
+// - Text getters return the object's own copy: valid until the next call of the same getter (GetRegisteredOwner and
+//   GetKorvaultUserName share one), and the old text when nothing was found. Buffer getters take the buffer's size in
+//   bytes and return the text's size in bytes, terminator included; the buffer is always terminated, and empty after a
+//   failure. A value that is no text or does not fit with its terminator is not found.
 // - The readers of settings values (GetRegisteredOwner to GetAgentHomeDir) with a buffer: when no place has a value that
 //   can be returned and one has it too long for the buffer, the last error is ERROR_MORE_DATA and the size is what the
 //   first such value needs, terminator included, also for one stored without it.

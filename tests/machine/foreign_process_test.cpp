@@ -48,9 +48,9 @@ TEST_F(ForeignProcessTest, AbandonedMutexCountsAsRunning) {
 TEST_F(ForeignProcessTest, ReportArrivesInAnotherProcess) {
     const std::string output = Folder() + "\\RECEIVED.TXT";
     const ForeignProcess other(Folder(), "slot \\\\.\\mailslot\\Zephranite_Setup_Status " + output);
-    EXPECT_NE(CRemoteMailslot::SendStatus(ComputerName().c_str(), 1, 2, "C:\\a b"), 0);
+    EXPECT_NE(CRemoteMailslot::SendStatus(ComputerName().c_str(), 1, 2, "C:\\a b", "two"), 0);
     EXPECT_TRUE(other.Ends());
-    EXPECT_EQ(ReadBytes(output), ComputerName() + "\\1\\2\\C:\\a b\\0");
+    EXPECT_EQ(ReadBytes(output), ComputerName() + "\\1\\2\\C:\\a b\\two");
 }
 
 }  // namespace
