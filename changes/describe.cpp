@@ -29,7 +29,8 @@ std::string ValueText(const State& state) {
         return (type == REG_SZ ? "REG_SZ " : type == REG_EXPAND_SZ ? "REG_EXPAND_SZ " : "REG_MULTI_SZ ") + data;
     }
     if (type == REG_DWORD && data.size() == 4) return std::string("REG_DWORD ") + std::to_string(Reader(data).Number());
-    return (type == REG_BINARY ? "REG_BINARY " : std::string("type ") + std::to_string(type) + ": ") + Hex(data);
+    if (type == REG_BINARY) return std::string("REG_BINARY ") + Hex(data);
+    return std::string("type ") + std::to_string(type) + ": " + Hex(data);
 }
 
 std::string ServiceText(const State& state) {
@@ -57,7 +58,7 @@ std::string RightsText(const State& state) {
     Reader reader(state);
     std::string text = std::string("logon rights ") + std::to_string(reader.Number()) + ", privileges";
     for (DWORD count = reader.Number(); count > 0 && reader.Good(); --count)
-        text += std::string(" ") + std::to_string(reader.Number());
+        text += ' ' + std::to_string(reader.Number());
     return text;
 }
 
@@ -67,7 +68,7 @@ std::string PartText(const Object& object) {
     if (object.kind == Kind::File) return {};
     if (object.kind != Kind::ProfileEntry) return object.part;
     const std::size_t end = object.part.find('\0');
-    const std::string section = "[" + object.part.substr(0, end) + "]";
+    const std::string section = '[' + object.part.substr(0, end) + "]";
     return end == object.part.npos ? section : section + " " + object.part.substr(end + 1);
 }
 

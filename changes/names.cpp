@@ -29,7 +29,7 @@ std::string SidText(PSID sid) {
     for (const BYTE byte : authority.Value) number = (number << 8) | byte;
     std::string text = std::string("S-1-") + std::to_string(number);
     for (DWORD i = 0; i < *GetSidSubAuthorityCount(sid); ++i)
-        text += std::string("-") + std::to_string(*GetSidSubAuthority(sid, i));
+        text += '-' + std::to_string(*GetSidSubAuthority(sid, i));
     return text;
 }
 

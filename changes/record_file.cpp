@@ -174,7 +174,7 @@ DWORD RecordFile::Create(const std::string& path, const Record& head) {
     if (!::SetFileSecurityA(beside.c_str(), DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, security))
         error = GetLastError();
     m_queue = kMagic;
-    Queue("H" + Writer().Number(kRecordVersion).Text(head.machine).Text(head.id).Bytes());
+    Queue('H' + Writer().Number(kRecordVersion).Text(head.machine).Text(head.id).Bytes());
     if (error == 0) error = Write();
     if (error == 0) error = Flush();
     m_file.Reset();
@@ -230,7 +230,7 @@ DWORD RecordFile::Before(const Change& change) {
         writer.Number(DWORD(step.object.kind)).Number(flags).Text(step.object.name).Text(step.object.part);
         writer.Text(step.before).Text(step.intended);
     }
-    return Append("B" + writer.Bytes());
+    return Append('B' + writer.Bytes());
 }
 
 void RecordFile::QueueAfter(const Change& change) {
@@ -241,18 +241,18 @@ void RecordFile::QueueAfter(const Change& change) {
         writer.Number(known);
         if (known != 2) writer.Text(step.after);
     }
-    Queue("A" + writer.Bytes());
+    Queue('A' + writer.Bytes());
 }
 
 DWORD RecordFile::Mark(const std::string& text) {
-    const DWORD error = Append("M" + Writer().Text(text).Bytes());
+    const DWORD error = Append('M' + Writer().Text(text).Bytes());
     return error != 0 ? error : Flush();
 }
 
-void RecordFile::QueueUndone(std::size_t change) { Queue("U" + Writer().Number(DWORD(change)).Bytes()); }
+void RecordFile::QueueUndone(std::size_t change) { Queue('U' + Writer().Number(DWORD(change)).Bytes()); }
 
 DWORD RecordFile::End(Status status) {
-    const DWORD error = Append("E" + Writer().Number(DWORD(status)).Bytes());
+    const DWORD error = Append('E' + Writer().Number(DWORD(status)).Bytes());
     return error != 0 ? error : Flush();
 }
 
