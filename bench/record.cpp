@@ -13,7 +13,7 @@ constexpr char kFile[] = "C:\\BENCH.REC";
 void Change() {
     Expect(CHalvRegistry::AddKorvaultKey("Bench") == 1, "no key");
     for (DWORD i = 0; i < kChanges; ++i) {
-        const std::string name = std::string("V") + std::to_string(i);
+        const std::string name = 'V' + std::to_string(i);
         BYTE data[4] = {BYTE(i)};
         Expect(CHalvRegistry::SetKorvaultKeyValue("Bench", name.c_str(), REG_DWORD, data, 4) == 1, "no value");
     }

@@ -18,15 +18,24 @@ std::string Plain(const Json& value) {
     return joined.empty() ? "none" : joined;
 }
 
-// The length of the UTF-8 sequence at `text[at]`, 0 when it is none.
+// The length of the UTF-8 sequence at `text[at]`, 0 when it is none, or one that drives a terminal (U+0080 to U+009F).
+// Overlong forms, surrogates and what is beyond U+10FFFF are none.
 std::size_t Utf8Length(const std::string& text, std::size_t at) {
-    const auto first = static_cast<unsigned char>(text[at]);
-    const std::size_t length = first >= 0xF0 && first < 0xF5 ? 4 : first >= 0xE0 ? 3 : first >= 0xC2 ? 2 : 0;
-    if (length == 0 || first >= 0xF5 || at + length > text.size()) return 0;
+    const auto byte = [&](std::size_t i) {
+        return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0u;
+    };
+    const unsigned first = byte(0), second = byte(1);
+    const std::size_t length = first >= 0xF0 && first < 0xF5   ? 4
+                               : first >= 0xE0 && first < 0xF0 ? 3
+                               : first >= 0xC2                 ? 2
+                                                               : 0;
+    if (length == 0 || first >= 0xF5) return 0;
     for (std::size_t i = 1; i < length; ++i) {
-        if ((static_cast<unsigned char>(text[at + i]) & 0xC0) != 0x80) return 0;
+        if ((byte(i) & 0xC0) != 0x80) return 0;
     }
-    return length;
+    const unsigned least = first == 0xC2 || first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
+    const unsigned most = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
+    return second >= least && second <= most ? length : 0;
 }
 
 std::optional<std::string> ReadLine() {

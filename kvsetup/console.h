@@ -42,7 +42,8 @@ void Warn(const std::string& message);
 std::optional<std::string> Ask(const std::string& question, const std::string& fallback);
 std::optional<bool> AskYesNo(const std::string& question, bool fallback);
 
-// Bytes that are not printable ASCII or valid UTF-8 become "\xNN", so that no product text drives the terminal.
+// Bytes that are not printable ASCII or valid UTF-8 become "\xNN", so that no product text drives the terminal; the
+// result is valid UTF-8.
 std::string Printable(const std::string& text);
 
 }  // namespace console

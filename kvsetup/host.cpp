@@ -136,6 +136,8 @@ bool StatusMailslot::Read(std::string& message) {
     return received;
 }
 
+bool IsLeadByte(char byte) { return IsDBCSLeadByte(static_cast<BYTE>(byte)) != FALSE; }
+
 void Wipe(std::string& text) {
     // Through volatile, so that the stores are not left out as dead.
     volatile char* const bytes = text.data();

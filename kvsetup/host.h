@@ -111,6 +111,9 @@ class StatusMailslot {
     HANDLE m_mailslot;
 };
 
+// Whether the byte is the first of two of a character in the machine's code page.
+bool IsLeadByte(char byte);
+
 // Overwrites the text's memory.
 void Wipe(std::string& text);
 

@@ -38,23 +38,33 @@ std::optional<long> NumberOf(const std::string& text) {
     return text.empty() || *end != '\0' || errno != 0 ? std::nullopt : std::optional(number);
 }
 
-std::string TakeField(std::string& rest) {
-    const std::size_t end = std::min(rest.find('\\'), rest.size());
-    const std::string field = rest.substr(0, end);
-    rest.erase(0, std::min(end + 1, rest.size()));
-    return field;
+// The second byte of a character of the machine's code page is no separator.
+std::vector<std::string> FieldsOf(const std::string& bytes) {
+    std::vector<std::string> fields(1);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        if (bytes[i] == '\\') {
+            fields.emplace_back();
+            continue;
+        }
+        fields.back() += bytes[i];
+        if (host::IsLeadByte(bytes[i]) && i + 1 < bytes.size()) fields.back() += bytes[++i];
+    }
+    return fields;
 }
 
-// Texts may hold backslashes, so what is not one of the first three fields or a number at the end is the text.
-Message Parse(std::string rest) {
+// Texts may hold backslashes, so what is not one of the first three fields or the component at the end is the text; the
+// form with two numbers has no component.
+Message Parse(const std::string& bytes) {
+    std::vector<std::string> fields = FieldsOf(bytes);
+    const std::size_t count = fields.size();
     Message message;
-    message.sender = TakeField(rest);
-    message.phase = NumberOf(TakeField(rest));
-    message.code = NumberOf(TakeField(rest));
-    const std::size_t last = rest.rfind('\\');
-    message.component = NumberOf(last == rest.npos ? rest : rest.substr(last + 1));
-    if (message.component) rest.resize(last == rest.npos ? 0 : last);
-    message.text = rest;
+    message.sender = fields[0];
+    if (count > 1) message.phase = NumberOf(fields[1]);
+    if (count > 2) message.code = NumberOf(fields[2]);
+    const bool hasNumbers = count >= 7 && fields[count - 3] == "Reserved String";
+    if (count > 3 && !hasNumbers) message.component = NumberOf(fields.back());
+    if (message.component) fields.pop_back();
+    for (std::size_t i = 3; i < fields.size(); ++i) message.text += (i == 3 ? "" : "\\") + fields[i];
     return message;
 }
 
@@ -111,6 +121,9 @@ int ListenCommand(const Options& options, const RemoteOptions& remote) {
         if (interruption::Requested()) throw Failure{kCancelled, "cancelled"};
         std::string bytes;
         if (!mailslot.Read(bytes)) {
+            constexpr DWORD kNothingCame = 121;  // ERROR_SEM_TIMEOUT
+            if (const DWORD error = host::LastError(); error != kNothingCame)
+                throw Failure{kFailed, "reports cannot be received any more: " + host::ErrorText(error)};
             if (remote.timeout != 0 && Clock::now() - last >= std::chrono::seconds(remote.timeout))
                 throw Failure{kCancelled, "nothing was reported for " + std::to_string(remote.timeout) + " seconds"};
             continue;
@@ -148,7 +161,8 @@ std::string ReadPassword(const RemoteOptions& remote) {
     }
     std::string bytes;
     if (remote.passwordFrom == "-") {
-        std::getline(std::cin, bytes);
+        if (!std::getline(std::cin, bytes))
+            throw Failure{kCancelled, "cancelled: the input has ended before the password"};
     } else if (!host::ReadFile(remote.passwordFrom, bytes)) {
         throw Failure{kBadInput, "the password's file " + remote.passwordFrom + " cannot be read"};
     }
@@ -174,7 +188,8 @@ int ConnectCommand(const Options& options, const RemoteOptions& remote) {
     }
     CKVRemote session(remote.host.c_str(), remote.account.c_str(), password.c_str());
     host::Wipe(password);
-    if (const DWORD error = session.Connect("ipc$", 0)) {
+    // A session with this machine itself would be left connected, so its account is tested only.
+    if (const DWORD error = session.Connect("ipc$", !session.IsRemoteMachine())) {
         constexpr DWORD kUnreachable[] = {51, 53, 64, 67, 1203, 1222, 1231};  // the network's, winerror.h
         if (std::find(std::begin(kUnreachable), std::end(kUnreachable), error) != std::end(kUnreachable))
             throw Failure{kFailed, remote.host + " cannot be reached: " + host::ErrorText(error)};
@@ -182,6 +197,7 @@ int ConnectCommand(const Options& options, const RemoteOptions& remote) {
                       remote.host + " does not let " + remote.account + " log on: " + host::ErrorText(error)};
     }
     Lines drives;
+    host::SetLastError(0);
     const bool listed = session.EnumerateShares(&drives) != 0;
     const DWORD error = host::LastError();
     Json report{{"machine", remote.host}, {"account", remote.account}, {"drives", drives.lines}};

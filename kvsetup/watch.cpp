@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <random>
 
 #include "instalib/computer.h"
 #include "instalib/mif.h"
@@ -12,26 +13,56 @@
 namespace {
 
 constexpr std::size_t kLongestText = 180;  // of a report, so that its component code is not cut off
+// The types of the status file's descriptions: STRING(255) and String(128).
+constexpr std::size_t kLongestDescription = 255, kLongestShortDescription = 128;
+
+// At most `longest` bytes, no character cut in two: half of one would take what follows for its other half.
+std::string Cut(const std::string& text, std::size_t longest) {
+    std::size_t length = 0;
+    while (length < text.size()) {
+        const std::size_t step = host::IsLeadByte(text[length]) ? 2 : 1;
+        if (length + step > std::min(longest, text.size())) break;
+        length += step;
+    }
+    return text.substr(0, length);
+}
+
+// The status file holds texts as they are: a quotation mark or a line's end would break its lines.
+std::string Description(const std::string& text, bool isShort) {
+    std::string description = Cut(text, isShort ? kLongestShortDescription : kLongestDescription);
+    for (char& character : description) {
+        if (character == '"') character = '\'';
+        if (static_cast<unsigned char>(character) < ' ') character = ' ';
+    }
+    return description;
+}
 
 }  // namespace
 
 bool Watch::Report(Phase phase, DWORD code, const std::string& text) {
     return !m_host.empty() &&
-           CRemoteMailslot::SendStatus(m_host.c_str(), DWORD(phase), code, text.substr(0, kLongestText).c_str()) != 0;
+           CRemoteMailslot::SendStatus(m_host.c_str(), DWORD(phase), code, Cut(text, kLongestText).c_str()) != 0;
 }
 
 void Watch::MakeStatusFile() {
     if (m_options.mif.empty()) return;
-    // The library writes on the machine; a file of the host gets a copy.
+    // The library writes on the machine; a file of the host gets a copy, from a name that no other setup takes.
     m_isCopied = !host::IsMachinePath(m_options.mif);
-    std::string problem;
-    const std::string file = m_isCopied ? std::string(1, CComputer::FindFirstHardDrive()) + ":\\KVSETUP.MIF"
-                                        : host::MachinePath(m_options.mif, false, &problem);
+    std::string problem, file = m_isCopied ? std::string(1, CComputer::FindFirstHardDrive()) + ":\\KVSETUP-" +
+                                                 std::to_string(std::random_device{}()) + ".MIF"
+                                           : host::MachinePath(m_options.mif, false, &problem);
     if (file.empty()) throw Failure{kBadInput, problem};
     if (!(IsShort() ? CMIF::Create(file.c_str(), m_isRemoval ? 2 : 1) : CMIF::Create(file.c_str())))
         throw Failure{kBadInput, "the status file " + file + " cannot be made: " + host::ErrorText(host::LastError())};
     m_file = file;
-    if (!CopyOut()) throw Failure{kBadInput, "the status file " + m_options.mif + " cannot be made"};
+    if (CopyOut()) return;
+    DropStatusFile();
+    throw Failure{kBadInput, "the status file " + m_options.mif + " cannot be made"};
+}
+
+void Watch::DropStatusFile() {
+    if (m_isCopied && !m_file.empty()) std::remove(host::HostPath(m_file).c_str());
+    m_file.clear();
 }
 
 bool Watch::CopyOut() {
@@ -41,10 +72,10 @@ bool Watch::CopyOut() {
 
 void Watch::Begin(Session& session) {
     if (m_begun) return;
-    MakeStatusFile();
     m_begun = true;
-    if (!session.settings.RemoteSetup()) return;
-    m_host = session.settings.RemoteHostServer();
+    m_host = session.settings.RemoteSetup() ? session.settings.RemoteHostServer() : m_options.drivingHost;
+    MakeStatusFile();
+    if (m_host.empty()) return;
     std::string what = std::string(m_isRemoval ? "remove " : "install ") + session.productId;
     if (session.version != 0) what += ' ' + VersionText(session.version) + " build " + std::to_string(session.build);
     if (Report(Phase::Begins, 0, what)) return;
@@ -63,19 +94,23 @@ void Watch::StageEnded(bool succeeded, DWORD error, const std::string& text) {
     Report(Phase::StageEnded, succeeded ? 0 : error != 0 ? error : kUnknown, text);
 }
 
-void Watch::End(ExitCode code, const std::string& message) {
-    // A quotation mark or a line's end would break the status file's lines, which holds texts as they are.
-    std::string text = console::Printable(message);
-    std::replace(text.begin(), text.end(), '"', '\'');
+void Watch::End(ExitCode code, const std::string& text) {
+    if (!m_begun) m_host = m_options.drivingHost;  // it ended before there was a session
     Report(Phase::Ended, code, text);
-    if (!m_begun) MakeStatusFile();  // it ended before there was a session
+    try {
+        if (!m_begun) MakeStatusFile();
+    } catch (const Failure& failure) {
+        console::Warn(failure.message);
+    }
     if (m_file.empty()) return;
     const char* const file = m_file.c_str();
-    const bool written = IsShort() ? CMIF::WriteStatus(file, text.c_str(), code == kDone) && CMIF::WriteEndOfMIF(file)
-                                   : CMIF::WriteStatus(file, "", code, text.c_str()) != 0;
+    const std::string description = Description(text, IsShort());
+    const bool written = IsShort()
+                             ? CMIF::WriteStatus(file, description.c_str(), code == kDone) && CMIF::WriteEndOfMIF(file)
+                             : CMIF::WriteStatus(file, "", code, description.c_str()) != 0;
     if (!written || !CopyOut())
         console::Warn("the status file " + m_options.mif + " is incomplete: " + host::ErrorText(host::LastError()));
-    if (m_isCopied) std::remove(host::HostPath(m_file).c_str());
+    DropStatusFile();
 }
 
 int RunWatched(const Options& options, bool isRemoval, const std::function<int(const Options&)>& setup) {

@@ -26,12 +26,14 @@ class Watch {
     void Begin(Session& session);
     void StageBegins(std::size_t number, const std::string& title);
     void StageEnded(bool succeeded, DWORD error, const std::string& text);
+    // Also of a setup that has not begun: the host that was named and the status file learn why.
     void End(ExitCode code, const std::string& text);
 
   private:
     bool Report(Phase phase, DWORD code, const std::string& text);
     void MakeStatusFile();
     bool CopyOut();
+    void DropStatusFile();
     bool IsShort() const { return m_options.mifLayout == "short"; }
 
     const Options& m_options;

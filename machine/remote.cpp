@@ -117,7 +117,7 @@ DWORD CKVRemote::Connect(const char* share, int testOnly) {
         remoteName.Format("\\\\%s", machine);
     else
         remoteName.Format("\\\\%s\\%s", machine, share);
-    if (std::strchr(user, '\\') == nullptr) logonName.Format("%s\\%s", machine, user);
+    if (FirstBackslash(user) == nullptr) logonName.Format("%s\\%s", machine, user);
 
     char comment[] = "Korvault Remote Install Login";
     NETRESOURCEA resource{};

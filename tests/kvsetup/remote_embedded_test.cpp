@@ -52,14 +52,23 @@ TEST_F(FollowedSetup, IsShownOnAnotherMachineUntilItsEnd) {
     EXPECT_THAT(heard.output, ContainsRegex("TESTPC +stage +10 +0 +Publish the home share\n"));
     EXPECT_THAT(heard.output, ContainsRegex("stage ended +0 +0 +Publish the home share: done .ZephraniteCB..\n"));
     EXPECT_THAT(heard.output, ContainsRegex("setup ended +0 +0 +Installation done\nThe setup has succeeded.\n$"));
-    // The marker file does the same, once; and a failure is told, too.
+}
+
+// The marker file names the host, once; a setup that fails is told, also one that never came to its session.
+TEST_F(FollowedSetup, FailureIsToldAndNamedByTheMarkerFile) {
     WriteBytes("C:\\Windows\\HOST.INI", "[HostServer]\r\nName=adminpc\r\n");
-    const RunResult failed = Heard("--timeout 30", [&] {
-        EXPECT_EQ(Run("uninstall --yes --mif '" + (Scratch() / "none" / "x.mif").string() + "'").exitCode, 3);
-        WriteBytes("C:\\Windows\\HOST.INI", "[HostServer]\r\nName=adminpc\r\n");
-        EXPECT_EQ(Run("install --yes " + Source() + " --type 24").exitCode, 0);
-    });
-    EXPECT_THAT(failed.output, HasSubstr("setup ended"));
+    WriteBytes("C:\\TEST\\A.ICF", "[KorvaultInstall]\r\nInstallPath=Q:\\NOWHERE\r\n");
+    const RunResult marked =
+        Heard("--timeout 30", [&] { EXPECT_EQ(Run("install --answers 'C:\\TEST\\A.ICF' " + Source()).exitCode, 1); });
+    EXPECT_EQ(marked.exitCode, 1);
+    EXPECT_THAT(marked.output, ContainsRegex("stage ended +3 +0 +Create the product's directories: failed: "));
+    EXPECT_THAT(marked.output, ContainsRegex("setup ended +1 +0 +install ZephraniteCB failed; everything was taken "));
+    EXPECT_THAT(marked.output, HasSubstr("\nThe setup has failed.\n"));
+    EXPECT_FALSE(FileExists("C:\\Windows\\HOST.INI"));
+    const RunResult early =
+        Heard("--timeout 30", [&] { EXPECT_EQ(Run("install --yes --source /nowhere -r:ADMINPC").exitCode, 3); });
+    EXPECT_EQ(early.exitCode, 1);
+    EXPECT_THAT(early.output, ContainsRegex("TESTPC +setup ended +3 +0 +/nowhere is no folder"));
 }
 
 TEST_F(FollowedSetup, NobodyWhoListensIsAnErrorForAHostThatWasNamed) {
@@ -79,13 +88,16 @@ TEST_F(FollowedSetup, ReportsOfAnyFormAreShown) {
     const std::string slot = "\\\\ADMINPC\\mailslot\\Zephranite_Setup_Status ";
     const RunResult heard = Heard("--timeout 30 --json", [&] {
         for (const char* const message :
-             {"PC\\7\\-5\\C:\\a\\b\\1027", "x", "\\\\\\\\", "PC\\1\\2\\\x1b[2J\\two", "PC\\4\\6\\over\\0"})
+             {"PC\\7\\-5\\C:\\a\\b\\1027", "x", "\\\\\\\\", "PC\\1\\2\\\x1b[2J\\two", "PC\\1\\2\\\xe0\x80\x80\xc2\x9bK",
+              "\"PC\\9\\9\\one\\Reserved String\\7\\8\"", "PC\\4\\6\\over\\0"})
             EXPECT_TRUE(ForeignProcess(Folder(), "send " + slot + message, false).Ends());
     });
     EXPECT_EQ(heard.exitCode, 1) << "a setup that ended with 6 has failed";
     EXPECT_THAT(heard.output, HasSubstr(R"("phase":7,"code":-5,"component":1027,"text":"C:\\a\\b"})"));
     EXPECT_THAT(heard.output, HasSubstr(R"("sender":"x","phase":null,"code":null)"));
     EXPECT_THAT(heard.output, HasSubstr(R"("text":"\\x1b[2J\\two"})"));
+    EXPECT_THAT(heard.output, HasSubstr(R"("text":"\\xe0\\x80\\x80\\xc2\\x9bK"})"));
+    EXPECT_THAT(heard.output, HasSubstr(R"("component":null,"text":"one\\Reserved String\\7\\8"})"));
 }
 
 TEST_F(FollowedSetup, StatusFileTellsHowItEnded) {
@@ -102,11 +114,27 @@ TEST_F(FollowedSetup, StatusFileTellsHowItEnded) {
         "\t\t\tType = String(16)\r\n\t\t\tValue = \"SUCCESS\"\r\n\t\tEnd Attribute\r\n";
     EXPECT_THAT(Contents(file), HasSubstr(group));
     EXPECT_THAT(Contents(file), testing::EndsWith("\tEnd Group\r\nEnd Component"));
-    // Also when it never came to a session.
+    // Also when it fails, is cancelled, or never came to a session.
+    WriteBytes("C:\\TEST\\A.ICF", "[KorvaultInstall]\r\nInstallPath=Q:\\NOWHERE\r\n");
+    EXPECT_EQ(Run("install --answers 'C:\\TEST\\A.ICF' " + Source() + mif).exitCode, 1);
+    EXPECT_THAT(Contents(file), HasSubstr("VALUE = \"Failed\"\r\n"));
+    EXPECT_THAT(Contents(file), HasSubstr("VALUE = \"install ZephraniteCB failed; everything was taken back"));
+    EXPECT_EQ(Run("install --mif-layout short " + Source() + mif).exitCode, 4);
+    EXPECT_THAT(Contents(file), HasSubstr("Value = \"FAILED\"\r\n"));
+    EXPECT_THAT(Contents(file), HasSubstr("Value = \"there is no terminal to ask on"));
+    EXPECT_EQ(Run("install --yes --source \"/" + std::string(300, 'x') + "\xe9'\" --mif-layout short" + mif).exitCode,
+              3);
+    EXPECT_THAT(Contents(file), HasSubstr("Value = \"/" + std::string(127, 'x') + "\"\r\n")) << "String(128)";
+    EXPECT_EQ(Run("install --yes --source /\xe9 " + mif).exitCode, 3);
+    EXPECT_THAT(Contents(file), HasSubstr("VALUE = \"/\xe9 is no folder")) << "8-bit text as it is";
     EXPECT_EQ(Run("install --yes --source /nowhere" + mif).exitCode, 3);
     EXPECT_THAT(Contents(file), HasSubstr("VALUE = \"Failed\"\r\n"));
     EXPECT_THAT(Contents(file), HasSubstr("VALUE = \"/nowhere is no folder"));
-    EXPECT_FALSE(FileExists("C:\\KVSETUP.MIF"));
+    const RunResult hopeless = Run("install --yes --source /nowhere --mif /nowhere/x.mif");
+    EXPECT_EQ(hopeless.exitCode, 3);
+    EXPECT_THAT(hopeless.errors, HasSubstr("kvsetup: /nowhere is no folder")) << "not hidden by the status file's";
+    WIN32_FIND_DATAA left{};
+    EXPECT_EQ(FindFirstFileA("C:\\KVSETUP*.MIF", &left), INVALID_HANDLE_VALUE) << left.cFileName;
     EXPECT_EQ(Run("uninstall --yes --mif-layout other" + mif).exitCode, 2);
 }
 
@@ -141,6 +169,11 @@ TEST_F(FollowedSetup, AccountsOfAnotherMachineAreTestedAndItsDrivesListed) {
     EXPECT_TRUE(Run("connect ADMINPC" + from).SaysInOneLine("longer than 27")) << "not cut";
     EXPECT_EQ(Run("connect ADMINPC --password-from /nowhere").exitCode, 3);
     EXPECT_EQ(Run("connect ADMINPC").exitCode, 4) << "nobody to ask";
+    EXPECT_EQ(Run("connect ADMINPC --password-from -").exitCode, 4) << "the input has ended";
+    std::ofstream(file) << "\n";
+    EXPECT_EQ(RunJson("connect TestPC --json" + from)["drives"][0], "C$") << "this machine itself";
+    for (const char* const name : {"\\\\TestPC\\ipc$", "\\\\ADMINPC\\ipc$"})
+        EXPECT_NE(WNetCancelConnection2A(name, 0, TRUE), DWORD(NO_ERROR)) << name << " was left connected";
 }
 
 }  // namespace

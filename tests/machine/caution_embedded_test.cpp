@@ -101,8 +101,9 @@ TEST_F(Caution, DirectoryThatCannotBeListedIsNotEmpty) {
 }
 
 TEST_F(Caution, ComputerNamesHaveNoCaseInAnyAlphabet) {
-    AddMachine("\xC3\x9C"
-               "BER");
+    AddMachine(
+        "\xC3\x9C"
+        "BER");
     ASSERT_TRUE(control::UseMachine(World() / "\xC3\x9C"
                                               "BER"));
     ASSERT_TRUE(control::SetCodePage(65001));

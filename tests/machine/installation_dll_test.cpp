@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <array>
 #include <memory>
 
 #include "instalib/installation.h"
@@ -79,21 +81,25 @@ TEST_F(InstallationDllTest, LibraryThatLacksAnExportIsRefusedAsAWhole) {
 }
 
 TEST_F(InstallationDllTest, CopiesShareTheLibraryInEveryOrderOfDestruction) {
-    for (const bool sourceFirst : {true, false}) {
-        auto source = std::make_unique<CInstallationDll>();
-        ASSERT_EQ(source->Load(Path().c_str()), 0u);
-        auto copy = std::make_unique<CInstallationDll>(*source);
-        CInstallationDll assigned;
-        assigned.Load(Path().c_str());
-        assigned = *copy;
-        assigned = *&assigned;
-        EXPECT_EQ(copy->UnInstall(), 1605u);
-        EXPECT_EQ(assigned.UnInstall(), 1605u) << "assigned to itself";
-        (sourceFirst ? source : copy).reset();
-        EXPECT_FALSE(IsLoaded()) << "whichever goes first unloads it for all";
-        ExpectUnloaded(sourceFirst ? *copy : *source);
-        ExpectUnloaded(assigned);
-    }
+    std::array order{0, 1, 2};
+    do {
+        std::unique_ptr<CInstallationDll> dlls[3];
+        dlls[0] = std::make_unique<CInstallationDll>();
+        ASSERT_EQ(dlls[0]->Load(Path().c_str()), 0u);
+        dlls[1] = std::make_unique<CInstallationDll>(*dlls[0]);
+        dlls[2] = std::make_unique<CInstallationDll>();
+        dlls[2]->Load(Path().c_str());
+        *dlls[2] = *dlls[1];
+        *dlls[2] = *&*dlls[2];
+        for (const auto& dll : dlls) EXPECT_EQ(dll->UnInstall(), 1605u) << "also assigned to itself";
+        for (const int next : order) {
+            dlls[next].reset();
+            EXPECT_FALSE(IsLoaded()) << "whichever goes first unloads it for all";
+            for (const auto& dll : dlls) {
+                if (dll) ExpectUnloaded(*dll);
+            }
+        }
+    } while (std::next_permutation(order.begin(), order.end()));
 }
 
 }  // namespace

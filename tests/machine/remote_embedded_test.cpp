@@ -1,5 +1,7 @@
 #include "instalib/remote.h"
 
+#include <algorithm>
+#include <array>
 #include <memory>
 
 #include "platform/embedded/control/machine.h"
@@ -105,7 +107,8 @@ TEST_F(RemoteTest, RegistryKeyIsTheTargetsAndKept) {
 }
 
 TEST_F(RemoteTest, CopiesCloseWhatTheyShareOnceInEveryOrder) {
-    for (const int first : {0, 1, 2}) {
+    std::array order{0, 1, 2};
+    do {
         Session sessions[3];
         sessions[0] = std::make_unique<CKVRemote>("SRV1", "backup", "secret");
         ASSERT_EQ(sessions[0]->Connect("ipc$", 0), 0u);
@@ -114,13 +117,13 @@ TEST_F(RemoteTest, CopiesCloseWhatTheyShareOnceInEveryOrder) {
         *sessions[2] = *sessions[1];
         EXPECT_EQ(sessions[2]->GetMachineRegKey(), sessions[0]->GetMachineRegKey());
         EXPECT_STREQ(sessions[2]->Password(), "secret");
-        sessions[first].reset();
-        EXPECT_FALSE(WasConnected("\\\\SRV1\\ipc$"));
-        for (Session& session : sessions) {
-            EXPECT_TRUE(!session || session->IsConnect() == 0);
+        for (const int next : order) {
+            sessions[next].reset();
+            EXPECT_FALSE(WasConnected("\\\\SRV1\\ipc$")) << "closed by the first of them";
+            for (Session& session : sessions) EXPECT_TRUE(!session || session->IsConnect() == 0);
+            EXPECT_EQ(embedded::control::OpenReport(), "");
         }
-        EXPECT_EQ(embedded::control::OpenReport(), "");
-    }
+    } while (std::next_permutation(order.begin(), order.end()));
 }
 
 TEST_F(RemoteTest, DriveSharesAreListed) {

@@ -15,6 +15,10 @@ EXPORTED int WINAPI HVPGetProductComponentCode2A(LONG productType, BYTE subType,
     std::snprintf(code, 8, "c%dx%d", int(productType), int(subType));
     return 0;
 }
+EXPORTED int WINAPI HVPGetProductName(LONG productType, char* name, DWORD size) {
+    std::snprintf(name, size, "Name of %d", int(productType));
+    return 0;
+}
 #elif defined(MAP_UNTERMINATED)
 EXPORTED int WINAPI HVPGetProductMapInfo(LONG, product::ProductMapInfo* info) {
     std::memset(info, 'n', sizeof *info);

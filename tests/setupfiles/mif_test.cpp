@@ -15,12 +15,13 @@ class MifTest : public FreshMachine {
                "\nACCESS = READ-ONLY\nSTORAGE = SPECIFIC\nTYPE = " + type + "\nVALUE = \"" + value +
                "\"\nEND ATTRIBUTE\n";
     }
-    static std::string Standard(const char* status, const char* description, const std::string& time) {
+    static std::string Standard(const char* product, const char* status, const char* description,
+                                const std::string& time) {
         return Lines(
             "START COMPONENT\nNAME = \"WORKSTATION\"\nSTART GROUP\nNAME = \"ComponentID\"\nID = 1\n"
             "CLASS = \"DMTF|ComponentID|1.0\"\n" +
             Attribute(1, "Manufacturer", "STRING(100)", "Halvenor Software Inc.") +
-            Attribute(2, "Product", "STRING(100)", "") + Attribute(3, "Version", "STRING(15)", "11.5") +
+            Attribute(2, "Product", "STRING(100)", product) + Attribute(3, "Version", "STRING(15)", "11.5") +
             Attribute(4, "Serial Number", "STRING(100)", "SN-1") + Attribute(5, "Installation", "STRING(100)", time) +
             "END GROUP\nSTART GROUP\nNAME = \"InstallStatus\"\nID = 2\n"
             "CLASS = \"MICROSOFT|JOBSTATUS|1.0\"\n" +
@@ -33,7 +34,14 @@ TEST_F(MifTest, StandardFileIsWhole) {
     PlaceLibrary("VERLIB.DLL", Folder() + "\\kvvctl.dll");
     SetCurrentDirectoryA(Folder().c_str());
     SetEnvironmentVariableA("TEST_VERSION", "11.5");
-    for (const auto& [status, text] : {std::pair{0, "Success"}, {1, "Failed"}, {1603, "Failed"}}) {
+    const struct {
+        int status;
+        const char *text, *library, *product;
+    } cases[] = {{0, "Success", nullptr, ""},
+                 {1, "Failed", "HALVPROD_BARE.DLL", ""},
+                 {1603, "Failed", "HALVPROD_GOOD.DLL", "Name of 133"}};
+    for (const auto& [status, text, library, product] : cases) {
+        if (library != nullptr) PlaceLibrary(library, Folder() + "\\HalvProd.dll");
         CMIF mif(File().c_str(), "SN-1");
         const CMIF copy(mif);
         mif = copy;
@@ -42,7 +50,7 @@ TEST_F(MifTest, StandardFileIsWhole) {
         const std::string content = ReadBytes(File());
         std::smatch time;
         ASSERT_TRUE(std::regex_search(content, time, std::regex("\\d\\d/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d")));
-        EXPECT_EQ(content, Standard(text, "100% of \\ it\x83\x5c", time.str()));
+        EXPECT_EQ(content, Standard(product, text, "100% of \\ it\x83\x5c", time.str()));
     }
     SetCurrentDirectoryA("C:\\");
 }
