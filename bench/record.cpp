@@ -1,5 +1,6 @@
 // What a record of many changes costs, and taking them back.
 #include "bench/machine.h"
+#include "bench/peers.h"
 #include "bench/subjects.h"
 #include "instalib/registry.h"
 #include "instalib/setup_record.h"
