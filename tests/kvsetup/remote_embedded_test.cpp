@@ -24,6 +24,7 @@ class FollowedSetup : public KeptMachine {
     RunResult Heard(const std::string& options, const std::function<void()>& setup) {
         RunResult heard;
         const fs::path output = Scratch() / "heard.txt";
+        fs::remove(output);  // of the listener before
         const std::string command = "INSTALIB_MACHINE='" + (World() / "ADMINPC").string() + "' '" +
                                     (HostProgramFolder() / "kvsetup").string() + "' listen " + options + " > '" +
                                     output.string() + "' 2>&1";
