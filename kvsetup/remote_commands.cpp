@@ -110,7 +110,9 @@ int ListenCommand(const Options& options, const RemoteOptions& remote) {
         throw Failure{kBusy, "nothing can be received here: " + host::ErrorText(host::LastError()) +
                                  "; another kvsetup listen may be at work"};
     interruption::Note();
-    if (!options.json) {
+    if (options.json) {
+        std::cout << Json{{"listening", true}}.dump() << std::endl;
+    } else {
         std::cout << Column("TIME", 8) << Column("SENDER", 15) << Column("PHASE", 12) << Column("CODE", 5)
                   << Column("COMPONENT", 9) << "TEXT" << std::endl;
     }
@@ -216,7 +218,8 @@ void AddRemoteCommands(CLI::App& app, Options& options, std::function<int(const 
     listen->add_option("--count", remote->count, "end after so many setups have ended")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
-    listen->add_flag("--json", options.json, "print each report as a line of JSON");
+    listen->add_flag("--json", options.json,
+                     "print each report as a line of JSON, behind one that says that it listens");
     listen->callback(
         [&run, remote] { run = [remote](const Options& given) { return ListenCommand(given, *remote); }; });
     CLI::App* const connect = app.add_subcommand("connect", "test an account on another machine, and list its drives");

@@ -29,9 +29,8 @@ class FollowedSetup : public KeptMachine {
                                     (HostProgramFolder() / "kvsetup").string() + "' listen " + options + " > '" +
                                     output.string() + "' 2>&1";
         std::thread listener([&] { heard.exitCode = WEXITSTATUS(std::system(command.c_str())); });
-        // The mailslot is there before the headings, which data have none of.
-        const int tries = options.find("--json") == options.npos ? 500 : 50;
-        for (int i = 0; i < tries && (!fs::exists(output) || fs::file_size(output) == 0); ++i)
+        // The mailslot is there before the first line.
+        for (int i = 0; i < 1500 && (!fs::exists(output) || fs::file_size(output) == 0); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         setup();
         listener.join();
