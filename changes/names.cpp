@@ -28,8 +28,7 @@ std::string SidText(PSID sid) {
     unsigned long long number = 0;
     for (const BYTE byte : authority.Value) number = (number << 8) | byte;
     std::string text = std::string("S-1-") + std::to_string(number);
-    for (DWORD i = 0; i < *GetSidSubAuthorityCount(sid); ++i)
-        text += '-' + std::to_string(*GetSidSubAuthority(sid, i));
+    for (DWORD i = 0; i < *GetSidSubAuthorityCount(sid); ++i) text += '-' + std::to_string(*GetSidSubAuthority(sid, i));
     return text;
 }
 

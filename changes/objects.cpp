@@ -27,6 +27,13 @@ const KindRow& RowOf(Kind kind) {
 bool SameState(const State& now, const State& after) { return now == after; }
 bool SamePresence(const State& now, const State& after) { return now.empty() == after.empty(); }
 
+bool NamesPassword(std::string_view text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (EqualNoCase(text.substr(i, 8), "password") || EqualNoCase(text.substr(i, 3), "pwd")) return true;
+    }
+    return false;
+}
+
 bool EqualNoCase(std::string_view left, std::string_view right) {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; };
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),

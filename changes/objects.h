@@ -63,6 +63,8 @@ const KindRow& RowOf(Kind kind);
 
 bool SameState(const State& now, const State& after);
 bool SamePresence(const State& now, const State& after);
+// Whether a text names a password: no value under such a name is read or kept.
+bool NamesPassword(std::string_view text);
 // Texts without regard to the case of ASCII letters.
 bool EqualNoCase(std::string_view left, std::string_view right);
 

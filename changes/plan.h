@@ -32,7 +32,6 @@ class Plan {
     bool IsAtEnd() const { return m_next == m_record.changes.size(); }
     // The change that comes next; null at the end.
     const Change* Next() const { return IsAtEnd() ? nullptr : &m_record.changes[m_next]; }
-    const Record& Source() const { return m_record; }
 
   private:
     bool AdmitsStep(const Step& step, const Step& planned, const Varies& varies) const;

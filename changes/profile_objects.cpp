@@ -12,13 +12,6 @@ namespace {
 
 constexpr DWORD kLargest = 256 * 1024;  // bytes of a file that is kept whole
 
-bool NamesPassword(std::string_view text) {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (EqualNoCase(text.substr(i, 8), "password") || EqualNoCase(text.substr(i, 3), "pwd")) return true;
-    }
-    return false;
-}
-
 DWORD ReadWhole(const std::string& path, bool& there, std::string& bytes) {
     there = false;
     const FileHandle file(CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,

@@ -44,13 +44,6 @@ void AddPath(Subjects& subjects, Kind kind, LPCSTR path, const State* intended =
     subjects.Add(kind, full);
 }
 
-bool IsPassword(const std::string& key) {
-    for (std::size_t i = 0; i < key.size(); ++i) {
-        if (EqualNoCase(key.substr(i, 8), "password") || EqualNoCase(key.substr(i, 3), "pwd")) return true;
-    }
-    return false;
-}
-
 void AddRights(Subjects& subjects, LSA_HANDLE account) {
     const std::string name = Recorder::The().NameOf(account);
     if (name.empty()) return subjects.Refuse(ERROR_INVALID_HANDLE);
@@ -141,7 +134,7 @@ void WriteProfileString(Subjects& subjects, LPCSTR section, LPCSTR key, LPCSTR, 
     if (section == nullptr || file == nullptr) return;  // a flush of the cache, or nothing at all
     const std::string path = names::ProfilePath(file);
     if (key == nullptr) return subjects.Add(Kind::ProfileEntry, path, section);
-    subjects.Add(Kind::ProfileEntry, path, std::string(section) + '\0' + key, IsPassword(key));
+    subjects.Add(Kind::ProfileEntry, path, std::string(section) + '\0' + key, NamesPassword(key));
 }
 void WriteProfileSection(Subjects& subjects, LPCSTR section, LPCSTR text, LPCSTR file) {
     WriteProfileString(subjects, section, nullptr, text, file);

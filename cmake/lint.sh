@@ -44,6 +44,9 @@ changing="Reg(CreateKeyEx|DeleteKey|DeleteKeyEx|SetValueEx|DeleteValue)A|RegSetK
 complain "The machine is changed past the door (changes/changing.h)" \
     "$(grep -nP "(?<![\w:>\".])(::)?($changing)\(|(?<![\w])::(CreateDirectoryA|RemoveDirectoryA|StartServiceA|SetEnvironmentVariableA)\(" \
         -r $(echo "$library" | sed 's/changes //') 2>/dev/null)"
+complain "A call of a library that is loaded late loads it with the DLL (instalib_delay_load in CMakeLists.txt)" \
+    "$(grep -ohP '\b(?:changing::)?\K(W?Net[A-Z]|GetFileVersionInfo|VerQuery)[A-Za-z0-9]*(?=\(|;)|&::\KNet[A-Za-z]+' -r $library 2>/dev/null | sort -u |
+        while read -r call; do grep -qw "$call" CMakeLists.txt || echo "$call"; done)"
 complain "A file is longer than 540 lines" \
     "$(git ls-files '*.cpp' '*.h' '*.def' | xargs wc -l 2>/dev/null | awk '$2 != "total" && $1 > 540')"
 complain "A line is longer than 130 characters" \

@@ -127,15 +127,7 @@ int Uninstall(const Options& options) {
     return Finish(*session, report, succeeded, "Removal");
 }
 
-// A setup that another machine drives runs in a process whose command line says so.
-int Watched(const Options& options, bool isRemoval, int (*setup)(const Options&)) {
-    int exitCode = kDone;
-    if (!options.drivingHost.empty() && host::DriveRemotely(options.drivingHost, options.arguments, &exitCode))
-        return exitCode;
-    return RunWatched(options, isRemoval, setup);
-}
-
 }  // namespace
 
-int InstallCommand(const Options& options) { return Watched(options, false, Install); }
-int UninstallCommand(const Options& options) { return Watched(options, true, Uninstall); }
+int InstallCommand(const Options& options) { return RunWatched(options, false, Install); }
+int UninstallCommand(const Options& options) { return RunWatched(options, true, Uninstall); }

@@ -91,6 +91,7 @@ void AddUpgrade(CLI::App& app, Options& options, Run& run) {
     CLI::Option* const resume =
         upgrade->add_flag("--resume", options.resume, "go on with the backup that an earlier upgrade left");
     upgrade->add_flag("--discard", options.discard, "delete that backup and start afresh")->excludes(resume);
+    AddWatchers(*upgrade, options);
     upgrade->callback([&run] { run = UpgradeCommand; });
 }
 

@@ -7,6 +7,7 @@
 #include "kvsetup/host.h"
 #include "kvsetup/plan_file.h"
 #include "kvsetup/record_json.h"
+#include "kvsetup/setup_run.h"
 
 namespace {
 
@@ -115,6 +116,13 @@ int ApplyCommand(const Options& given) {
         throw Failure{kBadInput, "the plan " + given.file + " is incomplete"};
     }
     if (following.records.empty()) throw Failure{kBadInput, "the plan " + given.file + " has no records"};
+    if (!given.yes) {
+        if (given.json || !host::IsTerminal(host::Stream::Input))
+            throw Failure{kCancelled, "there is nobody to ask; run with --yes"};
+        if (!Require(console::AskYesNo("Carry out the plan: " + plan.value("what", ""), false)))
+            throw Failure{kCancelled, "cancelled"};
+        options.yes = true;  // the plan has all the answers
+    }
     options.plan = &following;
     const struct {
         const char* setup;

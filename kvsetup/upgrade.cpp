@@ -10,8 +10,10 @@
 #include "instalib/upgrade.h"
 #include "kvsetup/record_commands.h"
 #include "kvsetup/recorded_run.h"
+#include "kvsetup/running_programs.h"
 #include "kvsetup/setup_run.h"
 #include "kvsetup/stages.h"
+#include "kvsetup/watch.h"
 
 namespace {
 
@@ -217,7 +219,9 @@ int UpgradeCheckCommand(const Options& options) {
     return check.GetResult() == kAllowed ? kDone : kNothingToDo;
 }
 
-int UpgradeCommand(const Options& options) {
+namespace {
+
+int RunUpgrade(const Options& options) {
     if (!options.yes && options.answers.empty() && (options.json || !host::IsTerminal(host::Stream::Input))) {
         throw Failure{kCancelled, "there is nobody to ask; run with --yes or --answers"};
     }
@@ -240,6 +244,7 @@ int UpgradeCommand(const Options& options) {
         throw Failure{kNothingToDo, product + " is not installed; use kvsetup install"};
     }
     Confirm(options, *session, "Upgrade now");
+    CloseRunningPrograms(options, !options.yes && options.answers.empty(), *session);
     session->Log("Upgrade of " + product + " from " + session->source);
     if (answer == kAllowed) {
         Upgrade before{options, *session, product, report};
@@ -250,3 +255,7 @@ int UpgradeCommand(const Options& options) {
     Upgrade{options, *session, product, report}.Install();
     return Finish(*session, report, true, "Upgrade");
 }
+
+}  // namespace
+
+int UpgradeCommand(const Options& options) { return RunWatched(options, false, RunUpgrade); }

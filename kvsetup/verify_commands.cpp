@@ -77,44 +77,54 @@ int VerifyCommand(const Options& options) {
     return count == 0 ? kDone : kDiffers;
 }
 
-// Sets a product right, on a record of its own: all of it or nothing.
-Json Repair(const std::string& product, const std::vector<std::string>& files, const Options& options, bool& whole) {
-    CSetupRecord verified, repair;
-    Verify(verified, files);
-    const Json differences = DescribeDifferences(verified);
-    Json done = Json::array();
-    if (differences.empty()) return done;
-    const std::string file = records::NewFile();
-    if (file.empty()) throw Failure{kFailed, "there are too many records on this machine; see kvsetup undo"};
-    if (!repair.Begin(file.c_str()) || !repair.Mark(("repair " + product).c_str()) || !repair.Mark("Repair"))
-        throw Failure{kFailed, "the record " + file + " cannot be begun: " + host::ErrorText(host::LastError())};
-    bool failed = false;
-    for (std::size_t i = 0; i < differences.size() && !failed; ++i) {
-        Json difference = differences[i];
-        // What somebody has added is not the setup's; it stays and is named.
-        if (difference["difference"] == "added" && !options.removeAdded) {
-            difference["repaired"] = false;
-        } else if (repair.Repair(verified, static_cast<int>(i))) {
-            difference["repaired"] = true;
-        } else {
-            const DWORD error = host::LastError();
-            difference["repaired"] = false;
-            difference["reason"] =
-                error == CSetupRecord::NeverTakenBack ? "nothing gives this back" : host::ErrorText(error);
-            failed = error != CSetupRecord::NeverTakenBack;
-        }
-        whole = whole && (difference["repaired"] == true || difference["difference"] == "added");
-        done.push_back(difference);
-        if (options.json) continue;
+// One difference of `verified`. False when it failed for a reason that may go away.
+bool RepairOne(CSetupRecord& repair, const CSetupRecord& verified, int index, bool removeAdded, Json& difference) {
+    // What somebody has added is not the setup's; it stays and is named.
+    if (difference["difference"] == "added" && !removeAdded) {
+        difference["repaired"] = false;
+        return true;
+    }
+    difference["repaired"] = repair.Repair(verified, index) != 0;
+    if (difference["repaired"] == true) return true;
+    const DWORD error = host::LastError();
+    const bool isFinal = error == CSetupRecord::NeverTakenBack;
+    difference["reason"] = isFinal ? "nothing gives this back" : host::ErrorText(error);
+    return isFinal;
+}
+
+void Tell(const Json& differences) {
+    for (const Json& difference : differences) {
         std::cout << (difference["repaired"] == true ? "repaired  " : "left      ") << DifferenceLine(difference);
         if (difference.contains("reason")) std::cout << " (" << difference["reason"].get<std::string>() << ')';
         std::cout << std::endl;
     }
-    if (failed ? repair.Rollback() : repair.Commit()) {
-        if (failed || repair.Count() == 0) records::Forget(file);
-        return done;
+}
+
+// Sets a product right, on a record of its own: all of it, or nothing when a step fails or somebody asks for the end.
+Json Repair(const std::string& product, const std::vector<std::string>& files, const Options& options, bool& whole) {
+    CSetupRecord verified, repair;
+    Verify(verified, files);
+    Json differences = DescribeDifferences(verified);
+    if (differences.empty()) return differences;
+    const std::string file = records::NewFile();
+    if (file.empty()) throw Failure{kFailed, "there are too many records on this machine; see kvsetup undo"};
+    if (!repair.Begin(file.c_str()) || !repair.Mark(("repair " + product).c_str()) || !repair.Mark("Repair"))
+        throw Failure{kFailed, "the record " + file + " cannot be begun: " + host::ErrorText(host::LastError())};
+    bool goesOn = true;
+    for (std::size_t i = 0; i < differences.size() && goesOn; ++i) {
+        goesOn = !interruption::Requested() &&
+                 RepairOne(repair, verified, static_cast<int>(i), options.removeAdded, differences[i]);
     }
-    throw Failure{kFailed, "the repair could not be brought to an end; see kvsetup recover"};
+    if (!(goesOn ? repair.Commit() : repair.Rollback()))
+        throw Failure{kFailed, "the repair could not be brought to an end; see kvsetup recover"};
+    for (Json& difference : differences) {
+        if (!goesOn) difference["repaired"] = false;
+        whole = whole && (difference["repaired"] == true || difference["difference"] == "added");
+    }
+    if (!goesOn || repair.Count() == 0) records::Forget(file);
+    if (!options.json) Tell(differences);
+    if (interruption::Requested()) throw Failure{kCancelled, "cancelled; nothing of " + product + " was repaired"};
+    return differences;
 }
 
 int RepairCommand(const Options& options) {
@@ -134,7 +144,10 @@ int RepairCommand(const Options& options) {
     report["succeeded"] = whole;
     if (options.json) console::PrintJson(report);
     if (count == 0) throw Failure{kNothingToDo, "everything is as it was installed"};
-    if (!whole) throw Failure{kFailed, "not everything could be repaired; what is left is named above"};
+    if (!whole)
+        throw Failure{kFailed,
+                      "not everything could be repaired; what is left is named above, and a step that failed takes the "
+                      "others back"};
     if (!options.json) std::cout << "Everything is as it was installed.\n";
     return kDone;
 }

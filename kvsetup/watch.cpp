@@ -115,6 +115,10 @@ void Watch::End(ExitCode code, const std::string& text) {
 
 int RunWatched(const Options& options, bool isRemoval, const std::function<int(const Options&)>& setup) {
     if (options.rehearsal != nullptr) return setup(options);
+    // A setup that another machine drives runs in a process whose command line says so.
+    int handedOn = kDone;
+    if (!options.drivingHost.empty() && host::DriveRemotely(options.drivingHost, options.arguments, &handedOn))
+        return handedOn;
     Options watched = options;
     Watch watch(options, isRemoval);
     watched.watch = &watch;
