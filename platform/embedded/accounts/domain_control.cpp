@@ -1,5 +1,6 @@
 // What control/accounts.h offers.
 #include <algorithm>
+#include <random>
 
 #include "platform/embedded/accounts/builtin_names.h"
 #include "platform/embedded/accounts/domain.h"
@@ -37,6 +38,33 @@ void RenameStandardUser(Machine& machine, DWORD rid, Language from, Language to)
     if (!user || user->name != StandardName(from, rid, false)) return;
     user->name = StandardName(to, rid, false);
     SaveUser(machine, *user);
+}
+
+std::u16string UnknownPassword() {
+    std::random_device random;
+    std::u16string password;
+    for (int i = 0; i < 20; ++i) password += static_cast<char16_t>(u'!' + random() % ('~' - '!'));
+    return password;
+}
+
+bool Take(Machine& machine, const KnownUser& known) {
+    User user = LoadUser(machine, known.rid).value_or(User());
+    user.rid = known.rid;
+    user.name = known.name;
+    user.fullName = known.fullName;
+    user.comment = known.comment;
+    user.homeDirectory = known.homeDirectory;
+    user.flags = known.flags;
+    return user.rid != 0 && IsAccountName(user.name) && SaveUser(machine, user) &&
+           SetPassword(machine, user.rid, UnknownPassword().c_str()) &&
+           SaveRights(machine, WithRid(MachineSid(machine), user.rid), RightsOf(known.rights));
+}
+
+bool Take(Machine& machine, const KnownGroup& known) {
+    LocalGroup group{SidFromText(known.sid), "", known.comment, known.members};
+    if (DomainOf(group.sid) == MachineSid(machine)) group.name = known.name;
+    const bool isOne = !group.sid.empty() && (DomainOf(group.sid) != MachineSid(machine) || IsAccountName(known.name));
+    return isOne && SaveGroup(machine, group) && SaveRights(machine, group.sid, RightsOf(known.rights));
 }
 
 }  // namespace
@@ -89,6 +117,22 @@ bool SetCurrentUser(const std::string& name) {
     if (!canRun || !machine->Storage().WriteText(kAccountsKey, "CurrentUser", SidText(account->sid))) return false;
     security::ResetForMachine();  // the next token is the new user's
     return true;
+}
+
+bool TakeAccounts(const std::string& name, const std::vector<KnownUser>& users, const std::vector<KnownGroup>& groups) {
+    const auto machine = world::Find(name.c_str());
+    if (machine == nullptr) return false;
+    const Store::Lock lock(machine->Storage());
+    for (const User& user : AllUsers(*machine)) {
+        const auto isIt = [&](const KnownUser& known) { return known.rid == user.rid; };
+        if (std::none_of(users.begin(), users.end(), isIt) && !DeleteUser(*machine, user)) return false;
+    }
+    for (const LocalGroup& group : AllGroups(*machine)) {
+        const auto isIt = [&](const KnownGroup& known) { return SidFromText(known.sid) == group.sid; };
+        if (std::none_of(groups.begin(), groups.end(), isIt) && !DeleteGroup(*machine, group)) return false;
+    }
+    const auto take = [&](const auto& known) { return Take(*machine, known); };
+    return std::all_of(users.begin(), users.end(), take) && std::all_of(groups.begin(), groups.end(), take);
 }
 
 bool SetBuiltinNames(const std::string& name, const std::string& languageName) {

@@ -108,7 +108,34 @@ DWORD List(Machine& machine, const LocalGroup& group, LPBYTE* buffer, const netw
     });
 }
 
+std::string NameOf(Machine& machine, const LocalGroup& group) {
+    if (!group.name.empty()) return group.name;
+    const auto account = WellKnownBySid(LanguageOf(machine), group.sid);
+    return account ? account->name : SidText(group.sid);
+}
+
+template <class Record>
+DWORD ListGroups(Machine& machine, LPWSTR Record::*name, LPBYTE* buffer, const network::Range<DWORD_PTR>& range) {
+    return network::Enumerate<Record>(AllGroups(machine), buffer, range, [&](auto& block, const LocalGroup& group) {
+        block.Add({});
+        block.Text(name, NameOf(machine, group));
+        if constexpr (std::is_same_v<Record, LOCALGROUP_INFO_1>) block.Text(&Record::lgrpi1_comment, group.comment);
+    });
+}
+
 }  // namespace
+
+NET_API_STATUS NetLocalGroupEnum(LPCWSTR server, DWORD level, LPBYTE* buffer, DWORD preferredBytes, LPDWORD read,
+                                 LPDWORD total, DWORD_PTR* resume) {
+    if (const DWORD error = gate::Enter(CallKind::Account, "NetLocalGroupEnum")) return error;
+    const auto machine = domain::Authority(world::Find(server));
+    if (machine == nullptr) return ERROR_BAD_NETPATH;
+    if (level > 1) return ERROR_INVALID_LEVEL;
+    if (buffer == nullptr || read == nullptr || total == nullptr) return ERROR_INVALID_PARAMETER;
+    const network::Range<DWORD_PTR> range{preferredBytes, read, total, resume};
+    return level == 0 ? ListGroups(*machine, &LOCALGROUP_INFO_0::lgrpi0_name, buffer, range)
+                      : ListGroups(*machine, &LOCALGROUP_INFO_1::lgrpi1_name, buffer, range);
+}
 
 NET_API_STATUS NetLocalGroupAdd(LPCWSTR server, DWORD level, LPBYTE buffer, LPDWORD) {
     if (const DWORD error = gate::Enter(CallKind::Account, "NetLocalGroupAdd")) return error;

@@ -49,6 +49,12 @@ DWORD NextRid(Machine& machine) {
     return store.WriteNumber(kRoot, "NextRid", rid + 1) ? rid : 0;
 }
 
+// An identifier that came from elsewhere is never given out again.
+bool PassOver(Store& store, DWORD rid) {
+    if (rid < std::max(store.ReadNumber(kRoot, "NextRid", kFirstRid), kFirstRid)) return true;
+    return store.WriteNumber(kRoot, "NextRid", rid + 1);
+}
+
 void RemoveMember(Machine& machine, const std::string& member) {
     for (LocalGroup& group : AllGroups(machine)) {
         if (std::erase(group.members, member) != 0) SaveGroup(machine, group);
@@ -86,6 +92,7 @@ bool SaveUser(Machine& machine, User& user) {
     const Store::Lock lock(store);
     if (user.rid == 0) user.rid = NextRid(machine);
     if (user.rid == 0) return false;
+    if (!PassOver(store, user.rid)) return false;
     const std::string key = UserKey(user.rid);
     const std::string oldName = store.ReadText(key, "Name");
     if (!oldName.empty() && !text::EqualNoCase(oldName, user.name)) store.DeleteTree(NameKey(oldName));
@@ -105,6 +112,17 @@ bool DeleteUser(Machine& machine, const User& user) {
     return store.DeleteTree(UserKey(user.rid));
 }
 
+std::vector<User> AllUsers(Machine& machine) {
+    std::vector<User> users;
+    for (const std::string& rid : machine.Storage().Subkeys(kRoot + "\\Users")) {
+        if (std::optional<User> user = LoadUser(machine, DWORD(std::strtoul(rid.c_str(), nullptr, 10))))
+            users.push_back(*std::move(user));
+    }
+    std::sort(users.begin(), users.end(),
+              [](const User& a, const User& b) { return text::CompareNoCase(a.name, b.name) < 0; });
+    return users;
+}
+
 std::optional<LocalGroup> LoadGroup(Machine& machine, const Bytes& sid) {
     Store& store = machine.Storage();
     const std::string key = GroupKey(sid);
@@ -116,7 +134,8 @@ bool SaveGroup(Machine& machine, const LocalGroup& group) {
     Store& store = machine.Storage();
     const Store::Lock lock(store);
     const std::string key = GroupKey(group.sid);
-    bool saved = group.name.empty() || (store.WriteNumber(NameKey(group.name), "Rid", RidOf(group.sid).value_or(0)) &&
+    const DWORD rid = RidOf(group.sid).value_or(0);
+    bool saved = group.name.empty() || (PassOver(store, rid) && store.WriteNumber(NameKey(group.name), "Rid", rid) &&
                                         store.WriteText(key, "Name", group.name));
     if (!group.comment.empty()) saved = store.WriteText(key, "Comment", group.comment) && saved;
     return store.WriteList(key, "Members", group.members) && saved;
@@ -126,7 +145,7 @@ bool DeleteGroup(Machine& machine, const LocalGroup& group) {
     Store& store = machine.Storage();
     const Store::Lock lock(store);
     store.DeleteTree(RightsKey(group.sid));
-    store.DeleteTree(NameKey(group.name));
+    if (!group.name.empty()) store.DeleteTree(NameKey(group.name));
     return store.DeleteTree(GroupKey(group.sid));
 }
 

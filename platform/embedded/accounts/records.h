@@ -42,6 +42,8 @@ std::optional<DWORD> RidByName(Machine& machine, std::string_view name);
 std::optional<User> LoadUser(Machine& machine, DWORD rid);
 // Writes the record and its name. A user with a relative identifier of 0 gets the next free one.
 bool SaveUser(Machine& machine, User& user);
+// By name.
+std::vector<User> AllUsers(Machine& machine);
 // Takes the user out of its groups and rights as well.
 bool DeleteUser(Machine& machine, const User& user);
 
@@ -58,8 +60,9 @@ struct Rights {
 // Nothing for an account that was never given a right (accounts/rights.cpp).
 std::optional<Rights> LoadRights(Machine& machine, const Bytes& sid);
 bool SaveRights(Machine& machine, const Bytes& sid, const Rights& rights);
-// Privileges, then logon rights, by name.
+// Privileges, then logon rights, by name; and back.
 std::vector<std::string> NamesOf(const Rights& rights);
+Rights RightsOf(const std::vector<std::string>& names);
 
 // Characters that no user's or group's name may have; a name of dots and blanks is none either.
 bool IsAccountName(std::string_view name);

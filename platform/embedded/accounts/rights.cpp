@@ -49,6 +49,20 @@ std::vector<std::string> NamesOf(const Rights& rights) {
     return names;
 }
 
+Rights RightsOf(const std::vector<std::string>& names) {
+    Rights rights;
+    for (const std::string& name : names) {
+        const auto* const right = std::find_if(std::begin(kLogonRights), std::end(kLogonRights),
+                                               [&](const auto& row) { return name == row.name; });
+        if (right == std::end(kLogonRights)) {
+            rights.privileges.push_back(name);
+        } else {
+            rights.systemAccess |= right->bit;
+        }
+    }
+    return rights;
+}
+
 std::vector<std::string> PrivilegesOf(Machine& machine, const std::vector<Bytes>& sids) {
     std::vector<std::string> names;
     for (const Bytes& sid : sids) {

@@ -1,8 +1,8 @@
+#include "platform/embedded/machine/seed.h"
 #include "platform/embedded/accounts/builtin_names.h"
 #include "platform/embedded/accounts/ids.h"
 #include "platform/embedded/accounts/records.h"
 #include "platform/embedded/api/accounts.h"
-#include "platform/embedded/machine/seed.h"
 
 namespace embedded {
 namespace {
@@ -103,7 +103,8 @@ void SeedGroups(Machine& machine) {
 
 }  // namespace
 
-void SeedAccounts(Machine& machine) {
+void SeedAccounts(Machine& machine, const std::string& sid) {
+    if (!sid.empty()) machine.Storage().Write(kAccountsKey, "Sid", 3 /* REG_BINARY */, SidFromText(sid));
     SeedUser(machine, kAdministratorUser, 0, "Built-in account for administering the computer/domain");
     SeedUser(machine, kGuestUser, UF_ACCOUNTDISABLE | UF_PASSWD_NOTREQD | UF_PASSWD_CANT_CHANGE,
              "Built-in account for guest access to the computer/domain");

@@ -78,20 +78,22 @@ void PutCommon(RecordBlock<Info>& block, const User& user, LPWSTR Info::*name, L
     block.Text(script, user.scriptPath);
 }
 
-DWORD Level1(Machine& machine, const User& user, LPBYTE* buffer) {
-    RecordBlock<USER_INFO_1> block;
+void Put(Machine&, RecordBlock<USER_INFO_0>& block, const User& user) {
+    block.Add({});
+    block.Text(&USER_INFO_0::usri0_name, user.name);
+}
+
+void Put(Machine& machine, RecordBlock<USER_INFO_1>& block, const User& user) {
     USER_INFO_1 info{};
     info.usri1_priv = PrivilegeOf(machine, user);
     info.usri1_flags = user.flags;
     block.Add(info);
     PutCommon(block, user, &USER_INFO_1::usri1_name, &USER_INFO_1::usri1_home_dir, &USER_INFO_1::usri1_comment,
               &USER_INFO_1::usri1_script_path);
-    return block.HandOut(buffer);
 }
 
-DWORD Level2(Machine& machine, const User& user, LPBYTE* buffer) {
+void Put(Machine& machine, RecordBlock<USER_INFO_2>& block, const User& user) {
     constexpr DWORD kHoursOfAWeek = 168;
-    RecordBlock<USER_INFO_2> block;
     USER_INFO_2 info{};
     info.usri2_priv = PrivilegeOf(machine, user);
     info.usri2_flags = user.flags;
@@ -108,7 +110,19 @@ DWORD Level2(Machine& machine, const User& user, LPBYTE* buffer) {
     block.Text(&USER_INFO_2::usri2_parms, user.parameters);
     block.Text(&USER_INFO_2::usri2_workstations, user.workstations);
     block.Text(&USER_INFO_2::usri2_logon_server, "\\\\*");
+}
+
+template <class Record>
+DWORD Tell(Machine& machine, const User& user, LPBYTE* buffer) {
+    RecordBlock<Record> block;
+    Put(machine, block, user);
     return block.HandOut(buffer);
+}
+
+template <class Record>
+DWORD List(Machine& machine, LPBYTE* buffer, const network::Range<DWORD>& range) {
+    return network::Enumerate<Record>(AllUsers(machine), buffer, range,
+                                      [&](auto& block, const User& user) { Put(machine, block, user); });
 }
 
 // A domain, or a machine by its name.
@@ -152,12 +166,21 @@ NET_API_STATUS NetUserGetInfo(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE*
     if (level > 2) return ERROR_INVALID_LEVEL;
     const auto user = FindUser(*machine, name);
     if (!user) return NERR_UserNotFound;
-    if (level == 1) return Level1(*machine, *user, buffer);
-    if (level == 2) return Level2(*machine, *user, buffer);
-    RecordBlock<USER_INFO_0> block;
-    block.Add({});
-    block.Text(&USER_INFO_0::usri0_name, user->name);
-    return block.HandOut(buffer);
+    if (level == 0) return Tell<USER_INFO_0>(*machine, *user, buffer);
+    return level == 1 ? Tell<USER_INFO_1>(*machine, *user, buffer) : Tell<USER_INFO_2>(*machine, *user, buffer);
+}
+
+NET_API_STATUS NetUserEnum(LPCWSTR server, DWORD level, DWORD filter, LPBYTE* buffer, DWORD preferredBytes,
+                           LPDWORD read, LPDWORD total, LPDWORD resume) {
+    if (const DWORD error = gate::Enter(CallKind::Account, "NetUserEnum")) return error;
+    const auto machine = domain::Authority(world::Find(server));
+    if (machine == nullptr) return ERROR_BAD_NETPATH;
+    if (level > 2) return ERROR_INVALID_LEVEL;
+    if (buffer == nullptr || read == nullptr || total == nullptr || (filter & ~FILTER_NORMAL_ACCOUNT) != 0)
+        return ERROR_INVALID_PARAMETER;
+    const network::Range<DWORD> range{preferredBytes, read, total, resume};
+    if (level == 0) return List<USER_INFO_0>(*machine, buffer, range);
+    return level == 1 ? List<USER_INFO_1>(*machine, buffer, range) : List<USER_INFO_2>(*machine, buffer, range);
 }
 
 NET_API_STATUS NetUserSetInfo(LPCWSTR server, LPCWSTR name, DWORD level, LPBYTE buffer, LPDWORD wrongParameter) {

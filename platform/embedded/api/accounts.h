@@ -101,6 +101,11 @@ typedef struct _USER_INFO_2 {
 MACHINE_API NET_API_STATUS NetUserAdd(LPCWSTR server, DWORD level, LPBYTE buffer, LPDWORD wrongParameter);
 // Levels 0, 1 and 2; the password is always null. NERR_UserNotFound (2221).
 MACHINE_API NET_API_STATUS NetUserGetInfo(LPCWSTR server, LPCWSTR user, DWORD level, LPBYTE* buffer);
+// Levels 0, 1 and 2, sorted by name; the filter is FILTER_NORMAL_ACCOUNT or 0. As many entries as fit the preferred
+// length, at least one; ERROR_MORE_DATA (234) while some remain.
+#define FILTER_NORMAL_ACCOUNT 0x0002u
+MACHINE_API NET_API_STATUS NetUserEnum(LPCWSTR server, DWORD level, DWORD filter, LPBYTE* buffer, DWORD preferredBytes,
+                                       LPDWORD read, LPDWORD total, LPDWORD resume);
 MACHINE_API NET_API_STATUS NetUserSetInfo(LPCWSTR server, LPCWSTR user, DWORD level, LPBYTE buffer,
                                           LPDWORD wrongParameter);
 MACHINE_API NET_API_STATUS NetUserDel(LPCWSTR server, LPCWSTR user);
@@ -142,6 +147,9 @@ typedef struct _LOCALGROUP_MEMBERS_INFO_3 {
 // Levels 0 and 1. ERROR_ALIAS_EXISTS (1379).
 MACHINE_API NET_API_STATUS NetLocalGroupAdd(LPCWSTR server, DWORD level, LPBYTE buffer, LPDWORD wrongParameter);
 MACHINE_API NET_API_STATUS NetLocalGroupDel(LPCWSTR server, LPCWSTR group);
+// Levels 0 and 1, built-in groups under their names in the machine's language.
+MACHINE_API NET_API_STATUS NetLocalGroupEnum(LPCWSTR server, DWORD level, LPBYTE* buffer, DWORD preferredBytes,
+                                             LPDWORD read, LPDWORD total, DWORD_PTR* resume);
 // Levels 0 (identifiers) and 3 (names). NERR_GroupNotFound (2220), ERROR_NO_SUCH_MEMBER (1387), ERROR_MEMBER_IN_ALIAS
 // (1378). Nothing is added when one entry fails.
 MACHINE_API NET_API_STATUS NetLocalGroupAddMembers(LPCWSTR server, LPCWSTR group, DWORD level, LPBYTE buffer,

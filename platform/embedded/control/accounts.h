@@ -3,6 +3,9 @@
 #ifndef INSTALIB_EMBEDDED_CONTROL_ACCOUNTS_H
 #define INSTALIB_EMBEDDED_CONTROL_ACCOUNTS_H
 
+#include <string>
+#include <vector>
+
 #include "platform/embedded/control/machine.h"
 
 namespace embedded::control {
@@ -28,6 +31,24 @@ MACHINE_CONTROL bool SetCurrentUser(const std::string& name);
 // Names of the built-in groups, users and well-known identifiers as a Windows of that language has them: "en", "de" or
 // "fr".
 MACHINE_CONTROL bool SetBuiltinNames(const std::string& machine, const std::string& language);
+
+// Accounts as another machine has them. Rights are privileges and logon rights by name, identifiers texts.
+struct KnownUser {
+    DWORD rid = 0;
+    std::string name, fullName, comment, homeDirectory;
+    DWORD flags = 0;  // UF_*
+    std::vector<std::string> rights;
+};
+struct KnownGroup {
+    std::string sid;
+    std::string name;  // of no meaning for a built-in group, which bears the name of the machine's language
+    std::string comment;
+    std::vector<std::string> members, rights;
+};
+// From now on the machine has these users and groups and no others; nobody knows the passwords of the users. False
+// when one of them cannot be one, and what was taken until then stays.
+MACHINE_CONTROL bool TakeAccounts(const std::string& machine, const std::vector<KnownUser>& users,
+                                  const std::vector<KnownGroup>& groups);
 
 // The identifiers of the next `count` new users and groups are passed over, as if others had been made and removed.
 MACHINE_CONTROL bool SkipIdentifiers(const std::string& machine, unsigned count);

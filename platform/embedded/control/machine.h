@@ -20,8 +20,9 @@ namespace embedded::control {
 
 // Creates `world`/`name` as a plausible fresh 64-bit Windows: the keys, directories, accounts, groups and services that
 // Windows itself brings. False when the folder exists already or cannot be made. `name` is the computer name, upper
-// case.
-MACHINE_CONTROL bool NewMachine(const std::filesystem::path& world, const std::string& name);
+// case. Its identifier is a new one unless `sid` says one ("S-1-5-21-1-2-3").
+MACHINE_CONTROL bool NewMachine(const std::filesystem::path& world, const std::string& name,
+                                const std::string& sid = "");
 // From now on this process runs on the machine in `folder` (as INSTALIB_MACHINE does for a process from its start, and
 // child processes inherit it). Per-process state starts afresh: current directory C:\, tokens, environment changes of
 // the machine, code page. False when the folder is no machine. One whose registry cannot be used is a machine on which

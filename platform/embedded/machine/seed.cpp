@@ -245,12 +245,12 @@ void SeedDrives(Machine& machine) {
 
 }  // namespace
 
-void SeedMachine(Machine& machine) {
+void SeedMachine(Machine& machine, const std::string& sid) {
     const code_page::FreshMachineScope scope;
     const Store::Lock lock(machine.Storage());
     SeedRegistry(machine);
     SeedDrives(machine);
-    SeedAccounts(machine);
+    SeedAccounts(machine, sid);
     SeedUsers(machine);
     SeedServices(machine);
 }

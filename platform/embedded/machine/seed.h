@@ -6,8 +6,8 @@
 
 namespace embedded {
 
-// Users, groups, their rights; the machine's own identifier.
-void SeedAccounts(Machine& machine);
+// Users, groups, their rights; the machine's own identifier, a new one unless it is given ("S-1-5-21-1-2-3").
+void SeedAccounts(Machine& machine, const std::string& sid);
 // The services that Windows itself brings.
 void SeedServices(Machine& machine);
 

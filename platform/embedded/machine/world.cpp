@@ -139,7 +139,7 @@ std::shared_ptr<Machine> Find(const WCHAR* name) {
 
 namespace control {
 
-bool NewMachine(const fs::path& world, const std::string& name) {
+bool NewMachine(const fs::path& world, const std::string& name, const std::string& sid) {
     std::error_code error;
     const fs::path folder = fs::absolute(world / name);
     if (fs::exists(folder, error)) return false;
@@ -150,7 +150,7 @@ bool NewMachine(const fs::path& world, const std::string& name) {
     if (error) return false;
     const std::shared_ptr<Machine> outer = t_inTheMaking;
     t_inTheMaking = std::make_shared<Machine>(text::Upper(name), building, Store::Make(building / "registry"));
-    SeedMachine(*t_inTheMaking);
+    SeedMachine(*t_inTheMaking, sid);
     t_inTheMaking = outer;
     fs::rename(building, folder, error);
     return !error;

@@ -47,8 +47,8 @@ std::shared_ptr<Machine> Find(const WCHAR* name);
 
 }  // namespace world
 
-// Fills a new machine's store and drives (machine/seed.cpp).
-void SeedMachine(Machine& machine);
+// Fills a new machine's store and drives (machine/seed.cpp). Without `sid` its identifier is a new one.
+void SeedMachine(Machine& machine, const std::string& sid);
 
 }  // namespace embedded
 
