@@ -23,6 +23,9 @@ bool IsMachineSound(std::string* problem);
 // be done.
 std::string MachinePath(const std::string& path, bool isFolder, std::string* problem);
 
+// The path that a relative one means now. Elsewhere than on Windows the current folder stays what it is, and so does
+// the path.
+std::string FromHere(const std::string& path);
 
 // Loads a product library and looks for its entry points, "#N" by ordinal. 0, or why it does not load.
 DWORD MissingEntryPoints(const std::string& library, const std::vector<std::string>& names,

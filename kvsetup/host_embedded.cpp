@@ -49,6 +49,8 @@ bool IsMachineSound(std::string* problem) {
     return false;
 }
 
+std::string FromHere(const std::string& path) { return path; }
+
 std::string MachinePath(const std::string& path, bool isFolder, std::string* problem) {
     if (IsMachinePath(path)) return isFolder && !path.ends_with('\\') ? path + "\\" : path;
     std::error_code error;

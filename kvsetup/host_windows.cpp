@@ -32,6 +32,12 @@ bool SelectMachine(const std::string&, std::string* problem) {
 
 bool IsMachineSound(std::string*) { return true; }
 
+std::string FromHere(const std::string& path) {
+    char full[MAX_PATH] = "";
+    const DWORD length = GetFullPathNameA(path.c_str(), MAX_PATH, full, nullptr);
+    return length == 0 || length >= MAX_PATH ? path : full;  // what is too long is refused where it is used
+}
+
 std::string MachinePath(const std::string& path, bool isFolder, std::string* problem) {
     char full[MAX_PATH] = "";
     const DWORD length = GetFullPathNameA(path.c_str(), MAX_PATH, full, nullptr);

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <memory>
 
+#include "kvsetup/capture.h"
 #include "kvsetup/console.h"
 #include "platform/embedded/control/machine.h"
 #include "platform/embedded/control/registry.h"
@@ -34,8 +35,14 @@ int NewMachine(const MachineOptions& machine) {
     std::error_code error;
     fs::create_directories(folder.parent_path(), error);
     if (fs::exists(folder, error)) Refuse(folder.string() + " exists already");
-    if (!control::NewMachine(folder.parent_path(), name)) Refuse(folder.string() + " cannot be made");
-    std::cout << "Made the machine " << name << " in " << folder.string() << '\n';
+    if (machine.file.empty()) {
+        if (!control::NewMachine(folder.parent_path(), name)) Refuse(folder.string() + " cannot be made");
+        std::cout << "Made the machine " << name << " in " << folder.string() << '\n';
+        return kDone;
+    }
+    for (const Json& problem : capture::MakeMachine(folder.string(), machine.file))
+        console::Warn("not taken over: " + problem.get<std::string>());
+    std::cout << "Made the machine " << name << " in " << folder.string() << " from " << machine.file << '\n';
     return kDone;
 }
 
@@ -136,9 +143,9 @@ void AddMachineCommands(CLI::App& app, Options& options, std::function<int(const
         });
         return sub;
     };
-    add("new", "make a fresh machine", NewMachine, false)
-        ->add_option("folder", machine->folder, "its folder; the last name is the computer name")
-        ->required();
+    CLI::App* const made = add("new", "make a fresh machine", NewMachine, false);
+    made->add_option("folder", machine->folder, "its folder; the last name is the computer name")->required();
+    made->add_option("--from", machine->file, "a file of kvsetup capture: the machine is like the captured one");
     add("import", "read .reg text into the machine's registry", Import)
         ->add_option("file", machine->file, ".reg file of version 4 or 5")
         ->required();

@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "kvsetup/answers_commands.h"
+#include "kvsetup/capture.h"
 #include "kvsetup/console.h"
 #include "kvsetup/host.h"
 #include "kvsetup/machine_commands.h"
@@ -136,6 +137,11 @@ int Parse(CLI::App& app, int argc, char** argv, Run& run, Options& options) {
     }
     // The library's own form of the switch is "-r:NAME".
     if (options.drivingHost.starts_with(':')) options.drivingHost.erase(0, 1);
+    // Before the library makes the medium's folder the current one.
+    for (std::string* const path :
+         {&options.source, &options.answers, &options.log, &options.file, &options.page, &options.mif}) {
+        if (!path->empty()) *path = host::FromHere(*path);
+    }
     std::string problem;
     if (!options.machine.empty() && !host::SelectMachine(options.machine, &problem)) throw Failure{kBadInput, problem};
     if (options.needsMachine && !host::IsMachineSound(&problem)) throw Failure{kBadInput, problem};
@@ -169,6 +175,7 @@ int main(int argc, char** argv) {
     AddRecordCommands(app, options, run);
     AddAnswersCommands(app, options, run);
     AddMediumCommands(app, options, run);
+    AddCaptureCommand(app, options, run);
     AddMachineCommands(app, options, run);
     app.require_subcommand(0, 1);
     try {

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "kvsetup/checked_file.h"
 #include "kvsetup/host.h"
 #include "kvsetup/plan_file.h"
 #include "kvsetup/record_json.h"
@@ -82,7 +83,7 @@ int PlanCommand(const Options& options, const std::string& setup, const Command&
             throw Failure{kFailed, "the setup does not do the same when it is repeated; there is no plan of it"};
         plan["what"] = static_cast<const char*>(first.records[i].GetMark(0));
         Append(plan["stages"], DescribeStages(first.records[i], &second.records[i]));
-        pairs.push_back({plans::ToHex(first.bytes[i]), plans::ToHex(second.bytes[i])});
+        pairs.push_back({checked_file::ToHex(first.bytes[i]), checked_file::ToHex(second.bytes[i])});
     }
     const Json shown = plan;
     plan["records"] = pairs;

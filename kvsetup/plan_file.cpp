@@ -1,10 +1,10 @@
 #include "kvsetup/plan_file.h"
 
-#include <cstdint>
 #include <filesystem>
 #include <map>
 
 #include "instalib/computer.h"
+#include "kvsetup/checked_file.h"
 #include "kvsetup/host.h"
 
 namespace fs = std::filesystem;
@@ -12,16 +12,7 @@ namespace fs = std::filesystem;
 namespace plans {
 namespace {
 
-constexpr int kVersion = 1;
-
-// FNV-1a of 64 bits: it tells edits and mix-ups, not forgers.
-std::string Digest(const std::string& bytes) {
-    std::uint64_t sum = 0xCBF29CE484222325;
-    for (const char byte : bytes) sum = (sum ^ static_cast<unsigned char>(byte)) * 0x100000001B3;
-    std::string text;
-    for (int shift = 60; shift >= 0; shift -= 4) text += "0123456789abcdef"[(sum >> shift) & 15];
-    return text;
-}
+constexpr checked_file::Kind kPlan{"kvsetupPlan", "plan", 1};
 
 std::string HostOf(const std::string& path) { return host::IsMachinePath(path) ? host::HostPath(path) : path; }
 
@@ -29,26 +20,6 @@ std::string Absolute(const std::string& path) {
     if (path.empty() || host::IsMachinePath(path)) return path;
     std::error_code error;
     return fs::absolute(path, error).lexically_normal().string();
-}
-
-std::string Checksum(Json plan) {
-    plan.erase("checksum");
-    return Digest(plan.dump());
-}
-
-[[noreturn]] void Refuse(const std::string& file, const std::string& why) {
-    throw Failure{kBadInput, "the plan " + file + ' ' + why};
-}
-
-bool FromHex(const std::string& text, std::string& bytes) {
-    const auto digit = [](char c) { return c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1; };
-    if (text.size() % 2 != 0) return false;
-    for (std::size_t i = 0; i < text.size(); i += 2) {
-        const int high = digit(text[i]), low = digit(text[i + 1]);
-        if (high < 0 || low < 0) return false;
-        bytes += static_cast<char>(high * 16 + low);
-    }
-    return true;
 }
 
 }  // namespace
@@ -85,7 +56,7 @@ Json MediumDigest(const Options& options) {
         std::string bytes;
         if (!host::ReadFile(entry.path().string(), bytes))
             throw Failure{kBadInput, entry.path().string() + " of the medium cannot be read"};
-        files[entry.path().filename().string()] = Digest(bytes);
+        files[entry.path().filename().string()] = checked_file::Digest(bytes);
     }
     if (files.empty()) throw Failure{kBadInput, options.source + " holds no files of a medium"};
     return files;
@@ -96,47 +67,21 @@ Json AnswersDigest(const Options& options) {
     std::string bytes;
     if (!host::ReadFile(HostOf(options.answers), bytes))
         throw Failure{kBadInput, "the answers " + options.answers + " cannot be read"};
-    return Digest(bytes);
+    return checked_file::Digest(bytes);
 }
 
 std::string ThisMachine() { return CComputer().Name(); }
 
-std::string ToHex(const std::string& bytes) {
-    std::string text;
-    for (const char byte : bytes) {
-        text += "0123456789abcdef"[static_cast<unsigned char>(byte) >> 4];
-        text += "0123456789abcdef"[static_cast<unsigned char>(byte) & 15];
-    }
-    return text;
-}
+void Write(const std::string& file, const Json& plan) { checked_file::Write(file, kPlan, plan); }
 
-void Write(const std::string& file, Json plan) {
-    std::error_code error;
-    std::string there;
-    if (fs::exists(file, error) && (!host::ReadFile(file, there) || there.find("\"kvsetupPlan\"") == there.npos))
-        throw Failure{kBadInput, file + " exists and is no plan; give another file with --out"};
-    Json whole{{"kvsetupPlan", kVersion}};
-    whole.update(plan);
-    whole["checksum"] = Checksum(whole);
-    if (!host::WriteFile(file, whole.dump(1) + '\n')) throw Failure{kFailed, "the plan " + file + " cannot be written"};
-}
-
-Json Read(const std::string& file) {
-    std::string bytes;
-    if (!host::ReadFile(file, bytes)) Refuse(file, "cannot be read");
-    const Json plan = Json::parse(bytes, nullptr, false);
-    if (!plan.is_object() || !plan.contains("kvsetupPlan")) Refuse(file, "is no plan of kvsetup");
-    if (plan["kvsetupPlan"] != kVersion) Refuse(file, "is one of another version of kvsetup");
-    if (!plan.contains("checksum") || plan["checksum"] != Checksum(plan)) Refuse(file, "was changed or cut");
-    return plan;
-}
+Json Read(const std::string& file) { return checked_file::Read(file, kPlan); }
 
 std::vector<std::pair<std::string, std::string>> Records(const Json& plan) {
     std::vector<std::pair<std::string, std::string>> records;
     for (const Json& pair : plan.at("records")) {
         std::pair<std::string, std::string> bytes;
-        if (!FromHex(pair.at(0).get<std::string>(), bytes.first) ||
-            !FromHex(pair.at(1).get<std::string>(), bytes.second))
+        if (!checked_file::FromHex(pair.at(0).get<std::string>(), bytes.first) ||
+            !checked_file::FromHex(pair.at(1).get<std::string>(), bytes.second))
             throw Failure{kBadInput, "the plan's records cannot be read"};
         records.push_back(std::move(bytes));
     }

@@ -21,10 +21,8 @@ Json MediumDigest(const Options& options);
 Json AnswersDigest(const Options& options);
 std::string ThisMachine();
 
-std::string ToHex(const std::string& bytes);
-// Adds the checksum and writes the file; a Failure when it stands there already and is no plan, or cannot be written.
-void Write(const std::string& file, Json plan);
-// A plan that is whole and unedited; a Failure otherwise.
+// As checked_file does.
+void Write(const std::string& file, const Json& plan);
 Json Read(const std::string& file);
 std::vector<std::pair<std::string, std::string>> Records(const Json& plan);
 

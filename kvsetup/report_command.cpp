@@ -80,14 +80,23 @@ Report Open(const std::string& file) {
 }
 
 int ReportCommand(const Options& options) {
+    Report report;
     std::string page;
     try {
-        page = MakePage(Open(options.file));
+        report = Open(options.file);
+        page = MakePage(report);
     } catch (const Json::exception&) {
         throw Failure{kBadInput, options.file + " is incomplete"};
     }
-    if (!host::WriteFile(options.page, page)) throw Failure{kFailed, options.page + " cannot be written"};
-    std::cout << "The page is " << options.page << '\n';
+    if (!options.page.empty() && !host::WriteFile(options.page, page))
+        throw Failure{kFailed, options.page + " cannot be written"};
+    if (options.json) {
+        console::PrintJson({{"title", report.title}, {"facts", report.facts}, {"stages", report.stages}});
+    } else if (options.page.empty()) {
+        PrintStages(report.stages);
+    } else {
+        std::cout << "The page is " << options.page << '\n';
+    }
     return kDone;
 }
 
@@ -95,8 +104,9 @@ int ReportCommand(const Options& options) {
 
 void AddReportCommand(CLI::App& app, Options& options, std::function<int(const Options&)>& run) {
     CLI::App* const report =
-        app.add_subcommand("report", "a plan, a verification (verify --json) or a record as a page");
+        app.add_subcommand("report", "a plan, a verification (verify --json) or a record as text, data or a page");
     report->add_option("file", options.file, "its file; a record's is C:\\KVSETUP.N.REC")->required();
-    report->add_option("--html", options.page, "file to write the page to")->required();
+    report->add_option("--html", options.page, "file to write the page to");
+    report->add_flag("--json", options.json, "print data as JSON");
     report->callback([&run] { run = ReportCommand; });
 }
