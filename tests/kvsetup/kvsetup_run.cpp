@@ -126,6 +126,15 @@ void KvsetupRun::RunAndKill(const std::string& arguments, int milliseconds) {
 }
 #endif
 
+void KvsetupRun::PlantOldProduct() {
+    TestBytes record(49);
+    record[9] = 11;     // version 11.0
+    record[11] = 0x0F;  // build 3840
+    SetRaw("SOFTWARE\\Halvenor\\Products", "ZephraniteCB", REG_BINARY, record);
+    SetText(std::string(kOldRoot) + "\\CurrentVersion\\Options\\Tape", "Device", "Tape0");
+    SetText(kOldProgram, "RegistryRoot", "SOFTWARE\\Halvenor");
+}
+
 void KvsetupRun::CopyMedium() {
     fs::copy(m_medium, m_scratch / "medium", fs::copy_options::recursive);
     m_medium = m_scratch / "medium";

@@ -45,6 +45,15 @@ class KvsetupRun : public FreshMachine {
 #endif
     }
     void CopyMedium();
+    // The product of the generation before, which the medium's upgrade rule covers, with a setting. Its uninstaller is
+    // the demo's.
+    static void PlantOldProduct();
+    static constexpr char kOldRoot[] = "SOFTWARE\\Halvenor\\Korvault";
+    static constexpr char kOldProgram[] =
+        "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\{2C6A1B0E-93D4-4F1C-8C55-0E1F5B7A9D10}";
+    std::string Upgrade(const std::string& more = "") const {
+        return "upgrade " + Source() + " --answers \"" + Answers() + "\" " + more;
+    }
     std::filesystem::path Medium() const { return m_medium; }
     std::filesystem::path Scratch() const { return m_scratch; }
 

@@ -105,21 +105,14 @@ TEST_F(Plans, DamagedOnesAndThoseOfOthersChangeNothing) {
 }
 
 TEST_F(Plans, UpgradesArePlannedAndCarriedOut) {
-    TestBytes record(49);
-    record[9] = 11;     // version 11.0
-    record[11] = 0x0F;  // build 3840
-    SetRaw(HKEY_LOCAL_MACHINE, "SOFTWARE\\Halvenor\\Products", "ZephraniteCB", REG_BINARY, record);
-    SetText(HKEY_LOCAL_MACHINE, "SOFTWARE\\Halvenor\\Korvault\\CurrentVersion\\Options\\Tape", "Device", "Tape0");
-    const std::string program =
-        "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\{2C6A1B0E-93D4-4F1C-8C55-0E1F5B7A9D10}";
-    SetText(HKEY_LOCAL_MACHINE, program, "RegistryRoot", "SOFTWARE\\Halvenor");
-    const RunResult planned = Plan("upgrade " + Source() + " --answers \"" + Answers() + "\"");
+    PlantOldProduct();
+    const RunResult planned = Plan(Upgrade());
     ASSERT_EQ(planned.exitCode, 0) << planned.errors;
     EXPECT_EQ(Read()["records"].size(), 2u) << "before and behind the old product's removal";
-    EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, program));
+    EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, kOldProgram));
     const RunResult applied = Apply();
     EXPECT_EQ(applied.exitCode, 0) << applied.output << applied.errors;
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, program));
+    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kOldProgram));
     EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kRoot + std::string("\\CurrentVersion\\Options\\Tape"), "Device"), "Tape0");
 }
 

@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <regex>
 
+#include "instalib/service.h"
 #include "tests/kvsetup/kept_machine.h"
 
 namespace fs = std::filesystem;
@@ -40,55 +42,86 @@ class SetupOnRecord : public KeptMachine {
         std::ifstream(file) >> count;
         return count;
     }
-    // Without what differs from run to run.
+    // Without what differs from run to run; an account that was made again has another identifier.
     static Lines Lasting(Lines lines) {
         std::erase_if(lines, [](const std::string& line) {
             return line.find("InstallDate") != line.npos || line.find("\"Verifier\"") != line.npos ||
                    line.find("KVSETUP.") != line.npos || line.ends_with("[META\\Files]") ||
                    line.ends_with("[META\\Files\\C]");
         });
+        static const std::regex identifier("([-\\\\])10[0-9][0-9]\\b|000003e[0-9a-f]|e[0-9a-f],03,00,00");
+        for (std::string& line : lines) line = std::regex_replace(line, identifier, "$1N");
         std::sort(lines.begin(), lines.end());
         return lines;
     }
-    // Once for every n: `fault` at the n-th call of `arguments`; then the machine is as kept, unless the run succeeded.
-    void ForEveryCall(const std::string& fault, const std::string& arguments) {
+    // What has changed is what a whole run changes.
+    void ExpectWhole(const Lines& whole, const std::string& message) {
+        const Lines changed = Lasting(Changed()), wanted = Lasting(whole);
+        Lines other;
+        std::set_symmetric_difference(changed.begin(), changed.end(), wanted.begin(), wanted.end(),
+                                      std::back_inserter(other));
+        EXPECT_THAT(other, testing::IsEmpty()) << message;
+    }
+    // Once for every n, or for every `thinning`-th where only a part is tried: `fault` at the n-th call of `arguments`,
+    // on the machine as it is now. A run that succeeded has done the whole of it: nothing is missing, nothing is left
+    // behind. `failed` looks at the others.
+    template <class Failed>
+    void ForEveryRun(const std::string& fault, const std::string& arguments, Failed failed, unsigned thinning = 1) {
         Keep();
         const unsigned calls = CallsOf(arguments);
         ASSERT_GT(calls, 500u);
         const Lines whole = Changed();
         ASSERT_FALSE(whole.empty());
-        Run("undo --yes");
-        const unsigned step = std::getenv("INSTALIB_EVERY_CALL") != nullptr ? 1 : kStride;
-        unsigned takenBack = 0;
-        for (unsigned n = 1; n <= calls; n += step) {
+        const unsigned step = std::getenv("INSTALIB_EVERY_CALL") != nullptr ? 1 : kStride * thinning;
+        for (unsigned n = 1; n <= calls && (step == 1 || !HasFailure()); n += step) {
             Restore();
             const RunResult result = RunWith(fault + " " + std::to_string(n), arguments);
-            // Success is the whole of it: nothing is missing, nothing is left behind.
+            SCOPED_TRACE(fault + " " + std::to_string(n) + "\n" + result.output + result.errors);
             if (result.exitCode == 0) {
-                const Lines changed = Lasting(Changed()), wanted = Lasting(whole);
-                Lines other;
-                std::set_symmetric_difference(changed.begin(), changed.end(), wanted.begin(), wanted.end(),
-                                              std::back_inserter(other));
-                EXPECT_THAT(other, testing::IsEmpty()) << fault << " " << n << "\n" << result.output;
-                continue;
+                ExpectWhole(whole, "a run that succeeded");
+            } else {
+                failed(result, n > calls - calls / 4, whole);
             }
+        }
+    }
+    // The same; a run that failed has left the machine as it was.
+    void ForEveryCall(const std::string& fault, const std::string& arguments) {
+        unsigned takenBack = 0;
+        ForEveryRun(fault, arguments, [&](const RunResult& result, bool isLate, const Lines&) {
             const RunResult recovered = Run("recover --yes");
             // Behind the very last change of a removal there is only its end: a deleted account stays deleted.
             const bool atTheEnd = recovered.output.find("Left: account") != std::string::npos ||
                                   result.output.find("Delete the system account ") != std::string::npos;
-            if (atTheEnd && n > calls - calls / 4) continue;
+            if (atTheEnd && isLate) return;
             EXPECT_TRUE(recovered.exitCode == 0 || recovered.exitCode == 6) << recovered.output << recovered.errors;
             takenBack += recovered.exitCode == 0;
             // Killed behind the end of an installation: it is complete, and known to be.
             if (fault == "exit" && recovered.exitCode == 6 && result.output.find("[10/10] ") != std::string::npos) {
-                EXPECT_EQ(Run("undo --yes").exitCode, 0) << fault << " " << n;
+                EXPECT_EQ(Run("undo --yes").exitCode, 0);
             }
-            const Lines changed = Changed();
-            EXPECT_THAT(changed, testing::IsEmpty()) << fault << " " << n << "\n"
-                                                     << result.output << result.errors << recovered.output;
-            if (testing::Test::HasFailure() && step != 1) return;
-        }
+            EXPECT_THAT(Changed(), testing::IsEmpty()) << recovered.output;
+        });
         EXPECT_EQ(takenBack > 0, fault == "exit");
+    }
+    // The same of an upgrade: it is taken back as long as the old product is there, and gone on with when it is not.
+    void ForEveryCallOfAnUpgrade(const std::string& fault) {
+        PlantOldProduct();
+        unsigned takenBack = 0, goneOn = 0;
+        const auto failed = [&](const RunResult&, bool, const Lines& whole) {
+            const RunResult recovered = Run("recover --yes");
+            if (Changed().empty()) {
+                ++takenBack;
+                return;
+            }
+            EXPECT_FALSE(KeyExists(kOldRoot)) << recovered.output;
+            const RunResult resumed = Run(Upgrade("--resume"));
+            EXPECT_EQ(resumed.exitCode, 0) << recovered.output << resumed.output << resumed.errors;
+            ExpectWhole(whole, resumed.output);
+            ++goneOn;
+        };
+        ForEveryRun(fault, Upgrade(), failed, 4);
+        EXPECT_GT(takenBack, 0u);
+        EXPECT_GT(goneOn, 0u);
     }
 };
 
@@ -101,6 +134,17 @@ TEST_F(SetupOnRecord, ARemovalOfWhichACallFailsIsTakenBack) {
 TEST_F(SetupOnRecord, AKilledRemovalIsTakenBack) {
     ASSERT_EQ(Run(BatchInstall()).exitCode, 0);
     ForEveryCall("exit", "uninstall --yes " + Source());
+}
+
+TEST_F(SetupOnRecord, AnUpgradeOfWhichACallFailsIsTakenBackOrGoneOnWith) { ForEveryCallOfAnUpgrade("fail"); }
+TEST_F(SetupOnRecord, AKilledUpgradeIsTakenBackOrGoneOnWith) { ForEveryCallOfAnUpgrade("exit"); }
+TEST_F(SetupOnRecord, ARepairIsWholeOrTakenBack) {
+    ASSERT_EQ(Run(BatchInstall()).exitCode, 0);
+    SetText("SOFTWARE\\Classes\\.asx", "", "foreign");
+    DeleteKeyTree("SOFTWARE\\Orvanex\\Zephranite Korvault Backup\\Base\\SNMP");
+    CService::RemoveService("OVSMsgEngine");
+    ForEveryCall("fail", "repair");
+    ForEveryCall("exit", "repair");
 }
 
 TEST_F(SetupOnRecord, AFinishedInstallationIsUndoneAndAnInterruptedOneGoneOnWith) {

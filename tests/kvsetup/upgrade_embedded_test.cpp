@@ -7,9 +7,6 @@ namespace {
 
 using testing::HasSubstr;
 
-constexpr char kPrograms[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\";
-constexpr char kOldCode[] = "{2C6A1B0E-93D4-4F1C-8C55-0E1F5B7A9D10}";
-const std::string kOldRoot = "SOFTWARE\\Halvenor\\Korvault";
 const std::string kNewRoot = "SOFTWARE\\Orvanex\\Zephranite Korvault Backup";
 const std::string kBackup = kNewRoot + "(BACKUP)";
 
@@ -17,16 +14,8 @@ class KvsetupUpgrade : public KvsetupRun {
   protected:
     void SetUp() override {
         KvsetupRun::SetUp();
-        TestBytes record(49);
-        record[9] = 11;     // version 11.0
-        record[11] = 0x0F;  // build 3840
-        SetRaw(HKEY_LOCAL_MACHINE, "SOFTWARE\\Halvenor\\Products", "ZephraniteCB", REG_BINARY, record);
-        SetText(HKEY_LOCAL_MACHINE, kOldRoot + "\\CurrentVersion\\Options\\Tape", "Device", "Tape0");
-        SetText(HKEY_LOCAL_MACHINE, kOldRoot + "\\CurrentVersion\\Options", "InstallPath", "C:\\OLD");
-        SetText(HKEY_LOCAL_MACHINE, kPrograms + std::string(kOldCode), "RegistryRoot", "SOFTWARE\\Halvenor");
-    }
-    std::string Upgrade(const std::string& more = "") const {
-        return "upgrade " + Source() + " --answers \"" + Answers() + "\" " + more;
+        PlantOldProduct();
+        SetText(HKEY_LOCAL_MACHINE, std::string(kOldRoot) + "\\CurrentVersion\\Options", "InstallPath", "C:\\OLD");
     }
     static std::string Device() {
         return GetText(HKEY_LOCAL_MACHINE, kNewRoot + "\\CurrentVersion\\Options\\Tape", "Device");
@@ -58,7 +47,7 @@ TEST_F(KvsetupUpgrade, SettingsComeBackAndTheOldProductIsGone) {
     EXPECT_EQ(GetText(HKEY_LOCAL_MACHINE, kNewRoot + "\\CurrentVersion\\Options", "InstallPath"), "<none>");
     EXPECT_FALSE(IsOldThere());
     EXPECT_FALSE(HasBackup());
-    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kPrograms + std::string(kOldCode)));
+    EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kOldProgram));
     EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, kNewRoot + "\\Base"));
     EXPECT_EQ(Run(Upgrade()).exitCode, 6) << "the same build is there now";
 }
@@ -94,7 +83,8 @@ TEST_F(KvsetupUpgrade, AnInstallationThatFailedIsResumedWhenTheOldProductIsGone)
 }
 
 TEST_F(KvsetupUpgrade, NothingIsRemovedWhenASettingWouldBeLost) {
-    SetText(HKEY_LOCAL_MACHINE, kOldRoot + "\\CurrentVersion\\Options", std::string(200, 'n').c_str(), "x");
+    SetText(HKEY_LOCAL_MACHINE, std::string(kOldRoot) + "\\CurrentVersion\\Options", std::string(200, 'n').c_str(),
+            "x");
     const RunResult refused = Run(Upgrade());
     EXPECT_EQ(refused.exitCode, 1);
     EXPECT_THAT(refused.errors, HasSubstr("Nothing was removed"));
