@@ -114,15 +114,17 @@ int KvsetupRun::RunQuietly(const std::string& arguments) {
     return ExitCode(std::system(QuietCommand(arguments).c_str()));
 }
 
-void KvsetupRun::RunAndKill(const std::string& arguments, int milliseconds) {
+int KvsetupRun::RunAndSignal(const std::string& arguments, int milliseconds, int signal) {
     const pid_t child = fork();
     if (child == 0) {
         execl("/bin/sh", "sh", "-c", ("exec " + QuietCommand(arguments)).c_str(), nullptr);
         _exit(127);
     }
     usleep(static_cast<useconds_t>(milliseconds) * 1000);
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    kill(child, signal);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return ExitCode(status);
 }
 #endif
 

@@ -27,9 +27,11 @@ class KvsetupRun : public FreshMachine {
     // The same, and the output read as JSON; a failure of either fails the test.
     nlohmann::json RunJson(const std::string& arguments);
 #ifndef _WIN32
-    // The exit code alone, without the output's files, so that several may run at once; and a run that is killed.
+    // The exit code alone, without the output's files, so that several may run at once; and a run that gets a signal
+    // meanwhile.
     int RunQuietly(const std::string& arguments);
-    void RunAndKill(const std::string& arguments, int milliseconds);
+    int RunAndSignal(const std::string& arguments, int milliseconds, int signal);
+    void RunAndKill(const std::string& arguments, int milliseconds) { RunAndSignal(arguments, milliseconds, 9); }
 #endif
     // "--source MEDIUM", of the demo's medium or of a copy of it that the test may spoil (CopyMedium).
     std::string Source() const { return "--source \"" + m_medium.string() + "\""; }

@@ -1,4 +1,6 @@
 // Whatever call of a setup fails, and wherever it is killed: the machine is as it was before.
+#include <signal.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -145,6 +147,25 @@ TEST_F(SetupOnRecord, ARepairIsWholeOrTakenBack) {
     CService::RemoveService("OVSMsgEngine");
     ForEveryCall("fail", "repair");
     ForEveryCall("exit", "repair");
+}
+
+// Ctrl+C, a console that is gone, a shutdown: the setup takes everything back itself.
+TEST_F(SetupOnRecord, ASignalTakesEverythingBack) {
+    Keep();
+    int cancelled = 0;
+    for (const int signal : {SIGINT, SIGHUP, SIGTERM}) {
+        for (int milliseconds = 10; milliseconds < 2000; milliseconds += milliseconds / 2) {
+            Restore();
+            const int code = RunAndSignal(BatchInstall(), milliseconds, signal);
+            if (code == 0) break;  // it was through by then
+            // Before the front end listens it just ends.
+            EXPECT_TRUE(code == 4 || (code == -signal && milliseconds < 500)) << code << " at " << milliseconds;
+            cancelled += code == 4;
+            EXPECT_THAT(Changed(), testing::IsEmpty()) << signal << " at " << milliseconds;
+            EXPECT_EQ(Run("recover --yes").exitCode, 6);
+        }
+    }
+    EXPECT_GE(cancelled, 3);
 }
 
 TEST_F(SetupOnRecord, AFinishedInstallationIsUndoneAndAnInterruptedOneGoneOnWith) {
