@@ -45,6 +45,40 @@ std::optional<std::string> ReadLine() {
     return line;
 }
 
+bool& IsByLine() {
+    static bool isByLine = false;
+    return isByLine;
+}
+
+Json& Document() {
+    static Json document = Json::object();
+    return document;
+}
+
+// "main product path" becomes "mainProductPath"; keys of one word, and names that are keys, stay.
+std::string CamelCase(const std::string& key) {
+    std::string name;
+    for (const char c : key) {
+        const bool isUpper = !name.empty() && name.back() == ' ';
+        if (isUpper) name.pop_back();
+        name += isUpper && c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    }
+    return name;
+}
+
+Json InCamelCase(const Json& data) {
+    if (!data.is_structured()) return data;
+    Json result = data.is_object() ? Json::object() : Json::array();
+    for (const auto& [key, value] : data.items()) {
+        if (data.is_object()) {
+            result[CamelCase(key)] = InCamelCase(value);
+        } else {
+            result.push_back(InCamelCase(value));
+        }
+    }
+    return result;
+}
+
 }  // namespace
 
 std::string Printable(const std::string& text) {
@@ -98,9 +132,21 @@ void PrintTable(const std::vector<std::string>& headings, const std::vector<std:
     for (const auto& row : rows) print(row);
 }
 
-void PrintJson(const Json& data) {
+void PrintJson(const Json& data) { Document() = data; }
+
+void PrintJsonLine(const Json& data) {
+    IsByLine() = true;
+    std::cout << data.dump(-1, ' ', false, Json::error_handler_t::replace) << std::endl;
+}
+
+void EndJson(int exitCode, const std::string& error) {
+    if (IsByLine()) return;
+    Json document = InCamelCase(Document());
+    if (!document.contains("changed")) document["changed"] = false;
+    document["exitCode"] = exitCode;
+    if (!error.empty()) document["error"] = Printable(error);
     // Product texts need not be UTF-8: what is not is replaced, so that the output is always valid JSON.
-    std::cout << data.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    std::cout << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
 void Warn(const std::string& message) {

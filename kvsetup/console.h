@@ -35,7 +35,13 @@ namespace console {
 void PrintFacts(const Json& facts, int indent = 0);
 // Rows under their headings, columns as wide as needed.
 void PrintTable(const std::vector<std::string>& headings, const std::vector<std::vector<std::string>>& rows);
+// With --json standard output is one object, whatever happens: the data of the command, "changed" (whether the machine
+// is another one now), "exitCode", and "error" when there was one. Keys are in camel case. PrintJson keeps the data,
+// and EndJson, called by main alone, writes all of it.
 void PrintJson(const Json& data);
+// A command that prints an object a line as things happen: nothing is written at the end.
+void PrintJsonLine(const Json& data);
+void EndJson(int exitCode, const std::string& error);
 
 void Warn(const std::string& message);
 // A question with a default that an empty answer takes; nothing at the end of the input.

@@ -1,5 +1,6 @@
 // kvsetup: the console front end of the setup library. It reads the command line and hands over to the commands.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <functional>
 #include <iostream>
 
@@ -128,13 +129,9 @@ int Parse(CLI::App& app, int argc, char** argv, Run& run, Options& options) {
     } catch (const CLI::CallForVersion& version) {
         return app.exit(version);
     } catch (const CLI::ParseError& error) {
-        std::cerr << "kvsetup: " << error.what() << "; see kvsetup --help\n";
-        return kUsage;
+        throw Failure{kUsage, std::string(error.what()) + "; see kvsetup --help"};
     }
-    if (!run) {
-        std::cerr << "kvsetup: no command given; see kvsetup --help\n";
-        return kUsage;
-    }
+    if (!run) throw Failure{kUsage, "no command given; see kvsetup --help"};
     // The library's own form of the switch is "-r:NAME".
     if (options.drivingHost.starts_with(':')) options.drivingHost.erase(0, 1);
     // Before the library makes the medium's folder the current one.
@@ -178,15 +175,21 @@ int main(int argc, char** argv) {
     AddCaptureCommand(app, options, run);
     AddMachineCommands(app, options, run);
     app.require_subcommand(0, 1);
+    int code = kFailed;
+    std::string problem;
     try {
-        return Parse(app, argc, argv, run, options);
+        code = Parse(app, argc, argv, run, options);
     } catch (const Failure& failure) {
-        std::cout.flush();
-        std::cerr << "kvsetup: " << console::Printable(failure.message) << '\n';
-        return failure.code;
+        code = failure.code;
+        problem = failure.message;
     } catch (const std::exception& error) {
-        std::cout.flush();
-        std::cerr << "kvsetup: " << console::Printable(error.what()) << '\n';
-        return kFailed;
+        problem = error.what();
     }
+    // A command line that is wrong may be so before the option.
+    const bool json = options.json || std::find(argv + 1, argv + argc, std::string("--json")) != argv + argc;
+    const bool wasHelp = !run && problem.empty();
+    if (json && !wasHelp) console::EndJson(code, problem);
+    std::cout.flush();
+    if (!problem.empty()) std::cerr << "kvsetup: " << console::Printable(problem) << '\n';
+    return code;
 }

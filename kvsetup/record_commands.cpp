@@ -29,6 +29,7 @@ int TakeBack(const records::Found& found, const Options& options) {
         std::cout << found.what << ", " << found.changes << " changes on record in " << found.file << std::endl;
     const bool whole = records::TakeBack(found, options.json, report);
     report["succeeded"] = whole;
+    report["changed"] = true;
     if (options.json) console::PrintJson(report);
     if (!whole) throw Failure{kFailed, "not everything could be taken back; what is left is named above"};
     if (!options.json) std::cout << "Everything was taken back.\n";

@@ -273,6 +273,7 @@ void RecordedRun::TakeBack(StageContext& context, Json& report, const std::strin
     if (m_record.GetState() == CSetupRecord::RolledBack) records::Forget(m_file);
     report["succeeded"] = false;
     report["log"] = m_session.log;
+    report["changed"] = !whole;
     if (m_session.json) console::PrintJson(report);
     const std::string outcome =
         (whole ? "everything was taken back" : "not everything could be taken back; what is left is named above") +

@@ -85,14 +85,12 @@ Json NumberOrNull(const std::optional<long>& number) { return number ? Json(*num
 
 void Show(const Message& message, bool json) {
     if (json) {
-        std::cout << Json{{"time", Now()},
-                          {"sender", console::Printable(message.sender)},
-                          {"phase", NumberOrNull(message.phase)},
-                          {"code", NumberOrNull(message.code)},
-                          {"component", NumberOrNull(message.component)},
-                          {"text", console::Printable(message.text)}}
-                         .dump()
-                  << std::endl;
+        console::PrintJsonLine({{"time", Now()},
+                                {"sender", console::Printable(message.sender)},
+                                {"phase", NumberOrNull(message.phase)},
+                                {"code", NumberOrNull(message.code)},
+                                {"component", NumberOrNull(message.component)},
+                                {"text", console::Printable(message.text)}});
         return;
     }
     const char* const phases[] = {"", "setup begins", "stage", "stage ended", "setup ended"};
@@ -111,7 +109,7 @@ int ListenCommand(const Options& options, const RemoteOptions& remote) {
                                  "; another kvsetup listen may be at work"};
     interruption::Note();
     if (options.json) {
-        std::cout << Json{{"listening", true}}.dump() << std::endl;
+        console::PrintJsonLine({{"listening", true}});
     } else {
         std::cout << Column("TIME", 8) << Column("SENDER", 15) << Column("PHASE", 12) << Column("CODE", 5)
                   << Column("COMPONENT", 9) << "TEXT" << std::endl;

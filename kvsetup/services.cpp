@@ -53,7 +53,7 @@ int ServicesListCommand(const Options& options) {
         rows.push_back({service.Name(), State(service)});
     }
     if (options.json) {
-        console::PrintJson(data);
+        console::PrintJson({{"services", data}});
     } else {
         console::PrintTable({"SERVICE", "STATE"}, rows);
     }

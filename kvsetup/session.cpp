@@ -215,7 +215,7 @@ Json DescribeDecided(Session& session) {
     decided["registered user"] = settings.RegisteredUser();
     decided["registered company"] = settings.RegisteredCompany();
     decided["system account"] = Account(settings);
-    decided["disk space needed"] = std::to_string(settings.DiskSpaceNeeded()) + " KB";
+    decided["kilobytes needed"] = settings.DiskSpaceNeeded();
     return decided;
 }
 

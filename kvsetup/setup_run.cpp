@@ -53,6 +53,7 @@ int Finish(Session& session, Json& report, bool succeeded, const char* what) {
     if (session.json) {
         report["succeeded"] = succeeded;
         report["log"] = session.log;
+        report["changed"] = true;
         console::PrintJson(report);
     } else if (succeeded) {
         std::cout << what << " done. Log: " << console::Printable(session.log) << '\n';

@@ -1,6 +1,8 @@
 #include "kvsetup/stages.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <iostream>
 
 #include "kvsetup/host.h"
@@ -40,16 +42,20 @@ bool RunStages(const std::vector<Stage>& stages, StageContext& context, bool kee
             std::find(context.finished.begin(), context.finished.end(), chosen[i]->title) != context.finished.end();
         if (context.session.watch != nullptr) context.session.watch->StageBegins(i + 1, chosen[i]->title);
         std::string note = before ? "by the run before" : "";
+        const auto begun = std::chrono::steady_clock::now();
         host::SetLastError(0);
         const bool marked = before || context.record == nullptr || context.record->Mark(chosen[i]->title);
         const bool succeeded = before || (marked && chosen[i]->run(context, note));
         const DWORD error = host::LastError();
+        const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begun;
         const std::string outcome = Outcome(succeeded, error, note);
         const std::string line = std::string(chosen[i]->title) + ": " + outcome;
         context.session.Log(line);
         if (context.session.watch != nullptr) context.session.watch->StageEnded(succeeded, error, line);
         Print(context.session, i + 1, chosen.size(), chosen[i]->title, outcome);
-        Json entry{{"stage", chosen[i]->title}, {"succeeded", succeeded}};
+        Json entry{{"stage", chosen[i]->title},
+                   {"succeeded", succeeded},
+                   {"seconds", std::round(seconds.count() * 1000) / 1000}};
         if (!succeeded) entry["error"] = error;
         if (!note.empty()) entry["note"] = note;
         report.push_back(entry);

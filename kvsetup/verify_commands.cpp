@@ -134,14 +134,16 @@ int RepairCommand(const Options& options) {
     records::TakeBackUnfinished(options.json);
     interruption::Note();
     Json report{{"products", Json::array()}};
-    bool whole = true;
+    bool whole = true, changed = false;
     std::size_t count = 0;
     for (const auto& [product, files] : FinishedSetups()) {
         const Json done = Repair(product, files, options, whole);
         count += done.size();
+        for (const Json& difference : done) changed = changed || difference["repaired"] == true;
         report["products"].push_back({{"product", product}, {"differences", done}});
     }
     report["succeeded"] = whole;
+    report["changed"] = changed;
     if (options.json) console::PrintJson(report);
     if (count == 0) throw Failure{kNothingToDo, "everything is as it was installed"};
     if (!whole)

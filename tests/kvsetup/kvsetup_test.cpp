@@ -120,6 +120,30 @@ TEST_F(KvsetupRun, StatusShowsEveryGenerationAsText) {
     EXPECT_THAT(text.output, HasSubstr("C:\\\\xff\\x1b")) << "bytes of a product never drive the terminal";
 }
 
+TEST_F(KvsetupRun, JsonIsOneObjectHoweverItEnds) {
+    const std::pair<std::string, int> runs[] = {{"status", 0},
+                                                {"install --yes --source NOTHERE", 3},
+                                                {"uninstall --yes", 6},
+                                                {"install --yes", 2},
+                                                {"nothing", 2},
+                                                {"undo --yes", 6},
+                                                {"install " + Source(), 2}};
+    for (const auto& [arguments, exitCode] : runs) {
+        const RunResult result = Run(arguments + " --json");
+        EXPECT_EQ(result.exitCode, exitCode) << arguments << result.errors;
+        const nlohmann::json data = nlohmann::json::parse(result.output, nullptr, false);
+        ASSERT_TRUE(data.is_object()) << arguments << result.output;
+        EXPECT_EQ(data["exitCode"], exitCode) << arguments;
+        EXPECT_EQ(data["changed"], false) << arguments;
+        EXPECT_EQ(data.contains("error"), exitCode != 0) << arguments;
+    }
+    const RunResult agent = Run("install --yes --json --type 62 " + Source());
+    const nlohmann::json done = nlohmann::json::parse(agent.output, nullptr, false);
+    EXPECT_EQ(done["changed"], true) << agent.output;
+    EXPECT_TRUE(done["stages"][0]["seconds"].is_number());
+    EXPECT_EQ(done["product"]["registeredAs"], "ClientAgentNT");
+}
+
 TEST_F(KvsetupRun, ANewerProductIsNotReplaced) {
     TestBytes record(49);
     record[8] = 0;
@@ -161,7 +185,7 @@ TEST_F(KvsetupRun, TheDrivingComputerIsTakenFromTheCommandLine) {
 
 TEST_F(KvsetupRun, ServicesAreListedStoppedAndRemoved) {
     Run(BatchInstall());
-    const nlohmann::json services = RunJson("services list --json");
+    const nlohmann::json services = RunJson("services list --json")["services"];
     ASSERT_EQ(services.size(), 6u);
     for (const auto& service : services) EXPECT_EQ(service["state"], "stopped");
     EXPECT_EQ(Run("services stop").exitCode, 0);

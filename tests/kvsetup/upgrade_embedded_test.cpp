@@ -29,7 +29,7 @@ TEST_F(KvsetupUpgrade, TheQuestionAloneSaysWhichRuleDecided) {
     EXPECT_EQ(answer["result"], 0);
     EXPECT_EQ(answer["installed"], "11.0 build 3840");
     EXPECT_EQ(answer["new"], "11.5 build 4231");
-    EXPECT_THAT(answer["decided by"].get<std::string>(), HasSubstr("rule 01"));
+    EXPECT_THAT(answer["decidedBy"].get<std::string>(), HasSubstr("rule 01"));
     EXPECT_EQ(Run("upgrade-check --product Nothing " + Source()).exitCode, 6);
     AddMachine("OTHER");
     const RunResult other = Run("upgrade-check --product ZephraniteCB --target other " + Source());
