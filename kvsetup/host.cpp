@@ -12,6 +12,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "kvsetup/console.h"
+
 namespace host {
 namespace {
 
@@ -109,7 +111,12 @@ DWORD MissingEntryPoints(const std::string& library, const std::vector<std::stri
 }
 
 SetupLock::SetupLock(unsigned seconds) : m_mutex(CreateMutexA(nullptr, FALSE, "Global\\KvsetupRunning")) {
-    const DWORD outcome = m_mutex == nullptr ? WAIT_FAILED : WaitForSingleObject(m_mutex, seconds * 1000);
+    DWORD outcome = m_mutex == nullptr ? WAIT_FAILED : WaitForSingleObject(m_mutex, 0);
+    if (outcome == WAIT_TIMEOUT && seconds != 0) {
+        console::Warn("another setup is at work on this machine; this one waits for it, at most " +
+                      std::to_string(seconds) + " seconds");
+        outcome = WaitForSingleObject(m_mutex, seconds * 1000);
+    }
     m_held = outcome == WAIT_OBJECT_0 || outcome == WAIT_ABANDONED;
 }
 

@@ -84,8 +84,8 @@ enum class Presence { Absent, Present, Unknown };
 Presence LookForKey(const std::string& path);
 Presence LookForValue(const std::string& path, const std::string& name);
 
-// One setup at a time works on a machine: the second waits for the first, at most `seconds`. Held() is false when that
-// was not enough; a setup that died lets go by itself.
+// One setup at a time works on a machine: the second says so at once and waits for the first, at most `seconds`. Held()
+// is false when that was not enough; a setup that died lets go by itself.
 class SetupLock {
   public:
     explicit SetupLock(unsigned seconds);

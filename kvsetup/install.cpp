@@ -78,7 +78,7 @@ int Install(const Options& options) {
     if (asks && !host::IsTerminal(host::Stream::Input)) {
         throw Failure{kCancelled, "there is no terminal to ask on; run with --yes or --answers"};
     }
-    const host::SetupLock lock(kPatience);
+    const host::SetupLock lock(options.wait);
     RequireHeld(lock);
     RequireAdministrator();
     if (!options.resume) records::TakeBackUnfinished(options.json);
@@ -106,7 +106,7 @@ int Uninstall(const Options& options) {
     if (asks && (options.json || !host::IsTerminal(host::Stream::Input))) {
         throw Failure{kCancelled, "there is nobody to ask; run with --yes or --answers"};
     }
-    const host::SetupLock lock(kPatience);
+    const host::SetupLock lock(options.wait);
     RequireHeld(lock);
     RequireAdministrator();
     records::TakeBackUnfinished(options.json);

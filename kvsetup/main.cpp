@@ -150,11 +150,15 @@ int Parse(CLI::App& app, int argc, char** argv, Run& run, Options& options) {
 int main(int argc, char** argv) {
     CLI::App app("Installs, shows and removes the products of the family.", "kvsetup");
     app.footer(kExitCodes);
-    app.set_version_flag("--version", "kvsetup 1.0.0");
+    app.set_version_flag("--version", kVersion);
     Options options;
     options.arguments.assign(argv + 1, argv + argc);
     Run run;
-    app.add_option("--machine", options.machine, "folder of the embedded machine to work on (before the command)");
+    app.add_option("--machine", options.machine, "folder of the embedded machine to work on");
+    app.add_option("--wait", options.wait, "seconds to wait for another setup (default: 120)")
+        ->check(CLI::Range(0u, 86400u));
+    // The options of the program may stand behind a command, too.
+    app.fallthrough();
     AddInstall(app, options, run);
     AddUninstall(app, options, run);
     AddUpgradeCheck(app, options, run);

@@ -12,6 +12,8 @@ struct Following;
 }  // namespace records
 class Watch;
 
+inline constexpr char kVersion[] = "kvsetup 1.0.0";
+
 struct Options {
     std::string machine;      // empty: the machine of the environment
     std::string source;       // as the user wrote it
@@ -21,6 +23,7 @@ struct Options {
     std::string log;          // empty: the default beside Program Files
     std::string drivingHost;  // empty: a local setup
     bool yes = false;
+    unsigned wait = 120;  // seconds to wait for another setup
     bool json = false;
     bool keep = false;    // a setup that fails leaves what it has done
     bool resume = false;  // goes on with the setup that was interrupted, or with the backup of an upgrade

@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr unsigned kPatience = 120;  // seconds to wait for another setup
-
 void RequireNobodyElse(const host::SetupLock& lock) {
     if (!CCurrentUser::IsAdministrator())
         throw Failure{kNotAllowed, "taking back needs administrator rights; run it as an administrator"};
@@ -37,7 +35,7 @@ int TakeBack(const records::Found& found, const Options& options) {
 }
 
 int RecoverCommand(const Options& options) {
-    const host::SetupLock lock(kPatience);
+    const host::SetupLock lock(options.wait);
     RequireNobodyElse(lock);
     records::Sweep();
     for (const records::Found& found : records::All()) {
@@ -50,7 +48,7 @@ int RecoverCommand(const Options& options) {
 }
 
 int UndoCommand(const Options& options) {
-    const host::SetupLock lock(kPatience);
+    const host::SetupLock lock(options.wait);
     RequireNobodyElse(lock);
     const std::vector<records::Found> all = records::All();
     if (all.empty()) throw Failure{kNothingToDo, "no setup is on record on this machine"};

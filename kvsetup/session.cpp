@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
+#include <utility>
 
 #include "instalib/command_line.h"
 #include "instalib/computer.h"
+#include "instalib/current_user.h"
 #include "instalib/installed_products.h"
 #include "instalib/log.h"
 #include "instalib/probes.h"
@@ -222,6 +225,7 @@ Json DescribeDecided(Session& session) {
 }  // namespace
 
 void Session::Log(const std::string& line) {
+    if (!head.empty()) Log(std::exchange(head, ""));
     static char format[] = "%s";
     // A line of the setup log holds 511 characters.
     const std::string text = line.substr(0, 511);
@@ -274,6 +278,21 @@ std::string Taken(Session& session) {
     return text;
 }
 
+// Who does what. The command line of another product's uninstaller may hold secrets; no other option does.
+std::string Head(const Options& options) {
+    CCurrentUser user;
+    std::string head = std::string(kVersion) + " on " + static_cast<const char*>(CComputer().Name()) + ", " +
+                       user.GetDomain() + '\\' + user.GetUser() + ':';
+    constexpr std::string_view kUninstaller = "--uninstaller";
+    bool isSecret = false;
+    for (const std::string& argument : options.arguments) {
+        const bool isWithValue = argument.starts_with(std::string(kUninstaller) + '=');
+        head += ' ' + (isSecret ? "..." : isWithValue ? std::string(kUninstaller) + "=..." : argument);
+        isSecret = argument == kUninstaller;
+    }
+    return head;
+}
+
 }  // namespace
 
 std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall) {
@@ -287,6 +306,7 @@ std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall) {
     if (!isAlike)
         throw Failure{kBadInput,
                       "medium, answers or registry could not be read: two looks at them differ; try it again"};
+    session->head = Head(options);
     session->watch = options.watch;
     if (options.watch != nullptr) options.watch->Begin(*session);
     return session;

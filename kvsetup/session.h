@@ -14,6 +14,7 @@ struct Session {
     std::string source;   // the medium's folder with its final backslash; empty for a removal without a medium
     std::string answers;  // the response file; empty without one
     std::string log;
+    std::string head;       // the line that begins this run's part of the log
     std::string productId;  // under which the product is registered
     WORD version = 0;       // of the medium, 0 when its version library does not tell
     WORD build = 0;

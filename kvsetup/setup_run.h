@@ -8,8 +8,6 @@
 #include "kvsetup/host.h"
 #include "kvsetup/session.h"
 
-constexpr unsigned kPatience = 120;  // seconds to wait for another setup
-
 // Each throws a Failure that says what is missing.
 void RequireAdministrator();
 void RequireHeld(const host::SetupLock& lock);

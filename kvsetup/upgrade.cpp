@@ -225,7 +225,7 @@ int RunUpgrade(const Options& options) {
     if (!options.yes && options.answers.empty() && (options.json || !host::IsTerminal(host::Stream::Input))) {
         throw Failure{kCancelled, "there is nobody to ask; run with --yes or --answers"};
     }
-    const host::SetupLock lock(kPatience);
+    const host::SetupLock lock(options.wait);
     RequireHeld(lock);
     RequireAdministrator();
     records::TakeBackUnfinished(options.json);

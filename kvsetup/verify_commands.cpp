@@ -128,7 +128,7 @@ Json Repair(const std::string& product, const std::vector<std::string>& files, c
 }
 
 int RepairCommand(const Options& options) {
-    const host::SetupLock lock(kPatience);
+    const host::SetupLock lock(options.wait);
     RequireHeld(lock);
     RequireAdministrator();
     records::TakeBackUnfinished(options.json);

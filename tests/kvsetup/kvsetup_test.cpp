@@ -144,6 +144,17 @@ TEST_F(KvsetupRun, JsonIsOneObjectHoweverItEnds) {
     EXPECT_EQ(done["product"]["registeredAs"], "ClientAgentNT");
 }
 
+TEST_F(KvsetupRun, ASecondSetupWaitsAsLongAsItIsToldAndSaysSo) {
+    const HANDLE mutex = CreateMutexA(nullptr, TRUE, "Global\\KvsetupRunning");
+    const RunResult waiting = Run("undo --yes --wait 1"), refused = Run("--wait 0 undo --yes");
+    ReleaseMutex(mutex);
+    CloseHandle(mutex);
+    EXPECT_EQ(waiting.exitCode, 8);
+    EXPECT_THAT(waiting.errors, HasSubstr("waits for it, at most 1 seconds"));
+    EXPECT_EQ(refused.exitCode, 8);
+    EXPECT_TRUE(refused.SaysInOneLine("another setup")) << refused.errors;
+}
+
 TEST_F(KvsetupRun, ANewerProductIsNotReplaced) {
     TestBytes record(49);
     record[8] = 0;
