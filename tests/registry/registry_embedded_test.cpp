@@ -1,17 +1,23 @@
-// What only the embedded machine can show: other machines, calls that fail, keys that may not be deleted, a service's
-// state, double-byte paths.
-#include <algorithm>
+// What only the embedded machine can show: other machines, other processes, calls that fail, keys that may not be
+// deleted, a service's state, double-byte paths.
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <set>
+
+#include "instalib/log.h"
 #include "platform/embedded/control/services.h"
 #include "platform/embedded/control/system.h"
 #include "tests/registry/registry_fixture.h"
+#include "tests/support/faults.h"
+#include "tests/support/sddl.h"
 
 namespace {
 
 namespace control = embedded::control;
 using control::CallKind;
 using testing::Contains;
-using testing::ElementsAre;
 using testing::Pair;
 
 class RemoteRegistry : public RegistryTest {
@@ -40,17 +46,15 @@ TEST_F(RemoteRegistry, ReadsGoThereAndWritesStayHere) {
     SetText(Other(), kAlert, "CurrentBuildNumber", "34");
     CSettings settings = ServerSettings();
     CHalvRegistry object(settings, 0, s_other);
-    EXPECT_STREQ(object.GetKorvaultHomeDir(), "D:\\there");
-    EXPECT_EQ(object.GetAlertBuildNumber(), 34u);
+    EXPECT_EQ(Told(object.GetKorvaultHomeDir(), object.GetAlertBuildNumber()), "D:\\there|34");
     EXPECT_EQ(object.SetKorvaultHomeDir(), 1);
-    EXPECT_EQ(GetText(Other(), kBase + "\\Path", "HOME"), "D:\\there");
-    EXPECT_EQ(Get(kBase + "\\Path", "HOME"), "C:\\P");
+    EXPECT_EQ(Told(GetText(Other(), kBase + "\\Path", "HOME"), Get(kBase + "\\Path", "HOME")), "D:\\there|C:\\P");
 }
 
 TEST_F(RemoteRegistry, RemotesThirtyTwoBitViewComesFirstWhereThereIsOne) {
     CHalvRegistry object(0, s_other);
     const auto build = [&](const std::string& key, const char* name, WORD number) {
-        PlantRecord(Other(), key, name, Record(0x0606, number));
+        PlantRecord(key, name, Record(0x0606, number), Other());
         return *name == 'Q' ? object.GetBuildNumber_QMC(name) : object.GetBuildNumber(name);
     };
     EXPECT_EQ(build(kView32 + "\\Products", "X", 32), 32);
@@ -153,7 +157,7 @@ class RegistryFaults : public RegistryTest, public testing::WithParamInterface<O
         for (const char* number : {"1", "2"}) Put(kSnmpAgents, number, "A");
         Halv::SetAlertHomeDir("C:\\A");
         Halv::SetEnvironmentVariableA("CATPATH", "x");
-        SetNumber(kWindows + "SharedDLLs", "x", 3);
+        SetNumber(kSharedDlls, "x", 3);
         Halv::AddKorvaultKey("Sub");
     }
 };
@@ -181,27 +185,19 @@ const Operation kOperations[] = {
     {"RightsByMemoryCall", &RegistryFaults::AccessRights, "", false, CallKind::Memory},
 };
 
-// Runs the operation until its n-th call of the kind does not come any more.
 TEST_P(RegistryFaults, FailedCallIsReportedAndNothingStaysOpen) {
     const Operation& operation = GetParam();
-    for (unsigned n = 1; n < 100; ++n) {
+    const auto prepare = [&] {
         Prepare();
         control::ExemptCall(operation.ignored);
         control::ExemptCall("RegCloseKey");  // a close that fails has still closed
-        const std::size_t open = control::OpenCount();
-        control::FailCall(operation.kind, n, ERROR_NOT_ENOUGH_MEMORY);
-        SetLastError(0xdeadbeef);
-        const int result = operation.run();
-        const DWORD error = GetLastError();
-        const bool fired = control::FaultFired();
-        SCOPED_TRACE(control::FaultedCall());
-        control::ClearFault();
-        EXPECT_EQ(control::OpenCount(), open);
-        EXPECT_EQ(result, fired ? 0 : 1);
-        if (!fired) return;
-        EXPECT_EQ(error, operation.search && error != 0xdeadbeef ? error : DWORD(ERROR_NOT_ENOUGH_MEMORY));
-    }
-    FAIL() << "the operation never ran to its end";
+    };
+    const auto check = [&](int result, DWORD error, const std::string& call) {
+        EXPECT_EQ(result, call.empty());
+        if (call.empty() || (operation.search && error != 0xdeadbeef)) return;
+        EXPECT_EQ(error, DWORD(ERROR_NOT_ENOUGH_MEMORY));
+    };
+    ForEachFault(operation.kind, ERROR_NOT_ENOUGH_MEMORY, operation.run, check, false, prepare);
 }
 
 INSTANTIATE_TEST_SUITE_P(, RegistryFaults, testing::ValuesIn(kOperations), kCaseName);
@@ -209,41 +205,33 @@ INSTANTIATE_TEST_SUITE_P(, RegistryFaults, testing::ValuesIn(kOperations), kCase
 // A whole operation with one of its registry calls failing, the n-th once or all from the n-th on.
 class WholeProductFaults : public RegistryTest {
   protected:
-    static void ForEachFault(bool persistent, const auto& prepare, const auto& run, const auto& check) {
-        for (unsigned n = 1;; ++n) {
-            ASSERT_LT(n, 500u);
-            Make(kSnmpAgents);
-            CSettings settings = ServerSettings();
-            settings.UninstallKorvault(1);
-            prepare(settings);
-            CHalvRegistry object(settings, 0, nullptr);
-            control::ExemptCall("RegCloseKey");
-            control::FailCall(CallKind::Registry, n, ERROR_NOT_ENOUGH_MEMORY, persistent);
-            const int result = run(object);
-            const DWORD error = GetLastError();
-            const bool fired = control::FaultFired();
-            SCOPED_TRACE(control::FaultedCall() + " " + std::to_string(n));
-            control::ClearFault();
-            EXPECT_EQ(control::OpenReport(), "");
-            check(result, error, fired);
-            if (!fired) return;
-        }
+    void SetUp() override {
+        RegistryTest::SetUp();
+        Make(kSnmpAgents);
+        m_settings.UninstallKorvault(1);
     }
+    void Write() { EXPECT_EQ(Writer(m_settings).Write(), 1); }
+    void ForEachCall(int (Halv::*run)(), bool persistent, const auto& prepare, const auto& check) {
+        CHalvRegistry object = Writer(m_settings);
+        ForEachFault(
+            CallKind::Registry, ERROR_NOT_ENOUGH_MEMORY, [&] { return (object.*run)(); }, check, persistent,
+            [&] { Make(kSnmpAgents), prepare(), control::ExemptCall("RegCloseKey"); });
+    }
+
+  private:
+    CSettings m_settings = ServerSettings();
 };
 
 TEST_F(WholeProductFaults, WriteLosesNoMoreThanTheStepThatFailed) {
-    std::size_t whole = 0;
-    const auto write = [](CHalvRegistry& object) { return object.Write(); };
-    const auto prepare = [&](CSettings& settings) {
-        EXPECT_EQ(whole == 0 ? CHalvRegistry(settings, 0, nullptr).Write() : 1, 1);
-        whole = std::max(whole, List(kBase).size());
-        Remove(kBase);
-    };
-    ForEachFault(false, prepare, write, [&](int result, DWORD error, bool fired) {
+    Write();
+    const std::size_t whole = List(kBase).size();
+    const auto check = [&](int result, DWORD error, const std::string& call) {
         EXPECT_EQ(error, result == 0 ? DWORD(ERROR_NOT_ENOUGH_MEMORY) : error);
         EXPECT_GE(List(kBase).size() + 2, whole) << "one value, and its key when it is the only one there";
-        EXPECT_TRUE(fired || result == 1);
-    });
+        EXPECT_TRUE(!call.empty() || result == 1);
+    };
+    ForEachCall(
+        &Halv::Write, false, [] { Remove(kBase); }, check);
 }
 
 TEST_F(WholeProductFaults, RemovalNeverTakesWhatBelongsToOthers) {
@@ -251,39 +239,34 @@ TEST_F(WholeProductFaults, RemovalNeverTakesWhatBelongsToOthers) {
     for (const std::string& key :
          {kProfile + "\\" + kVendor + "\\Neighbour", kFormer + "\\Korvault", kRoot + "\\dbaora",
           kListOfProducts + "\\Other", kSnmpAgents, kEnvironment, kAlert, kProducts, kWindows + "Uninstall\\Other",
-          kWindows + "Shell Extensions\\Approved", kWindows + "SharedDLLs"}) {
+          kWindows + "Shell Extensions\\Approved", kSharedDlls}) {
         Put(key, "7", "another product's");
     }
     SetText(HKEY_CLASSES_ROOT, "Drive\\shellex\\ContextMenuHandlers\\{other}", "", "x");
     const auto machine = [] {
-        Lines lines = List("SOFTWARE");
-        for (const Lines& more : {List("SYSTEM"), List("SOFTWARE", HKEY_CURRENT_USER)})
-            lines.insert(lines.end(), more.begin(), more.end());
-        std::sort(lines.begin(), lines.end());
+        std::multiset<std::string> lines;
+        for (const Lines& more : {List("SOFTWARE"), List("SYSTEM"), List("SOFTWARE", HKEY_CURRENT_USER)})
+            lines.insert(more.begin(), more.end());
         return lines;
     };
-    const Lines before = machine();
-    const auto write = [](CSettings& settings) {
-        EXPECT_EQ(CHalvRegistry(settings, 0, nullptr).Write(), 1);
+    const auto before = machine();
+    const auto check = [&](int result, DWORD, const std::string&) {
+        const auto after = machine();
+        Lines lost;
+        std::set_difference(before.begin(), before.end(), after.begin(), after.end(), std::back_inserter(lost));
+        EXPECT_EQ(result, 1);
+        EXPECT_THAT(lost, testing::IsEmpty());
+    };
+    const auto prepare = [&] {
+        Write();
         for (const char* name : {"\\Base\\Admin\\x", "\\OldProducts", "\\Reactivon\\y"}) Make(kRoot + name);
     };
-    for (const bool persistent : {false, true}) {
-        for (int (CHalvRegistry::*remove)() : {&CHalvRegistry::Delete, &CHalvRegistry::DeleteDynamicKey}) {
-            ForEachFault(
-                persistent, write, [&](CHalvRegistry& object) { return (object.*remove)(); },
-                [&](int result, DWORD, bool) {
-                    const Lines after = machine();
-                    Lines lost;
-                    std::set_difference(before.begin(), before.end(), after.begin(), after.end(),
-                                        std::back_inserter(lost));
-                    EXPECT_EQ(result, 1);
-                    EXPECT_THAT(lost, testing::IsEmpty());
-                });
-        }
-    }
+    for (const bool persistent : {false, true})
+        for (const auto remove : {&Halv::Delete, &Halv::DeleteDynamicKey})
+            ForEachCall(remove, persistent, prepare, check);
 }
 
-class RegistryOnMachine : public RegistryTest {};
+using RegistryOnMachine = RegistryTest;
 
 TEST_F(RegistryOnMachine, SnmpServiceIsStartedAfterItsListHasChangedAndOnlyThen) {
     const ServiceHandle manager(OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
@@ -320,7 +303,7 @@ TEST_F(RegistryOnMachine, SecondByteOfACharacterIsNoBackslash) {
     ASSERT_TRUE(control::SetCodePage(932));
     CSettings settings = ServerSettings();
     settings.ClientAgentPath("C:\\\x83\x5C");
-    EXPECT_EQ(CHalvRegistry(settings, 0, nullptr).SetClientAgentHomeDir(), 1);
+    EXPECT_EQ(Writer(settings).SetClientAgentHomeDir(), 1);
     EXPECT_EQ(Get(kRoot + "\\ClientAgent\\Common", "Path"), "C:\\\x83\x5C");
     EXPECT_EQ(Halv::SetKorvaultShellExtension("C:\\\x83\x5C"), 1);
     EXPECT_EQ(GetText(HKEY_CLASSES_ROOT, "CLSID\\" + kClsid + "\\InProcServer32", ""), "C:\\\x83\x5C\\KSHELL.DLL");
@@ -336,15 +319,108 @@ TEST_F(RegistryTest, EmptyingStopsAtTheFirstKeyThatMayNotGo) {
     {
         RegistryKey key;
         ASSERT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, (kScratch + "\\b").c_str(), 0, KEY_ALL_ACCESS, key.Receive()), 0);
-        PSECURITY_DESCRIPTOR readOnly = nullptr;
-        ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorA("D:P(A;;KR;;;WD)", 1, &readOnly, nullptr));
-        const LocalBuffer owner(readOnly);
-        ASSERT_EQ(RegSetKeySecurity(key.Get(), DACL_SECURITY_INFORMATION, readOnly), 0);
+        ASSERT_EQ(RegSetKeySecurity(key.Get(), DACL_SECURITY_INFORMATION, Sddl("D:P(A;;KR;;;WD)").Get()), 0);
     }
     EXPECT_TRUE(FailsWith(ERROR_ACCESS_DENIED, CHalvRegistry::DeleteSubKeys(HKEY_LOCAL_MACHINE, kScratch.c_str())));
-    EXPECT_FALSE(Has(kScratch + "\\a"));
-    EXPECT_TRUE(Has(kScratch + "\\b"));
-    EXPECT_TRUE(Has(kScratch + "\\c")) << "what comes behind is not tried";
+    EXPECT_THAT(List(kScratch), testing::ElementsAre("[b]", "[c]")) << "what comes behind is not tried";
+}
+
+// So many processes at once, each taking the step 50 times; in how many of them every one succeeded.
+int InProcesses(int count, int (*step)()) {
+    std::vector<pid_t> children;
+    for (int i = 0; i < count; ++i) {
+        if (children.emplace_back(fork()) != 0) continue;
+        int done = 0;
+        for (int n = 0; n < 50; ++n) done += step() != 0;
+        _exit(done == 50 ? 0 : 1);
+    }
+    return int(std::count_if(children.begin(), children.end(), [](pid_t child) {
+        int status = 0;
+        return waitpid(child, &status, 0) == child && status == 0;
+    }));
+}
+
+TEST_F(RegistryOnMachine, CountsAndLogLinesOfManyProcessesAreAllThere) {
+    EXPECT_EQ(InProcesses(4, [] { return Halv::IncrementSharedDLLCount("x", 0); }), 4);
+    EXPECT_EQ(GetNumber(kSharedDlls, "x"), 200);
+    const auto write = [] {
+        char format[] = "line";
+        return CLog::Write("C:\\TEST\\crowd.log", format);
+    };
+    EXPECT_EQ(InProcesses(8, write), 8);
+    const std::string text = ReadBytes("C:\\TEST\\crowd.log");
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 400);
+}
+
+TEST_F(RegistryOnMachine, SharedFileIsInUseWhenItsCountCannotBeLoweredOrRead) {
+    SetNumber(kSharedDlls, "x", 3);
+    for (const auto& [call, left] : {std::pair{3u, 2u}, {2u, 1u}}) {  // open, read, write
+        control::FailCall(CallKind::Registry, call, ERROR_ACCESS_DENIED);
+        EXPECT_EQ(Halv::DecrementSharedDLLCount("x"), left) << control::FaultedCall();
+        EXPECT_EQ(GetLastError(), DWORD(ERROR_ACCESS_DENIED)) << control::FaultedCall();
+    }
+    control::ClearFault();
+    EXPECT_EQ(GetNumber(kSharedDlls, "x"), 3);
+}
+
+TEST_F(RegistryOnMachine, ToolLibraryGetsWholeNamesOrNone) {
+    ASSERT_TRUE(control::SetCodePage(932));
+    PlaceLibrary("HSTOOL_ACCOUNT.DLL", Folder() + "\\HSTOOL.DLL");
+    CSettings settings = ServerSettings();
+    settings.SystemAccountDomain("X");
+    const auto hand = [&](const std::string& name) {
+        Remove(kScratch);
+        settings.SystemAccountName(name.c_str());
+        EXPECT_EQ(Writer(settings).SetKorvaultUser(), 1);
+        return Told(Get(kScratch, "domain"), Get(kScratch, "name"));
+    };
+    EXPECT_EQ(hand("\x83\x5Cname"), "X|\x83\x5Cname") << "the second byte of a character is no separator";
+    EXPECT_EQ(hand("D\x83\x5C\\u"), "D\x83\x5C|u");
+    EXPECT_EQ(hand(std::string(63, 'n')), "X|" + std::string(63, 'n'));
+    EXPECT_EQ(hand(std::string(64, 'n')), "<none>|<none>");
+    EXPECT_THAT(ReadBytes(Folder() + "\\setup.log"), testing::HasSubstr("longer than 63 bytes"));
+}
+
+TEST_F(RegistryOnMachine, ValueThatIsTooLongEverywhereTellsWhatItNeeds) {
+    const std::string older = std::string(Halv::m_sOldKorvaultBaseKey) + "\\Path";
+    SetRaw(kBase + "\\Path", "HOME", REG_SZ, {'C', ':', '\\', 'L', 'O', 'N', 'G'});
+    Put(older, "HOME", "C:\\VERYLONG");
+    char home[8];
+    DWORD size = 4;
+    EXPECT_TRUE(FailsWith(ERROR_MORE_DATA, Halv::GetKorvaultHomeDir(home, &size, nullptr)));
+    EXPECT_EQ(size, 8u) << "stored without its terminator";
+    EXPECT_EQ(Halv::GetKorvaultHomeDir(home, &size, nullptr), 1);
+    EXPECT_STREQ(home, "C:\\LONG");
+    Put(older, "HOME", "C:");
+    const auto read = [](char* buffer, DWORD* room) { return Halv::GetKorvaultHomeDir(buffer, room, nullptr); };
+    EXPECT_EQ(Filled(read, 4), "1|C:") << "the search goes on";
+}
+
+TEST_F(RegistryOnMachine, AgentsNamesHaveNoCaseInAnyAlphabet) {
+    Put(kRoot + "\\DBA\xC4GENT2", "dll", "C:\\A\\x.dll");
+    EXPECT_EQ(AgentsDirectory("dba\xE4gent", 1), "1|C:\\A");
+}
+
+// Each operation with its call of this name failing, and all after it.
+TEST_F(RegistryOnMachine, UnknownVersionOrNameOfTheMachineIsAFailure) {
+    const auto fails = [](const std::string& name, auto operation) {
+        bool made = false;
+        const auto check = [&](int result, DWORD, const std::string& call) {
+            if (call == name) {
+                EXPECT_EQ(result, 0);
+            }
+            made = made || call == name;
+        };
+        ForEachFault(CallKind::System, ERROR_NOT_ENOUGH_MEMORY, operation, check, true);
+        EXPECT_TRUE(made) << name;
+    };
+    fails("GetVersionExA", [] { return Halv::CreateUninstallKey("X", "x", "y"); });
+    fails("GetVersionExA", [] { return Halv::SetKorvaultShellExtension("C:\\P"); });
+    EXPECT_EQ(Halv::SetKorvaultShellExtension(static_cast<const char*>(nullptr)), 0);
+    fails("GetComputerNameA", [] {
+        Put(kEnvironment, "RNNAME", "KEPT");
+        return Writer().SetKorvaultEnvironmentVariables() != 0 || Get(kEnvironment, "RNNAME") != "KEPT";
+    });
 }
 
 }  // namespace

@@ -88,10 +88,6 @@ TestBytes RegistryTest::BytesOf(const tagProductStruct& record) {
     return TestBytes(bytes, bytes + sizeof record);
 }
 
-void RegistryTest::PlantRecord(HKEY root, const std::string& key, const char* name, const tagProductStruct& record) {
-    SetRaw(root, key, name, REG_BINARY, BytesOf(record));
-}
-
 Lines RegistryTest::List(const std::string& key, HKEY root) {
     Lines lines;
     ListInto(root, key, "", lines);

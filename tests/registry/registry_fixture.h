@@ -23,6 +23,7 @@ inline const std::string kSnmpAgents = kServices + "SNMP\\Parameters\\ExtensionA
 inline const std::string kEventSources = kServices + "EventLog\\Application\\";
 inline const std::string kEnvironment = "SYSTEM\\CurrentControlSet\\Control\\Session Manager\\Environment";
 inline const std::string kWindows = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\";
+inline const std::string kSharedDlls = kWindows + "SharedDLLs";
 inline const std::string kProfile = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList\\S-1-5-21-1-2-3-1000";
 inline const std::string kClsid = "{e72925c0-b105-11cf-906f-0080d8001326}";
 
@@ -42,14 +43,27 @@ class RegistryTest : public FreshMachine {
 
     void SetUp() override;
 
-    // A main server product with manager and server, in C:\P, its alert service in C:\A.
+    // A main server product with manager and server, in C:\P, its alert service in C:\A; an object that writes it.
     static CSettings ServerSettings(LONG productType = 133, int copyOnlyMode = 0);
+    static CHalvRegistry Writer(CSettings settings = ServerSettings()) { return CHalvRegistry(settings, 0, nullptr); }
     static tagProductStruct Record(WORD version, WORD build);
-    static void PlantRecord(HKEY root, const std::string& key, const char* name, const tagProductStruct& record);
-    static void PlantRecord(const std::string& key, const char* name, const tagProductStruct& record) {
-        PlantRecord(HKEY_LOCAL_MACHINE, key, name, record);
+    static void PlantRecord(Key key, const char* name, const tagProductStruct& record, HKEY root = HKEY_LOCAL_MACHINE) {
+        SetRaw(root, key, name, REG_BINARY, BytesOf(record));
     }
     static TestBytes BytesOf(const tagProductStruct& record);
+    // What a call that fills a text buffer of this size answers, then the text.
+    template <class Read>
+    static std::string Filled(Read read, DWORD size = 64) {
+        char buffer[64] = "old";
+        const int result = read(buffer, &size);
+        return Told(result, buffer);
+    }
+    static std::string AgentsDirectory(const char* agent, int current, DWORD room = 64) {
+        const auto read = [&](char* buffer, DWORD* size) {
+            return Halv::GetDBAgentHomeDir(agent, buffer, size, current, nullptr);
+        };
+        return Filled(read, room);
+    }
     // Everything below a key, one line a key ("[path]") or value ("path name type text", "?" behind a text without its
     // terminator), paths relative to the key; the values of a key sorted.
     static Lines List(const std::string& key, HKEY root = HKEY_LOCAL_MACHINE);

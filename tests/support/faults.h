@@ -6,11 +6,14 @@
 #include "tests/support/fresh_machine.h"
 
 // Runs an operation with its first call of the kind failing, then its second and so on (`persistent`: all from that one
-// on), until it has run through. Nothing may stay open. `check` gets each result, the last error and the name of the
-// call that failed, empty at the run without one.
-template <class Run, class Check>
-void ForEachFault(embedded::control::CallKind kind, DWORD error, Run run, Check check, bool persistent = false) {
+// on), until it has run through; `prepare` comes before each. Nothing may stay open. `check` gets each result, the last
+// error and the name of the call that failed, empty at the run without one.
+constexpr auto kNothingToPrepare = [] {};
+template <class Run, class Check, class Prepare = decltype(kNothingToPrepare)>
+void ForEachFault(embedded::control::CallKind kind, DWORD error, Run run, Check check, bool persistent = false,
+                  Prepare prepare = {}) {
     for (unsigned n = 1; n < 10000; ++n) {
+        prepare();
         embedded::control::FailCall(kind, n, error, persistent);
         SetLastError(0xdeadbeef);
         const int result = run();

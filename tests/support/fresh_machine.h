@@ -9,8 +9,10 @@
 
 #include <filesystem>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/handles.h"
@@ -28,6 +30,16 @@ inline constexpr auto kCaseName = [](const auto& tested) {
     else
         return std::string(tested.param.what);
 };
+
+// What a case has answered and left, "|" between its parts, so that one comparison checks a case and a failure shows
+// all of it. Parts are numbers and texts; calls whose order matters are made before.
+template <class... Parts>
+std::string Told(const Parts&... parts) {
+    std::ostringstream text;
+    const char* separator = "";
+    ((text << std::exchange(separator, "|") << parts), ...);
+    return text.str();
+}
 
 // Whether a call has failed (answered 0, FALSE or nothing) and left this last error.
 template <class Result>

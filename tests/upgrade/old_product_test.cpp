@@ -211,7 +211,7 @@ TEST_F(OldProduct, EveryOlderGenerationKeepsItsSettings) {
         Remove(kVendor);
         Remove(kFormer);
         tagProductStruct record = Record(0x0B01, 4000);
-        PlantRecord(HKEY_LOCAL_MACHINE, generation.products, "Agent", record);
+        PlantRecord(generation.products, "Agent", record);
         Put(generation.root + "\\Settings\\A\\Deep\\Deeper", "v", "1");
         SetNumber(HKEY_LOCAL_MACHINE, generation.root + "\\Settings\\A", "n", 5);
         Put(generation.root + "\\Settings", "Version", "old");

@@ -44,7 +44,7 @@ class UpgradeTest : public RegistryTest {
                         const char* name = "Agent") {
         tagProductStruct record = Record(version, build);
         record.cSubType = static_cast<signed char>(subType);
-        PlantRecord(root, kProducts, name, record);
+        PlantRecord(kProducts, name, record, root);
     }
     static std::string File() { return std::string(kMedium) + "\\setup.inf"; }
     static void ClearTrace() { WriteBytes("C:\\TEST\\Upgrade_Instalib.log", ""); }

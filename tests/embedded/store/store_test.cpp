@@ -64,6 +64,16 @@ class StoreTest : public FreshMachine {
         LetGo();
         ASSERT_TRUE(control::UseMachine(MachineFolder()));
     }
+    // Puts other bytes in the file's place while nobody has it open.
+    void Exchange(const std::string& bytes) {
+        LetGo();
+        Replace(File(), bytes);
+        ASSERT_TRUE(control::UseMachine(MachineFolder()));
+    }
+    // "V1_23"
+    static std::string Numbered(char letter, int writer, DWORD i) {
+        return letter + std::to_string(writer) + '_' + std::to_string(i);
+    }
     static LONG SetNumberResult(DWORD number, const std::string& name) {
         RegistryKey key;
         const LONG error =
@@ -94,18 +104,14 @@ TEST_F(StoreTest, WritersOfSeveralProcessesLoseNothing) {
     for (int writer = 0; writer < 4; ++writer) {
         children.push_back(Start([writer] {
             for (DWORD i = 0; i < 300; ++i) {
-                if (SetNumberResult(i, 'V' + std::to_string(writer) + "_" + std::to_string(i)) != 0) return 1;
+                if (SetNumberResult(i, Numbered('V', writer, i)) != 0) return 1;
             }
             return 0;
         }));
     }
     for (const pid_t child : children) EXPECT_EQ(Wait(child), 0);
     for (int writer = 0; writer < 4; ++writer) {
-        for (DWORD i = 0; i < 300; ++i) {
-            ASSERT_EQ(
-                GetNumber(HKEY_LOCAL_MACHINE, kKey, ('V' + std::to_string(writer) + "_" + std::to_string(i)).c_str()),
-                i);
-        }
+        for (DWORD i = 0; i < 300; ++i) ASSERT_EQ(GetNumber(kKey, Numbered('V', writer, i).c_str()), i);
     }
 }
 
@@ -148,16 +154,12 @@ TEST_F(StoreTest, TornEndIsDroppedAndWritingGoesOn) {
     SetText(HKEY_LOCAL_MACHINE, kKey, "Torn", std::string(200, 'x'));
     const std::string after = Contents(File());
     for (std::size_t size = before.size(); size <= after.size(); ++size) {
-        LetGo();
-        Replace(File(), before.substr(0, kHeader) + after.substr(kHeader, size - kHeader));
-        ASSERT_TRUE(control::UseMachine(MachineFolder()));
+        Exchange(before.substr(0, kHeader) + after.substr(kHeader, size - kHeader));
         ASSERT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kKey, "Kept"), 1);
         ASSERT_EQ(GetText(HKEY_LOCAL_MACHINE, kKey, "Torn").size(), size == after.size() ? 200u : strlen("<none>"));
     }
     for (const std::string& tail : {std::string(5000, '\0'), std::string(300, 'x')}) {
-        LetGo();
-        Replace(File(), before + tail);  // a power cut kept the length and not the bytes
-        ASSERT_TRUE(control::UseMachine(MachineFolder()));
+        Exchange(before + tail);  // a power cut kept the length and not the bytes
         ASSERT_EQ(SetNumberResult(2, "Behind"), 0);
         Reopen();
         EXPECT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kKey, "Kept"), 1);
@@ -168,14 +170,12 @@ TEST_F(StoreTest, TornEndIsDroppedAndWritingGoesOn) {
 // What is written under one lock is there as a whole or, when the process dies in between, not at all.
 TEST_F(StoreTest, AStepThatDiesHalfWayHasChangedNothing) {
     const std::shared_ptr<embedded::Store> store = embedded::Store::Open(MachineFolder() / "registry");
-    const pid_t child = fork();
-    if (child == 0) {
+    Wait(Start([&] {
         const embedded::Store::Lock lock(*store);
         store->WriteNumber("META\\Step", "First", 1);
         store->WriteNumber("META\\Step", "Second", 2);
-        kill(getpid(), SIGKILL);
-    }
-    waitpid(child, nullptr, 0);
+        return kill(getpid(), SIGKILL);
+    }));
     EXPECT_FALSE(store->KeyExists("META\\Step"));
     {
         const embedded::Store::Lock lock(*store);
@@ -359,9 +359,7 @@ TEST_F(DamagedMachineTest, EveryCallFailsWhenItHappensMeanwhile) {
         fs::resize_file(File(), size);
         ExpectEveryCallFails();
         EXPECT_EQ(fs::file_size(File()), size);
-        LetGo();
-        Replace(File(), whole);
-        ASSERT_TRUE(control::UseMachine(MachineFolder()));
+        Exchange(whole);
         EXPECT_EQ(SetNumberResult(1, "New"), 0);
     }
 }
@@ -377,7 +375,7 @@ TEST_F(StoreTest, FoldingDisturbsNobody) {
             const std::string data(60000, char('a' + writer));
             for (int i = 0; i < 200; ++i) {
                 SetText(HKEY_LOCAL_MACHINE, kKey, ("Big" + std::to_string(writer)).c_str(), data);
-                if (SetNumberResult(DWORD(i), 'N' + std::to_string(writer) + "_" + std::to_string(i)) != 0) return 1;
+                if (SetNumberResult(DWORD(i), Numbered('N', writer, DWORD(i))) != 0) return 1;
             }
             return 0;
         }));
@@ -391,9 +389,7 @@ TEST_F(StoreTest, FoldingDisturbsNobody) {
     for (const pid_t writer : writers) EXPECT_EQ(Wait(writer), 0);
     EXPECT_LT(fs::file_size(File()), 20u * 1024 * 1024) << "24 megabytes were written: nothing was folded";
     for (int reopened = 0; reopened < 2; ++reopened) {
-        for (DWORD i = 0; i < 200; ++i) {
-            ASSERT_EQ(GetNumber(HKEY_LOCAL_MACHINE, kKey, ("N1_" + std::to_string(i)).c_str()), i);
-        }
+        for (DWORD i = 0; i < 200; ++i) ASSERT_EQ(GetNumber(kKey, Numbered('N', 1, i).c_str()), i);
         early.Reset();
         Reopen();
     }
@@ -465,45 +461,35 @@ TEST_P(StoreScaling, StepsStayCheapInALargeKey) {
     EXPECT_LT(best, 6) << "a step that looks at every entry would be 16 times as long";
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Steps, StoreScaling,
-    testing::Values(Growth{"DeleteKeyAtIndexZero", MakeKeys,
-                           [](HKEY key, int) {
-                               char name[32] = "";
-                               DWORD size = sizeof name;
-                               ASSERT_EQ(RegEnumKeyExA(key, 0, name, &size, nullptr, nullptr, nullptr, nullptr), 0);
-                               ASSERT_EQ(RegDeleteKeyA(key, name), 0);
-                           }},
-                    Growth{"EnumerateKeysByIndex", MakeKeys,
-                           [](HKEY key, int index) {
-                               char name[32] = "";
-                               DWORD size = sizeof name;
-                               ASSERT_EQ(
-                                   RegEnumKeyExA(key, DWORD(index), name, &size, nullptr, nullptr, nullptr, nullptr),
-                                   0);
-                           }},
-                    Growth{"DeleteValueAtIndexZero", MakeValues,
-                           [](HKEY key, int) {
-                               char name[32] = "";
-                               DWORD size = sizeof name;
-                               ASSERT_EQ(RegEnumValueA(key, 0, name, &size, nullptr, nullptr, nullptr, nullptr), 0);
-                               ASSERT_EQ(RegDeleteValueA(key, name), 0);
-                           }},
-                    Growth{"CreateKey", MakeKeys,
-                           [](HKEY key, int index) {
-                               RegistryKey made;
-                               ASSERT_EQ(RegCreateKeyExA(key, ("New" + std::to_string(index)).c_str(), 0, nullptr, 0,
-                                                         KEY_READ, nullptr, made.Receive(), nullptr),
-                                         0);
-                           }},
-                    Growth{"QueryInfo", MakeKeys,
-                           [](HKEY key, int) {
-                               DWORD count = 0, longest = 0;
-                               ASSERT_EQ(RegQueryInfoKeyA(key, nullptr, nullptr, nullptr, &count, &longest, nullptr,
-                                                          nullptr, nullptr, nullptr, nullptr, nullptr),
-                                         0);
-                           }}),
-    [](const auto& test) { return test.param.what; });
+// The name that RegEnumKeyExA or RegEnumValueA tells of an index.
+std::string NameAt(HKEY key, int index, auto enumerate) {
+    char name[32] = "";
+    DWORD size = sizeof name;
+    EXPECT_EQ(enumerate(key, DWORD(index), name, &size, nullptr, nullptr, nullptr, nullptr), 0);
+    return name;
+}
+void DeleteFirstKey(HKEY key, int) { ASSERT_EQ(RegDeleteKeyA(key, NameAt(key, 0, &RegEnumKeyExA).c_str()), 0); }
+void DeleteFirstValue(HKEY key, int) { ASSERT_EQ(RegDeleteValueA(key, NameAt(key, 0, &RegEnumValueA).c_str()), 0); }
+void CreateKey(HKEY key, int index) {
+    RegistryKey made;
+    const std::string name = "New" + std::to_string(index);
+    ASSERT_EQ(RegCreateKeyExA(key, name.c_str(), 0, nullptr, 0, KEY_READ, nullptr, made.Receive(), nullptr), 0);
+}
+void QueryInfo(HKEY key, int) {
+    DWORD count = 0, longest = 0;
+    ASSERT_EQ(RegQueryInfoKeyA(key, nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, nullptr),
+              0);
+}
+
+const Growth kGrowths[] = {
+    {"DeleteKeyAtIndexZero", MakeKeys, DeleteFirstKey},
+    {"EnumerateKeysByIndex", MakeKeys, [](HKEY key, int index) { NameAt(key, index, &RegEnumKeyExA); }},
+    {"DeleteValueAtIndexZero", MakeValues, DeleteFirstValue},
+    {"CreateKey", MakeKeys, CreateKey},
+    {"QueryInfo", MakeKeys, QueryInfo},
+};
+INSTANTIATE_TEST_SUITE_P(Steps, StoreScaling, testing::ValuesIn(kGrowths), kCaseName);
 
 TEST_F(StoreTest, DeletingATreeIsLinear) {
     const std::shared_ptr<embedded::Store> store = embedded::Store::Open(MachineFolder() / "registry");

@@ -1,5 +1,6 @@
 // The registry's functions as setup code relies on them, on both targets.
 #include "tests/support/fresh_machine.h"
+#include "tests/support/sddl.h"
 
 namespace {
 
@@ -32,6 +33,10 @@ class Registry : public FreshMachine {
         RegistryKey key;
         return RegOpenKeyExA(root, path.c_str(), 0, rights, key.Receive());
     }
+    static LONG CreateResult(HKEY root, const std::string& path, DWORD* disposition = nullptr) {
+        RegistryKey key;
+        return RegCreateKeyExA(root, path.c_str(), 0, nullptr, 0, KEY_READ, nullptr, key.Receive(), disposition);
+    }
     // What RegEnumKeyExA or RegEnumValueA tells, in its order.
     static std::vector<std::string> Names(HKEY key, auto enumerate) {
         std::vector<std::string> names;
@@ -58,18 +63,14 @@ TEST_F(Registry, NamesKeepTheirCaseAndCreateSaysWhetherItMadeThePath) {
     Create(m_key.Get(), "MixedCase");
     EXPECT_EQ(OpenResult(m_key.Get(), "mIXEDcASE"), 0);
     DWORD disposition = 0;
-    RegistryKey again;
-    EXPECT_EQ(
-        RegCreateKeyExA(m_key.Get(), "MIXEDCASE", 0, nullptr, 0, KEY_READ, nullptr, again.Receive(), &disposition), 0);
+    EXPECT_EQ(CreateResult(m_key.Get(), "MIXEDCASE", &disposition), 0);
     EXPECT_EQ(disposition, DWORD(REG_OPENED_EXISTING_KEY));
     EXPECT_THAT(Subkeys(m_key.Get()), ElementsAre("MixedCase"));
     Set("Value", {1});
     Set("vALUE", {2});
     EXPECT_THAT(ValueNames(m_key.Get()), ElementsAre("Value"));
     EXPECT_EQ(GetRaw(kTestKey, "VALUE")->data, TestBytes{2});
-    RegistryKey key;
-    EXPECT_EQ(RegCreateKeyExA(m_key.Get(), "A\\B\\C", 0, nullptr, 0, KEY_READ, nullptr, key.Receive(), &disposition),
-              0);
+    EXPECT_EQ(CreateResult(m_key.Get(), "A\\B\\C", &disposition), 0);
     EXPECT_EQ(disposition, DWORD(REG_CREATED_NEW_KEY));
     EXPECT_EQ(OpenResult(m_key.Get(), "A\\B"), 0);
     EXPECT_EQ(OpenResult(m_key.Get(), "A\\B\\"), 0) << "a backslash at the end counts for nothing";
@@ -185,17 +186,13 @@ TEST_F(Registry, LimitsOfNames) {
     EXPECT_EQ(Set(std::string(16383, 'v').c_str(), {1}), 0);
     EXPECT_EQ(Set(std::string(16384, 'v').c_str(), {1}), ERROR_INVALID_PARAMETER);
     SKIP_UNDER_WINE("RegCreateKeyExA takes key names of more than 255 characters");
-    RegistryKey key;
-    EXPECT_EQ(RegCreateKeyExA(m_key.Get(), std::string(256, 'k').c_str(), 0, nullptr, 0, KEY_READ, nullptr,
-                              key.Receive(), nullptr),
-              ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(CreateResult(m_key.Get(), std::string(256, 'k')), ERROR_INVALID_PARAMETER);
 }
 
 TEST_F(Registry, HandlesAreCheckedAndNeverCrash) {
     DWORD size = 0;
-    RegistryKey key;
     for (HKEY bad : {HKEY(nullptr), reinterpret_cast<HKEY>(ULONG_PTR(0x1234567))}) {
-        EXPECT_EQ(RegOpenKeyExA(bad, "SOFTWARE", 0, KEY_READ, key.Receive()), ERROR_INVALID_HANDLE);
+        EXPECT_EQ(OpenResult(bad, "SOFTWARE"), ERROR_INVALID_HANDLE);
         EXPECT_EQ(RegQueryValueExA(bad, "V", nullptr, nullptr, nullptr, &size), ERROR_INVALID_HANDLE);
         EXPECT_EQ(RegSetValueExA(bad, "V", 0, REG_BINARY, nullptr, 0), ERROR_INVALID_HANDLE);
         EXPECT_EQ(RegDeleteKeyA(bad, "V"), ERROR_INVALID_HANDLE);
@@ -246,11 +243,9 @@ TEST_F(Registry, OpenHandleOfADeletedKeySaysSoEvenWhenTheNameIsBack) {
     ASSERT_EQ(RegDeleteKeyA(m_key.Get(), "Gone"), 0);
     Create(m_key.Get(), "Gone");
     DWORD size = 0;
-    RegistryKey below;
     EXPECT_EQ(RegQueryValueExA(open.Get(), "V", nullptr, nullptr, nullptr, &size), ERROR_KEY_DELETED);
     EXPECT_EQ(RegSetValueExA(open.Get(), "V", 0, REG_BINARY, nullptr, 0), ERROR_KEY_DELETED);
-    EXPECT_EQ(RegCreateKeyExA(open.Get(), "X", 0, nullptr, 0, KEY_READ, nullptr, below.Receive(), nullptr),
-              ERROR_KEY_DELETED);
+    EXPECT_EQ(CreateResult(open.Get(), "X"), ERROR_KEY_DELETED);
 }
 
 TEST_F(Registry, QueryInfoCountsAndMeasures) {
@@ -310,20 +305,8 @@ DWORD EntriesOf(HKEY key) {
 }
 
 TEST_F(Registry, SecurityIsStoredAndGoesDownToNewKeys) {
-    struct List {
-        ACL header;
-        BYTE entries[64];
-    } list{};
-    SID_IDENTIFIER_AUTHORITY world = SECURITY_WORLD_SID_AUTHORITY;
-    PSID everyone = nullptr;
-    ASSERT_TRUE(AllocateAndInitializeSid(&world, 1, SECURITY_WORLD_RID, 0, 0, 0, 0, 0, 0, 0, &everyone));
-    const AllocatedSid owner(everyone);
-    ASSERT_TRUE(InitializeAcl(&list.header, sizeof list, ACL_REVISION));
-    ASSERT_TRUE(AddAccessAllowedAceEx(&list.header, ACL_REVISION, CONTAINER_INHERIT_ACE, KEY_ALL_ACCESS, everyone));
-    SECURITY_DESCRIPTOR descriptor;
-    ASSERT_TRUE(InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION));
-    ASSERT_TRUE(SetSecurityDescriptorDacl(&descriptor, TRUE, &list.header, FALSE));
-    ASSERT_EQ(RegSetKeySecurity(m_key.Get(), DACL_SECURITY_INFORMATION, &descriptor), 0);
+    const Sddl descriptor("D:(A;CI;0xF003F;;;WD)");
+    ASSERT_EQ(RegSetKeySecurity(m_key.Get(), DACL_SECURITY_INFORMATION, descriptor.Get()), 0);
     EXPECT_EQ(EntriesOf(m_key.Get()), 1u);
     const DWORD inherited = EntriesOf(Create(m_key.Get(), "Below").Get());
     EXPECT_TRUE(inherited == 1 || inherited == 2) << "the entry, by itself or beside the one that only goes down";
