@@ -20,7 +20,7 @@ complain "The rooms of the embedded machine include each other against their ord
         xargs awk -f cmake/lint_rooms.awk cmake/rooms.txt)"
 complain "No header of the room says what the room is for" \
     "$(for room in platform/embedded/*/; do grep -q "^// The room $(basename "$room")/: " "$room"*.h || echo "$room"; done)"
-scripts="dev .ci/run demo/run.sh cmake/lint.sh tests/kvsetup/capture_proof.sh"
+scripts="dev .ci/run demo/run.sh cmake/lint.sh tests/kvsetup/capture_proof.sh tests/consumer/run.sh"
 complain "A script is not checked for the commands it calls" \
     "$({ git ls-files -co --exclude-standard '*.sh'; grep -lE '^#!' -r dev .ci; } | while read -r file; do
         case " $scripts " in *" $file "*) ;; *) echo "$file" ;; esac

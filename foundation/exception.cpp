@@ -45,6 +45,8 @@ int CMemoryException::GetErrorMessage(char* buffer, UINT capacity, UINT*) {
     return 1;
 }
 
+CMemoryException::~CMemoryException() = default;
+
 void CMemoryException::operator delete(CMemoryException* exception, std::destroying_delete_t) noexcept {
     if (exception == TheMemoryException()) return;
     exception->~CMemoryException();

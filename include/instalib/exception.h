@@ -31,10 +31,13 @@ class INSTALIB_API CMemoryException : public CException {
     DECLARE_DYNAMIC(CMemoryException)
   public:
     int GetErrorMessage(char* buffer, UINT capacity, UINT* helpContext = nullptr) override;
+    ~CMemoryException() override;
     // Leaves the one object that AfxThrowMemoryException raises alive and destroys any other. The inherited form is for
-    // a constructor that throws.
+    // a constructor that throws. Users of older standards than C++20 come here, too, through the virtual destructor.
     using CObject::operator delete;
+#ifdef __cpp_lib_destroying_delete
     static void operator delete(CMemoryException* exception, std::destroying_delete_t) noexcept;
+#endif
 };
 
 // Throws the CMemoryException*. Does not return.
