@@ -98,6 +98,17 @@ Presence LookForValue(const std::string& path, const std::string& name) {
     return FromStatus(status);
 }
 
+Presence LookForEmptyKey(const std::string& path) {
+    HKEY key = nullptr;
+    LONG status = RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_QUERY_VALUE, &key);
+    if (status != ERROR_SUCCESS) return FromStatus(status);
+    DWORD keys = 0, values = 0;
+    status = RegQueryInfoKeyA(key, nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values, nullptr, nullptr,
+                              nullptr, nullptr);
+    RegCloseKey(key);
+    return status == ERROR_SUCCESS && keys + values != 0 ? Presence::Absent : FromStatus(status);
+}
+
 DWORD MissingEntryPoints(const std::string& library, const std::vector<std::string>& names,
                          std::vector<std::string>* missing) {
     const HMODULE module = LoadLibraryA(library.c_str());

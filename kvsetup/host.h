@@ -83,6 +83,8 @@ int WithKey(const std::string& path, const std::function<int(HKEY)>& use);
 enum class Presence { Absent, Present, Unknown };
 Presence LookForKey(const std::string& path);
 Presence LookForValue(const std::string& path, const std::string& name);
+// Absent also for a key that holds anything.
+Presence LookForEmptyKey(const std::string& path);
 
 // One setup at a time works on a machine: the second says so at once and waits for the first, at most `seconds`. Held()
 // is false when that was not enough; a setup that died lets go by itself.

@@ -114,6 +114,11 @@ bool RemoveBranches(StageContext& context, std::string& note) {
     marks::RemoveAll();
     if (!context.registry.DeleteDynamicKey() || !context.registry.Delete()) return false;
     if (!IsKeyGone(FamilyRoot() + "\\Setup", note)) return false;
+    // Other products' things keep the roots; nothing in them is no reason to stay.
+    const std::string root = FamilyRoot(), vendor = root.substr(0, root.rfind('\\'));
+    if (!IsGone(host::LookForEmptyKey(root), root, note) || !IsGone(host::LookForEmptyKey(vendor), vendor, note)) {
+        return false;
+    }
     if (!RemovesMain(context)) return true;
     const std::string environment = static_cast<const char*>(CHalvRegistry::m_sEnvironmentKey);
     return IsKeyGone(CHalvRegistry::GetKorvaultBaseKey(), note) && IsValueGone(environment, "CATPATH", note) &&
