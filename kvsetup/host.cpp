@@ -109,6 +109,27 @@ Presence LookForEmptyKey(const std::string& path) {
     return status == ERROR_SUCCESS && keys + values != 0 ? Presence::Absent : FromStatus(status);
 }
 
+Presence ReadValue(const std::string& path, const std::string& name, DWORD* type, std::string* data) {
+    HKEY key = nullptr;
+    LONG status = RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_QUERY_VALUE, &key);
+    if (status != ERROR_SUCCESS) return FromStatus(status);
+    DWORD size = 0;
+    // Somebody may write to it meanwhile: then it is another size.
+    do {
+        data->resize(size);
+        status = RegQueryValueExA(key, name.c_str(), nullptr, type, reinterpret_cast<BYTE*>(data->data()), &size);
+    } while (status == ERROR_MORE_DATA || (status == ERROR_SUCCESS && size > data->size()));
+    RegCloseKey(key);
+    if (status == ERROR_SUCCESS) data->resize(size);
+    return FromStatus(status);
+}
+
+Presence LookForDirectory(const std::string& path) {
+    const DWORD attributes = GetFileAttributesA(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) return FromStatus(static_cast<LONG>(::GetLastError()));
+    return FromStatus((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? ERROR_SUCCESS : ERROR_DIRECTORY);
+}
+
 DWORD MissingEntryPoints(const std::string& library, const std::vector<std::string>& names,
                          std::vector<std::string>* missing) {
     const HMODULE module = LoadLibraryA(library.c_str());

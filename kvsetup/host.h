@@ -85,6 +85,11 @@ Presence LookForKey(const std::string& path);
 Presence LookForValue(const std::string& path, const std::string& name);
 // Absent also for a key that holds anything.
 Presence LookForEmptyKey(const std::string& path);
+// The same, with the value's type and bytes as they are stored.
+Presence ReadValue(const std::string& path, const std::string& name, DWORD* type, std::string* data);
+// Whether a directory of the machine is there, by its path without a final backslash. Anything else of that name is
+// Unknown.
+Presence LookForDirectory(const std::string& path);
 
 // One setup at a time works on a machine: the second says so at once and waits for the first, at most `seconds`. Held()
 // is false when that was not enough; a setup that died lets go by itself.

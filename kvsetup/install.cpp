@@ -3,7 +3,6 @@
 #include "kvsetup/host.h"
 #include "kvsetup/recorded_run.h"
 #include "kvsetup/running_programs.h"
-#include "kvsetup/setup_marks.h"
 #include "kvsetup/setup_run.h"
 #include "kvsetup/stages.h"
 #include "kvsetup/watch.h"
@@ -68,8 +67,29 @@ void AskSettings(Session& session) {
 }
 
 bool IsAnythingInstalled(Session& session, CHalvRegistry& registry) {
-    return session.settings.KorvaultExists() || session.settings.ClientAgentExists() ||
-           registry.IsProductInstalled(session.productId.c_str()) || !marks::Get(marks::kProductDirectory).empty();
+    if (session.marks.isThere || registry.IsProductInstalled(session.productId.c_str())) return true;
+    if (session.IsAgent()) return session.settings.ClientAgentExists() != 0;
+    return session.IsMain() && session.settings.KorvaultExists();
+}
+
+// A product that is installed stays where it is: its files are not the setup's to move.
+void RequireSamePlace(Session& session) {
+    CSettings& settings = session.settings;
+    const struct {
+        const std::string& was;
+        const char* wanted;
+        bool applies;
+    } places[] = {
+        {session.marks.directory, session.IsAgent() ? settings.ClientAgentPath() : settings.KorvaultPath(),
+         session.IsAgent() || session.IsMain()},
+        {session.marks.alertDirectory, settings.AlertPath(), !session.IsAgent() && settings.InstallAlert()},
+    };
+    for (const auto& place : places) {
+        if (!place.applies || place.was.empty() || CString(place.was.c_str()).CompareNoCase(place.wanted) == 0)
+            continue;
+        throw Failure{kNothingToDo, ProductText(session.kind, session.marks) + " is installed in " + place.was +
+                                        " and cannot be installed in " + place.wanted + "; remove it first"};
+    }
 }
 
 int Install(const Options& options) {
@@ -86,6 +106,7 @@ int Install(const Options& options) {
     if (asks) AskSettings(*session);
     CHalvRegistry registry(session->settings, 0, nullptr);
     RequireNoDowngrade(*session, registry);
+    RequireSamePlace(*session);
     WarnAboutAnswers(*session);
     Json report = Describe(*session);
     WarnAboutSpace(*session);

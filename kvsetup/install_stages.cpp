@@ -5,8 +5,9 @@
 #include "instalib/system_account.h"
 #include "kvsetup/family_services.h"
 #include "kvsetup/host.h"
-#include "kvsetup/setup_marks.h"
+#include "kvsetup/setup_directories.h"
 #include "kvsetup/stages.h"
+#include "kvsetup/taken_away.h"
 
 namespace {
 
@@ -17,32 +18,38 @@ constexpr DWORD kAutomatic = 2;           // SERVICE_AUTO_START
 constexpr DWORD kOnDemand = 3;            // SERVICE_DEMAND_START
 
 bool Always(StageContext&) { return true; }
-bool IsServerProduct(StageContext& context) { return !context.session.IsAgent(); }
+bool IsMainProduct(StageContext& context) { return context.session.IsMain(); }
 bool IsAgentProduct(StageContext& context) { return context.session.IsAgent(); }
 bool InstallsAlert(StageContext& context) {
-    return IsServerProduct(context) && context.session.settings.InstallAlert();
+    return !context.session.IsAgent() && context.session.settings.InstallAlert();
 }
-bool HasAccount(StageContext& context) { return IsServerProduct(context) && context.session.HasAccount(); }
+bool HasAccount(StageContext& context) { return !context.session.IsAgent() && context.session.HasAccount(); }
 bool HasServices(StageContext& context) { return !ChosenServices(context.session.settings).empty(); }
 bool ReplacesOlder(StageContext& context) {
     const WORD installed = context.registry.GetVersionNumber(context.session.productId.c_str());
     return installed != 0 && installed < context.session.version;
 }
 
-// Remembers each directory before it is made, so that a removal finds it even when the installation ends here.
-bool MakeDirectory(const char* mark, const std::string& directory, std::initializer_list<const char*> subdirectories) {
-    if (!marks::Set(mark, directory)) return false;
-    for (const char* subdirectory : subdirectories) {
-        if (!CComputer::CreateDirectoryA((directory + subdirectory).c_str())) return false;
-    }
-    return true;
+// The directory that the product itself uses, with its final backslash.
+std::string ProductDirectory(Session& session) {
+    if (session.IsAgent()) return session.settings.ClientAgentPath();
+    return session.IsMain() ? session.settings.KorvaultPath() : session.settings.AlertPath();
 }
 
 bool CreateDirectories(StageContext& context, std::string&) {
-    CSettings& settings = context.session.settings;
-    if (context.session.IsAgent()) return MakeDirectory(marks::kProductDirectory, settings.ClientAgentPath(), {""});
-    if (!MakeDirectory(marks::kProductDirectory, settings.KorvaultPath(), {"DATABASE", "LOG", "TEMP"})) return false;
-    return !settings.InstallAlert() || MakeDirectory(marks::kAlertDirectory, settings.AlertPath(), {"LOG"});
+    Session& session = context.session;
+    marks::Marks& marks = session.marks;
+    marks.isThere = true;
+    marks.product = session.productId;
+    marks.type = session.settings.ProductType();
+    marks.directory = ProductDirectory(session);
+    marks.alertDirectory = InstallsAlert(context) ? session.settings.AlertPath() : "";
+    std::vector<std::string> wanted{marks.directory};
+    if (session.IsMain()) {
+        for (const char* subdirectory : {"DATABASE", "LOG", "TEMP"}) wanted.push_back(marks.directory + subdirectory);
+    }
+    if (!marks.alertDirectory.empty()) wanted.push_back(marks.alertDirectory + "LOG");
+    return directories::Make(session, wanted);
 }
 
 bool KeepOldRecord(StageContext& context, std::string& note) {
@@ -53,8 +60,9 @@ bool KeepOldRecord(StageContext& context, std::string& note) {
 }
 
 // The mark comes first: a setup that is killed in between leaves an account that a removal still knows as ours.
-bool CreateAccount(CSystemAccount& account, const char* name, std::string& note) {
-    if (!marks::Set(marks::kCreatedAccount, name)) return false;
+bool CreateAccount(Session& session, CSystemAccount& account, std::string& note) {
+    session.marks.createdAccount = session.settings.SystemAccountName();
+    if (!marks::Write(session.kind, session.marks)) return false;
     if (account.Create()) {
         note = "created";
         return true;
@@ -63,13 +71,24 @@ bool CreateAccount(CSystemAccount& account, const char* name, std::string& note)
     const DWORD error = host::LastError();
     if (account.Exists())
         note = account.Delete() ? "the account was taken back" : "the account stays, without its groups";
-    if (!account.Exists()) marks::Set(marks::kCreatedAccount, "");
+    if (!account.Exists()) {
+        session.marks.createdAccount.clear();
+        marks::Write(session.kind, session.marks);
+    }
     host::SetLastError(error);
     return false;
 }
 
+// "DOMAIN\user"
+std::string AccountText(CSettings& settings) {
+    return std::string(settings.SystemAccountDomain()) + "\\" + settings.SystemAccountName();
+}
+
 bool PrepareAccount(StageContext& context, std::string& note) {
-    CSettings& settings = context.session.settings;
+    Session& session = context.session;
+    CSettings& settings = session.settings;
+    session.marks.account = AccountText(settings);
+    if (!marks::Write(session.kind, session.marks)) return false;
     const bool hasPassword = *settings.SystemAccountPassword() != '\0';
     CSystemAccount account(settings.SystemAccountServer(), settings.SystemAccountDomain(), settings.SystemAccountName(),
                            settings.SystemAccountPassword());
@@ -85,7 +104,7 @@ bool PrepareAccount(StageContext& context, std::string& note) {
         host::SetLastError(kInvalidPassword);
         return false;
     }
-    return CreateAccount(account, settings.SystemAccountName(), note);
+    return CreateAccount(session, account, note);
 }
 
 // The steps of CHalvRegistry::Write, which tells only that one of them failed: asked again, each by itself.
@@ -112,7 +131,9 @@ const WriteStep kWriteSteps[] = {
 
 bool WriteSettings(StageContext& context, std::string& note) {
     CHalvRegistry& registry = context.registry;
-    if (registry.Write()) return true;
+    // For the other types of the main server the whole is not written, and succeeds: they are written step by step.
+    const bool isWrittenWhole = context.session.settings.ProductType() == marks::TypeOf(marks::Kind::Main);
+    if (isWrittenWhole && registry.Write()) return true;
     const bool installsServer = context.session.settings.InstallServer() != 0;
     for (const WriteStep& step : kWriteSteps) {
         if ((step.serverOnly && !installsServer) || (registry.*step.write)()) continue;
@@ -178,10 +199,9 @@ bool InstallServices(StageContext& context, std::string& note) {
 }
 
 bool GrantDirectory(StageContext& context, std::string&) {
-    CSettings& settings = context.session.settings;
-    const std::string path = settings.KorvaultPath();
-    const std::string account = std::string(settings.SystemAccountDomain()) + "\\" + settings.SystemAccountName();
-    return AdjustAccessRights(nullptr, nullptr, nullptr, path.substr(0, path.size() - 1).c_str(), account.c_str(),
+    std::string path = ProductDirectory(context.session);
+    path.pop_back();
+    return AdjustAccessRights(nullptr, nullptr, nullptr, path.c_str(), context.session.marks.account.c_str(),
                               kFullControl) != 0;
 }
 
@@ -192,9 +212,7 @@ bool ProtectRegistry(StageContext&, std::string&) {
 
 bool PublishHome(StageContext& context, std::string& note) {
     CSettings& settings = context.session.settings;
-    const std::string account = context.session.HasAccount()
-                                    ? std::string(settings.SystemAccountDomain()) + "\\" + settings.SystemAccountName()
-                                    : "";
+    const std::string account = context.session.HasAccount() ? AccountText(settings) : "";
     note = std::string(CHalvRegistry::GetZephraniteProdName()) + "$";
     host::SetLastError(0);
     const int created = CComputer::CreateKorvaultHomeShare(settings.KorvaultPath(), "", account.c_str());
@@ -206,7 +224,7 @@ bool PublishHome(StageContext& context, std::string& note) {
 }
 
 bool WantsEmptyQueue(StageContext& context) {
-    return IsServerProduct(context) && context.session.settings.DeleteQueue() && context.session.settings.QueueExists();
+    return IsMainProduct(context) && context.session.settings.DeleteQueue() && context.session.settings.QueueExists();
 }
 
 bool EmptyQueue(StageContext&, std::string&) { return CJobQueue::DeleteQueue() != 0; }
@@ -215,18 +233,19 @@ bool EmptyQueue(StageContext&, std::string&) { return CJobQueue::DeleteQueue() !
 
 const std::vector<Stage>& InstallStages() {
     static const std::vector<Stage> stages = {
+        {"Take away what is no longer chosen", TakesAway, TakeAway},
         {"Create the product's directories", Always, CreateDirectories},
         {"Keep the record of the replaced version", ReplacesOlder, KeepOldRecord},
         {"Prepare the system account", HasAccount, PrepareAccount},
-        {"Write the product's settings", IsServerProduct, WriteSettings},
+        {"Write the product's settings", IsMainProduct, WriteSettings},
         {"Write the agent's settings", IsAgentProduct, WriteAgentSettings},
         {"Write the alert component's values", InstallsAlert, WriteAlertValues},
         {"Register the product", Always, RegisterProduct},
-        {"Enter it in the installed programs", IsServerProduct, EnterInstalledPrograms},
+        {"Enter it in the installed programs", IsMainProduct, EnterInstalledPrograms},
         {"Install the services", HasServices, InstallServices},
         {"Grant the account the product's directory", HasAccount, GrantDirectory},
-        {"Protect the product's registry", IsServerProduct, ProtectRegistry},
-        {"Publish the home share", IsServerProduct, PublishHome},
+        {"Protect the product's registry", IsMainProduct, ProtectRegistry},
+        {"Publish the home share", IsMainProduct, PublishHome},
         {"Remove the old job queue", WantsEmptyQueue, EmptyQueue},
     };
     return stages;

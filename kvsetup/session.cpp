@@ -22,8 +22,6 @@
 
 namespace {
 
-constexpr LONG kMainServer = 133;
-
 // Sections of which an answer file has at least one.
 const char* const kAnswerSections[] = {"UserInfo",    "KorvaultInstall", "InstallPath",    "Install",
                                        "Base",        "Uninstall",       "DatabaseOption", "ZephraniteDomain",
@@ -88,14 +86,14 @@ Medium ReadMedium(const std::string& source) {
     return {inf.GetProductType(), inf.GetSetupProductName()};
 }
 
-tagSETUP_INFO MakeRecord(const Options& options, const Session& session, const Medium& medium) {
+tagSETUP_INFO MakeRecord(const Session& session, const Medium& medium, LONG type) {
     tagSETUP_INFO info{};
     Store(info.productName, medium.productName.empty() ? "Zephranite Korvault Backup" : medium.productName,
           "the product name of SETUP.INF");
     Store(info.sourcePath, session.source, "the path of the medium");
     Store(info.batchFile, session.answers, "the path of the answers");
     Store(info.logFile, session.log, "the path of the log");
-    info.productType = options.type ? *options.type : medium.type;
+    info.productType = type;
     info.batchOperation = session.answers.empty() ? 0 : 1;
     return info;
 }
@@ -211,7 +209,7 @@ Json DescribeDecided(Session& session) {
         decided["client agent path"] = Path(settings.ClientAgentPath());
         return decided;
     }
-    decided["main product path"] = Path(settings.KorvaultPath());
+    if (session.IsMain()) decided["main product path"] = Path(settings.KorvaultPath());
     decided["alert path"] = Path(settings.AlertPath());
     decided["components"] = Components(settings);
     decided["database"] = settings.InstallSQL() ? "SQL" : "RAIMA";
@@ -234,9 +232,73 @@ void Session::Log(const std::string& line) {
     console::Warn("the log " + log + " cannot be written: " + host::ErrorText(host::LastError()));
 }
 
+bool Session::IsAlertShared() const {
+    return std::any_of(others.begin(), others.end(),
+                       [](const auto& other) { return !other.second.alertDirectory.empty(); });
+}
+
+std::string ProductText(marks::Kind kind, const marks::Marks& marks) {
+    return marks.product + " (" + marks::NameOf(kind) + ", type " + std::to_string(marks.type) + ")";
+}
+
 std::string VersionText(WORD version) { return std::to_string(version >> 8) + "." + std::to_string(version & 0xFF); }
 
 namespace {
+
+// The type of the product that a removal without a medium is about.
+LONG InstalledType() {
+    const CHalvRegistry roots;  // chooses the family's root, below which the marks stand
+    std::vector<std::pair<marks::Kind, marks::Marks>> found;
+    for (const marks::Kind kind : marks::kKinds) {
+        const marks::Marks marks = marks::Read(kind);
+        if (marks.isThere) found.emplace_back(kind, marks);
+    }
+    if (found.empty()) return marks::TypeOf(marks::Kind::Main);
+    if (found.size() == 1) return found.front().second.type;
+    std::string names;
+    for (const auto& [kind, marks] : found) names += (names.empty() ? "" : ", ") + ProductText(kind, marks);
+    throw Failure{kUsage, "several products are installed: " + names + "; say which one with --type"};
+}
+
+LONG ChooseType(const Options& options, const std::string& source, const Medium& medium, bool uninstall) {
+    if (options.type) return *options.type;
+    if (source.empty() && uninstall) return InstalledType();
+    if (medium.type < 0) throw Failure{kBadInput, source + "SETUP.INF names no product type; give one with --type"};
+    return medium.type;
+}
+
+marks::Kind RequireKind(LONG type) {
+    const std::optional<marks::Kind> kind = marks::KindOf(type);
+    if (kind) return *kind;
+    throw Failure{kBadInput, "there is no product of type " + std::to_string(type) +
+                                 "; the types are 133, 24 and 25 (main server), 105 (alert server), 1027 and 62 "
+                                 "(client agent)"};
+}
+
+// The name that the medium's product library knows, else the one that it was installed under. Without either every
+// kind has one of its own, so that none removes another's registration.
+std::string ChooseProductId(Session& session) {
+    if (*session.settings.Product() != '\0') return session.settings.Product();
+    if (session.marks.isThere && !session.marks.product.empty()) return session.marks.product;
+    const std::string family = static_cast<const char*>(CHalvRegistry::GetZephraniteProdName());
+    if (session.IsMain()) return family;
+    return family + (session.IsAgent() ? "Agent" : "Alert");
+}
+
+// The alert server is the alert component alone, and the component stays as long as another product uses it.
+void ChooseParts(Session& session) {
+    CSettings& settings = session.settings;
+    if (settings.Uninstall()) {
+        if (session.kind == marks::Kind::Alert) settings.UninstallKorvault(0);
+        if (session.IsAlertShared()) settings.UninstallAlert(0);
+        return;
+    }
+    if (session.kind != marks::Kind::Alert) return;
+    settings.InstallManager(0);
+    settings.InstallServer(0);
+    settings.InstallAdmin(0);
+    settings.InstallAlert(1);
+}
 
 std::unique_ptr<Session> Open(const Options& options, bool uninstall) {
     auto session = std::make_unique<Session>();
@@ -245,18 +307,19 @@ std::unique_ptr<Session> Open(const Options& options, bool uninstall) {
     if (!options.source.empty()) session->source = OpenMedium(options.source);
     if (!options.answers.empty()) session->answers = OpenAnswers(options.answers);
     session->log = LogPath(options);
-    const Medium medium = session->source.empty() ? Medium{kMainServer, ""} : ReadMedium(session->source);
-    if (!options.type && medium.type < 0) {
-        throw Failure{kBadInput, session->source + "SETUP.INF names no product type; give one with --type"};
-    }
-    tagSETUP_INFO info = MakeRecord(options, *session, medium);
+    const Medium medium = session->source.empty() ? Medium{} : ReadMedium(session->source);
+    const LONG type = ChooseType(options, session->source, medium, uninstall);
+    session->kind = RequireKind(type);
+    tagSETUP_INFO info = MakeRecord(*session, medium, type);
     if (!session->source.empty()) CComputer::ChangeDirectory(session->source.c_str());
     session->settings = CSettings(&info, uninstall ? 1 : 0);
     session->settings.Initialize();
     LearnVersion(*session);
-    const CHalvRegistry roots;  // chooses the family's root, which the product id comes from
-    session->productId =
-        *session->settings.Product() != '\0' ? session->settings.Product() : CHalvRegistry::GetZephraniteProdName();
+    const CHalvRegistry roots;  // chooses the family's root, which marks and product id come from
+    session->marks = marks::Read(session->kind);
+    session->others = marks::Others(session->kind);
+    session->productId = ChooseProductId(*session);
+    ChooseParts(*session);
     ChooseAccountDomain(*session);
     ChoosePath(*session);
     if (options.express) session->settings.CustomSetup(0);

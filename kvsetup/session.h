@@ -9,6 +9,7 @@
 #include "instalib/settings.h"
 #include "kvsetup/console.h"
 #include "kvsetup/options.h"
+#include "kvsetup/setup_marks.h"
 
 struct Session {
     std::string source;   // the medium's folder with its final backslash; empty for a removal without a medium
@@ -20,19 +21,29 @@ struct Session {
     WORD build = 0;
     bool json = false;
     Watch* watch = nullptr;  // null: nobody follows the setup
+    marks::Kind kind = marks::Kind::Main;
+    marks::Marks marks;                                        // as they are on the machine, and as they become
+    std::vector<std::pair<marks::Kind, marks::Marks>> others;  // the other installed products'
     CSettings settings;
 
     // Appends a line to the log; what cannot be logged is warned about once.
     void Log(const std::string& line);
-    bool IsAgent() { return settings.ProductType() == 1027 || settings.ProductType() == 62; }
+    bool IsMain() const { return kind == marks::Kind::Main; }
+    bool IsAgent() const { return kind == marks::Kind::Agent; }
+    // Whether another installed product uses the alert component.
+    bool IsAlertShared() const;
     bool HasAccount() { return *settings.SystemAccountName() != '\0'; }
 
   private:
     bool m_logWarned = false;
 };
 
+// "ZephraniteCB (main server, type 133)"
+std::string ProductText(marks::Kind kind, const marks::Marks& marks);
+
 // Opens the medium and the answers, fills the library's record and lets the settings learn the machine. Throws a
-// Failure that says what is wrong with the input. `uninstall` opens a session that removes; it needs no medium.
+// Failure that says what is wrong with the input. `uninstall` opens a session that removes; it needs no medium: without
+// one and without a type it is about the product that is installed, and a Failure names them when there are several.
 std::unique_ptr<Session> OpenSession(const Options& options, bool uninstall);
 
 // What the machine holds and what the session is going to do, passwords left out.

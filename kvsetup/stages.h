@@ -15,8 +15,7 @@ struct StageContext {
     CSetupRecord* record = nullptr;  // where each stage is marked; null: nothing is on record
     // Titles of stages that an earlier run has finished: they are not run again.
     std::vector<std::string> finished = {};
-    std::string account = {};  // of a removal: the user that goes with the product
-    bool cancelled = false;    // somebody asked for the end, between two stages
+    bool cancelled = false;  // somebody asked for the end, between two stages
 };
 
 struct Stage {

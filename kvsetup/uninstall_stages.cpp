@@ -1,26 +1,17 @@
 // The stages of a removal, in the reverse order of the installation's. Each takes back what the installation made.
 #include "instalib/computer.h"
-#include "instalib/probes.h"
+#include "instalib/file_security.h"
 #include "instalib/system_account.h"
 #include "kvsetup/family_services.h"
 #include "kvsetup/host.h"
-#include "kvsetup/setup_marks.h"
+#include "kvsetup/setup_directories.h"
 #include "kvsetup/stages.h"
+#include "kvsetup/taken_away.h"
 
 namespace {
 
-constexpr int kShareNotFound = 2310;                                             // NERR_NetNameNotFound
-constexpr DWORD kFileNotFound = 2, kPathNotFound = 3, kDirectoryNotEmpty = 145;  // winerror.h
-constexpr DWORD kStillThere = 183;                                               // ERROR_ALREADY_EXISTS
+constexpr int kShareNotFound = 2310;  // NERR_NetNameNotFound
 
-// The library's removals have no result: what is there afterwards was not removed. `what` goes into the note.
-bool IsGone(host::Presence presence, const std::string& what, std::string& note) {
-    if (presence == host::Presence::Absent) return true;
-    if (presence == host::Presence::Present) host::SetLastError(kStillThere);
-    note += (note.empty() ? "" : ", ") + what;
-    return false;
-}
-bool IsKeyGone(const std::string& path, std::string& note) { return IsGone(host::LookForKey(path), path, note); }
 bool IsValueGone(const std::string& path, const std::string& name, std::string& note) {
     return IsGone(host::LookForValue(path, name), path + ", " + name, note);
 }
@@ -28,34 +19,34 @@ std::string FamilyRoot() { return CHalvRegistry::GetKorvaultKey(); }
 
 bool Always(StageContext&) { return true; }
 bool RemovesMain(StageContext& context) {
-    return !context.session.IsAgent() && context.session.settings.UninstallKorvault();
+    return context.session.IsMain() && context.session.settings.UninstallKorvault();
 }
 bool RemovesAlert(StageContext& context) {
     return !context.session.IsAgent() && context.session.settings.UninstallAlert();
 }
 bool IsAgentProduct(StageContext& context) { return context.session.IsAgent(); }
-bool RemovesProduct(StageContext& context) { return IsAgentProduct(context) || RemovesMain(context); }
+// Answers may have the main server stay, and only its alert component go.
+bool RemovesProduct(StageContext& context) { return !context.session.IsMain() || RemovesMain(context); }
 bool HasServices(StageContext& context) { return !ChosenServices(context.session.settings).empty(); }
-// Asked before the first stage: the mark goes before the account does.
+
+// The other product that runs with the same account; null when there is none.
+std::pair<marks::Kind, marks::Marks>* UserOfAccount(Session& session) {
+    for (auto& other : session.others) {
+        if (CString(other.second.account.c_str()).CompareNoCase(session.marks.account.c_str()) == 0) return &other;
+    }
+    return nullptr;
+}
 bool CreatedAccount(StageContext& context) {
-    if (!RemovesMain(context)) return false;
-    context.account = marks::Get(marks::kCreatedAccount);
-    return !context.account.empty();
+    const Session& session = context.session;
+    return RemovesProduct(context) && !session.marks.createdAccount.empty();
+}
+bool HasRights(StageContext& context) {
+    return RemovesProduct(context) && !context.session.marks.account.empty() &&
+           !context.session.marks.directory.empty();
 }
 
-bool RemoveServices(StageContext& context, std::string& note) {
-    bool allRemoved = true;
-    DWORD error = 0;
-    // The last started go first.
-    std::vector<CService> services = ChosenServices(context.session.settings);
-    for (auto service = services.rbegin(); service != services.rend(); ++service) {
-        if (service->RemoveService()) continue;
-        if (allRemoved) error = host::LastError();
-        allRemoved = false;
-        note += (note.empty() ? "" : ", ") + std::string(service->Name());
-    }
-    host::SetLastError(error);
-    return allRemoved;
+bool RemoveChosenServices(StageContext& context, std::string& note) {
+    return RemoveServices(ChosenServices(context.session.settings), note);
 }
 
 bool WithdrawHome(StageContext&, std::string& note) {
@@ -87,33 +78,71 @@ bool Unregister(StageContext& context, std::string& note) {
            (note += ": an older generation's record stays", true);
 }
 
+// Of a directory that stays because it holds files. One that is gone has taken its rights with it.
+bool TakeBackRights(StageContext& context, std::string& note) {
+    const marks::Marks& marks = context.session.marks;
+    std::string path = marks.directory;
+    path.pop_back();
+    const host::Presence presence = host::LookForDirectory(path);
+    if (presence == host::Presence::Absent) return note = "the directory is gone", true;
+    if (presence == host::Presence::Unknown) return false;
+    const int exists = CSystemAccount::Exists(nullptr, marks.account.substr(marks.account.find('\\') + 1).c_str());
+    if (!exists) return note = "the account is gone", true;
+    note = marks.account;
+    return AdjustAccessRights(nullptr, nullptr, nullptr, path.c_str(), marks.account.c_str(), 0) != 0;
+}
+
 bool DeleteAccount(StageContext& context, std::string& note) {
-    const std::string user = context.account;
+    Session& session = context.session;
+    const std::string user = session.marks.createdAccount;
     note = user;
-    CSettings& settings = context.session.settings;
+    if (auto* const other = UserOfAccount(session)) {
+        other->second.createdAccount = user;
+        note += " stays: " + other->second.product + " uses it";
+        return marks::Write(other->first, other->second);
+    }
+    CSettings& settings = session.settings;
     CSystemAccount account(settings.SystemAccountServer(), settings.SystemAccountServer(), user.c_str(), "");
     if (!account.Exists() || account.Delete()) return true;
     // Whoever keeps the pieces can still remove it the next time.
     const DWORD error = host::LastError();
-    marks::Set(marks::kCreatedAccount, user);
+    marks::Write(session.kind, session.marks);
     host::SetLastError(error);
     return false;
 }
 
-bool RemoveAlertBranch(StageContext& context, std::string& note) {
-    context.registry.DeleteAlertBranch();
-    return IsKeyGone(static_cast<const char*>(CHalvRegistry::m_sAlertKey), note);
-}
+bool RemoveAlertBranch(StageContext& context, std::string& note) { return TakeAlertValuesAway(context.registry, note); }
 
 bool RemoveAgentBranch(StageContext&, std::string& note) {
     CHalvRegistry::DeleteKorvaultKey("ClientAgent");
     return IsKeyGone(FamilyRoot() + "\\ClientAgent", note);
 }
 
+bool RemoveDirectories(StageContext& context, std::string& note) {
+    Session& session = context.session;
+    if (RemovesProduct(context) &&
+        (RemovesAlert(context) || session.marks.alertDirectory.empty() || session.IsAlertShared()))
+        return directories::RemoveMade(session, "", note);
+    // The product or the alert component stays.
+    const std::string going = RemovesProduct(context) ? session.marks.directory : session.marks.alertDirectory;
+    return going.empty() || directories::RemoveMade(session, going, note);
+}
+
+// The marks, the account aside: it goes last. What the answers leave of the product stays known.
+bool RemoveMarks(StageContext& context, std::string& note) {
+    Session& session = context.session;
+    marks::Marks left = session.marks;
+    if (RemovesProduct(context)) left.directory = left.account = "";
+    if (RemovesAlert(context) || session.IsAlertShared()) left.alertDirectory.clear();
+    if (!left.directory.empty() || !left.alertDirectory.empty()) return marks::Write(session.kind, left);
+    marks::Remove(session.kind);
+    return IsKeyGone(marks::KeyOf(session.kind), note) &&
+           IsGone(host::LookForEmptyKey(marks::RootKey()), marks::RootKey(), note);
+}
+
 bool RemoveBranches(StageContext& context, std::string& note) {
-    marks::RemoveAll();
+    if (!RemoveMarks(context, note)) return false;
     if (!context.registry.DeleteDynamicKey() || !context.registry.Delete()) return false;
-    if (!IsKeyGone(FamilyRoot() + "\\Setup", note)) return false;
     // Other products' things keep the roots; nothing in them is no reason to stay.
     const std::string root = FamilyRoot(), vendor = root.substr(0, root.rfind('\\'));
     if (!IsGone(host::LookForEmptyKey(root), root, note) || !IsGone(host::LookForEmptyKey(vendor), vendor, note)) {
@@ -125,66 +154,18 @@ bool RemoveBranches(StageContext& context, std::string& note) {
            IsValueGone(environment, "LNNAME", note);
 }
 
-// Removes the directory and, below Program Files, the empty ones above it. What holds anything stays. False, with the
-// last error, for one that could not be removed for another reason.
-bool RemoveEmpty(std::string directory) {
-    char programFiles[260] = "";
-    DWORD size = sizeof programFiles;
-    const DWORD unknown = KSetGetProgramFilesPath(programFiles, &size, nullptr);
-    if (unknown != 0) {
-        host::SetLastError(unknown);
-        return false;
-    }
-    const std::string limit = std::string(programFiles) + "\\";
-    while (directory.ends_with('\\')) directory.pop_back();
-    while (CComputer::RemoveDirectoryA(directory.c_str())) {
-        if (!directory.starts_with(limit)) return true;
-        directory = directory.substr(0, directory.rfind('\\'));
-        if (directory.size() < limit.size()) return true;
-    }
-    const DWORD error = host::LastError();
-    return error == kDirectoryNotEmpty || error == kFileNotFound || error == kPathNotFound;
-}
-
-// The directory that the installation made, or the one that the settings found.
-bool RemoveTree(const char* mark, const char* found, std::initializer_list<const char*> subdirectories,
-                std::string& note) {
-    const std::string marked = marks::Get(mark);
-    const std::string directory = marked.empty() ? found : marked;
-    if (directory.empty()) return true;
-    for (const char* subdirectory : subdirectories) {
-        if (RemoveEmpty(directory + subdirectory)) continue;
-        note = directory + subdirectory;
-        return false;
-    }
-    if (CComputer::DirectoryExists(directory.c_str()))
-        note += (note.empty() ? "" : ", ") + directory + " holds files and stays";
-    return true;
-}
-
-bool RemoveDirectories(StageContext& context, std::string& note) {
-    CSettings& settings = context.session.settings;
-    const auto remove = [&](bool applies, const char* mark, const char* found,
-                            std::initializer_list<const char*> subdirectories) {
-        return !applies || RemoveTree(mark, found, subdirectories, note);
-    };
-    return remove(context.session.IsAgent(), marks::kProductDirectory, settings.CurrentClientAgentPath(), {""}) &&
-           remove(RemovesMain(context), marks::kProductDirectory, settings.CurrentKorvaultPath(),
-                  {"DATABASE", "LOG", "TEMP", ""}) &&
-           remove(RemovesAlert(context), marks::kAlertDirectory, settings.CurrentAlertPath(), {"LOG", ""});
-}
-
 }  // namespace
 
 const std::vector<Stage>& UninstallStages() {
     static const std::vector<Stage> stages = {
-        {"Stop and remove the services", HasServices, RemoveServices},
+        {"Stop and remove the services", HasServices, RemoveChosenServices},
         {"Withdraw the home share", RemovesMain, WithdrawHome},
         {"Leave the installed programs", RemovesMain, LeaveInstalledPrograms},
         {"Unregister the product", RemovesProduct, Unregister},
         {"Remove the alert component's values", RemovesAlert, RemoveAlertBranch},
         {"Remove the agent's settings", IsAgentProduct, RemoveAgentBranch},
         {"Remove empty directories", Always, RemoveDirectories},
+        {"Take the account's rights on what stays back", HasRights, TakeBackRights},
         {"Remove the product's settings", Always, RemoveBranches},
         // Last: an account is the one thing that cannot be given back.
         {"Delete the system account", CreatedAccount, DeleteAccount},
