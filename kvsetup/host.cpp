@@ -98,15 +98,20 @@ Presence LookForValue(const std::string& path, const std::string& name) {
     return FromStatus(status);
 }
 
-Presence LookForEmptyKey(const std::string& path) {
+Presence LookIntoKey(const std::string& path, DWORD* keys, DWORD* values) {
     HKEY key = nullptr;
     LONG status = RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_QUERY_VALUE, &key);
     if (status != ERROR_SUCCESS) return FromStatus(status);
-    DWORD keys = 0, values = 0;
-    status = RegQueryInfoKeyA(key, nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values, nullptr, nullptr,
-                              nullptr, nullptr);
+    status = RegQueryInfoKeyA(key, nullptr, nullptr, nullptr, keys, nullptr, nullptr, values, nullptr, nullptr, nullptr,
+                              nullptr);
     RegCloseKey(key);
-    return status == ERROR_SUCCESS && keys + values != 0 ? Presence::Absent : FromStatus(status);
+    return FromStatus(status);
+}
+
+Presence LookForEmptyKey(const std::string& path) {
+    DWORD keys = 0, values = 0;
+    const Presence presence = LookIntoKey(path, &keys, &values);
+    return presence == Presence::Present && keys + values != 0 ? Presence::Absent : presence;
 }
 
 Presence ReadValue(const std::string& path, const std::string& name, DWORD* type, std::string* data) {

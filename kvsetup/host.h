@@ -83,6 +83,8 @@ int WithKey(const std::string& path, const std::function<int(HKEY)>& use);
 enum class Presence { Absent, Present, Unknown };
 Presence LookForKey(const std::string& path);
 Presence LookForValue(const std::string& path, const std::string& name);
+// The same, with the number of keys and values that it holds.
+Presence LookIntoKey(const std::string& path, DWORD* keys, DWORD* values);
 // Absent also for a key that holds anything.
 Presence LookForEmptyKey(const std::string& path);
 // The same, with the value's type and bytes as they are stored.

@@ -24,6 +24,7 @@ bool InstallsAlert(StageContext& context) {
     return !context.session.IsAgent() && context.session.settings.InstallAlert();
 }
 bool HasAccount(StageContext& context) { return !context.session.IsAgent() && context.session.HasAccount(); }
+bool HasMainAccount(StageContext& context) { return IsMainProduct(context) && HasAccount(context); }
 bool HasServices(StageContext& context) { return !ChosenServices(context.session.settings).empty(); }
 bool ReplacesOlder(StageContext& context) {
     const WORD installed = context.registry.GetVersionNumber(context.session.productId.c_str());
@@ -243,7 +244,7 @@ const std::vector<Stage>& InstallStages() {
         {"Register the product", Always, RegisterProduct},
         {"Enter it in the installed programs", IsMainProduct, EnterInstalledPrograms},
         {"Install the services", HasServices, InstallServices},
-        {"Grant the account the product's directory", HasAccount, GrantDirectory},
+        {"Grant the account the product's directory", HasMainAccount, GrantDirectory},
         {"Protect the product's registry", IsMainProduct, ProtectRegistry},
         {"Publish the home share", IsMainProduct, PublishHome},
         {"Remove the old job queue", WantsEmptyQueue, EmptyQueue},

@@ -32,11 +32,14 @@ bool IsIn(const std::vector<std::string>& paths, const std::string& path) {
     });
 }
 
-// The other product that has a directory at or below the path: null when there is none.
+// The other product that has a directory at or below the path, or the path in a directory that it shares with this
+// one; null when there is none.
 std::pair<marks::Kind, marks::Marks>* UserOf(Session& session, const std::string& path) {
+    const std::vector<std::string> own = {session.marks.directory, session.marks.alertDirectory};
     for (auto& other : session.others) {
         for (const std::string& used : {other.second.directory, other.second.alertDirectory}) {
-            if (!used.empty() && IsAtOrBelow(used, path)) return &other;
+            if (used.empty()) continue;
+            if (IsAtOrBelow(used, path) || (IsIn(own, used) && IsAtOrBelow(path, used))) return &other;
         }
     }
     return nullptr;

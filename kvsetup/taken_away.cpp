@@ -27,6 +27,37 @@ std::vector<CService> Superfluous(Session& session) {
     return superfluous;
 }
 
+// The directories' key goes as a whole and is written anew, unless it holds something else than these.
+bool DropPaths(const std::string& base, std::string& note) {
+    const std::string paths = base + "\\Path";
+    DWORD keys = 0, values = 0, own = 0;
+    const host::Presence presence = host::LookIntoKey(paths, &keys, &values);
+    if (presence != host::Presence::Present) return presence == host::Presence::Absent;
+    for (const char* name : {"HOME", "DATABASE", "LOG", "TEMP"}) {
+        const host::Presence value = host::LookForValue(paths, name);
+        if (value == host::Presence::Unknown) return note = paths, false;
+        own += value == host::Presence::Present;
+    }
+    if (keys != 0 || values != own) return note = paths + " holds more and stays", true;
+    CHalvRegistry::DeleteKorvaultKey("Base\\Path");
+    return IsKeyGone(paths, note);
+}
+
+bool DropServerValues(CHalvRegistry& registry, std::string& note) {
+    if (!registry.DeleteKorvaultShellExtension() || !registry.DeleteKorvaultSNMPKey()) {
+        note = "shell extension and SNMP agent";
+        return false;
+    }
+    const std::string base = static_cast<const char*>(CHalvRegistry::GetKorvaultBaseKey());
+    for (const char* key : {"Database", "SNMP"}) {
+        CHalvRegistry::DeleteKorvaultKey((std::string("Base\\") + key).c_str());
+        if (!IsKeyGone(base + '\\' + key, note)) return false;
+    }
+    CHalvRegistry::DeleteEnvironmentVariable("CATPATH");
+    const std::string environment = static_cast<const char*>(CHalvRegistry::m_sEnvironmentKey);
+    return IsGone(host::LookForValue(environment, "CATPATH"), "CATPATH", note) && DropPaths(base, note);
+}
+
 bool DropsAlert(Session& session) { return !session.settings.InstallAlert() && !session.marks.alertDirectory.empty(); }
 
 }  // namespace
@@ -54,7 +85,9 @@ bool RemoveServices(const std::vector<CService>& services, std::string& note) {
 
 bool TakeAlertValuesAway(CHalvRegistry& registry, std::string& note) {
     registry.DeleteAlertBranch();
-    return IsKeyGone(static_cast<const char*>(CHalvRegistry::m_sAlertKey), note);
+    const std::string key = static_cast<const char*>(CHalvRegistry::m_sAlertKey),
+                      above = key.substr(0, key.rfind('\\'));
+    return IsKeyGone(key, note) && IsGone(host::LookForEmptyKey(above), above, note);
 }
 
 bool TakesAway(StageContext& context) {
@@ -68,15 +101,9 @@ bool TakeAway(StageContext& context, std::string& note) {
     Session& session = context.session;
     const std::vector<CService> services = Superfluous(session);
     if (!RemoveServices(services, note)) return false;
-    const bool hadServer =
-        !session.settings.InstallServer() && std::any_of(services.begin(), services.end(), [](const CService& service) {
-            return std::strcmp(service.Name(), CService(CService::AlertServer).Name()) != 0;
-        });
-    if (hadServer && (!context.registry.DeleteKorvaultShellExtension() || !context.registry.DeleteKorvaultSNMPKey())) {
-        note = "shell extension and SNMP agent";
-        return false;
-    }
-    note = std::to_string(services.size()) + " services";
+    const std::string count = std::to_string(services.size()) + " services";
+    if (!session.settings.InstallServer() && !DropServerValues(context.registry, note)) return false;
+    note = count + (note.empty() ? "" : ", ") + note;
     if (!DropsAlert(session) || session.IsAlertShared()) return true;
     std::string left;
     const bool isGone = TakeAlertValuesAway(context.registry, left) &&

@@ -10,7 +10,8 @@
 
 namespace {
 
-constexpr int kShareNotFound = 2310;  // NERR_NetNameNotFound
+constexpr int kShareNotFound = 2310;   // NERR_NetNameNotFound
+constexpr DWORD kUserNotFound = 2221;  // NERR_UserNotFound
 
 bool IsValueGone(const std::string& path, const std::string& name, std::string& note) {
     return IsGone(host::LookForValue(path, name), path + ", " + name, note);
@@ -41,8 +42,7 @@ bool CreatedAccount(StageContext& context) {
     return RemovesProduct(context) && !session.marks.createdAccount.empty();
 }
 bool HasRights(StageContext& context) {
-    return RemovesProduct(context) && !context.session.marks.account.empty() &&
-           !context.session.marks.directory.empty();
+    return RemovesMain(context) && !context.session.marks.account.empty() && !context.session.marks.directory.empty();
 }
 
 bool RemoveChosenServices(StageContext& context, std::string& note) {
@@ -69,7 +69,8 @@ bool Unregister(StageContext& context, std::string& note) {
     note = context.session.productId;
     CHalvRegistry::UnregisterProduct(context.session.productId.c_str());
     std::string left;
-    if (!IsValueGone(FamilyRoot() + "\\Products", note, left)) {
+    const std::string products = FamilyRoot() + "\\Products";
+    if (!IsValueGone(products, note, left) || !IsGone(host::LookForEmptyKey(products), products, left)) {
         note = left;
         return false;
     }
@@ -87,6 +88,7 @@ bool TakeBackRights(StageContext& context, std::string& note) {
     if (presence == host::Presence::Absent) return note = "the directory is gone", true;
     if (presence == host::Presence::Unknown) return false;
     const int exists = CSystemAccount::Exists(nullptr, marks.account.substr(marks.account.find('\\') + 1).c_str());
+    if (!exists && host::LastError() != kUserNotFound) return false;
     if (!exists) return note = "the account is gone", true;
     note = marks.account;
     return AdjustAccessRights(nullptr, nullptr, nullptr, path.c_str(), marks.account.c_str(), 0) != 0;
@@ -103,7 +105,7 @@ bool DeleteAccount(StageContext& context, std::string& note) {
     }
     CSettings& settings = session.settings;
     CSystemAccount account(settings.SystemAccountServer(), settings.SystemAccountServer(), user.c_str(), "");
-    if (!account.Exists() || account.Delete()) return true;
+    if (!account.Exists() ? host::LastError() == kUserNotFound : account.Delete()) return true;
     // Whoever keeps the pieces can still remove it the next time.
     const DWORD error = host::LastError();
     marks::Write(session.kind, session.marks);
@@ -165,7 +167,7 @@ const std::vector<Stage>& UninstallStages() {
         {"Remove the alert component's values", RemovesAlert, RemoveAlertBranch},
         {"Remove the agent's settings", IsAgentProduct, RemoveAgentBranch},
         {"Remove empty directories", Always, RemoveDirectories},
-        {"Take the account's rights on what stays back", HasRights, TakeBackRights},
+        {"Take back the account's rights", HasRights, TakeBackRights},
         {"Remove the product's settings", Always, RemoveBranches},
         // Last: an account is the one thing that cannot be given back.
         {"Delete the system account", CreatedAccount, DeleteAccount},

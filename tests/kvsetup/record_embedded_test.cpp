@@ -91,6 +91,7 @@ class SetupOnRecord : public KeptMachine {
                 failed(result, n > calls - calls / 4, whole);
             }
         }
+        Restore();
     }
     // The same; a run that failed has left the machine as it was.
     void ForEveryCall(const std::string& fault, const std::string& arguments) {
@@ -109,8 +110,8 @@ class SetupOnRecord : public KeptMachine {
             }
             EXPECT_THAT(Changed(), testing::IsEmpty()) << recovered.output;
         });
-        // A failing call of the taking back itself leaves something to recover, too.
-        if (fault == "exit") {
+        // A failing call of the taking back itself leaves something to recover, too; a repair is too short to be hit.
+        if (fault == "exit" && arguments != "repair") {
             EXPECT_GT(takenBack, 0u);
         }
     }
@@ -131,8 +132,9 @@ class SetupOnRecord : public KeptMachine {
             ++goneOn;
         };
         ForEveryRun(fault, Upgrade(), failed, kUpgradeThinning);
+        // Few calls that fail fail the upgrade; a killed one never comes to its end.
         EXPECT_GT(takenBack, 0u);
-        EXPECT_GT(goneOn, 0u);
+        EXPECT_TRUE(goneOn > 0 || fault == "fail");
     }
 };
 

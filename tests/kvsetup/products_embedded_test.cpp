@@ -1,0 +1,120 @@
+// Everyday stories of the products of the family, alone and beside each other: what is left at the end, and what each
+// leaves of the others.
+#include <fstream>
+#include <sstream>
+
+#include "instalib/service.h"
+#include "instalib/system_account.h"
+#include "tests/kvsetup/kept_machine.h"
+
+namespace {
+
+class Products : public KeptMachine {
+  protected:
+    std::string Install(int type, const std::string& more = "") {
+        return "install " + Source() + " --type " + std::to_string(type) + " --answers \"" + Answers() + "\" " + more;
+    }
+    void Do(const std::string& arguments, int exitCode = 0) {
+        const RunResult result = Run(arguments);
+        ASSERT_EQ(result.exitCode, exitCode) << arguments << '\n' << result.output << result.errors;
+        m_last = result;
+    }
+    // An installation with the answers of the demo, of which a part is another one.
+    std::string InstallWith(const std::string& part, const std::string& other) {
+        std::stringstream demo;
+        demo << std::ifstream(Medium() / "ANSWERS.ICF").rdbuf();
+        std::string text = demo.str();
+        text.replace(text.find(part), part.size(), other);
+        std::ofstream(Scratch() / "own.icf") << text;
+        return "install " + Source() + " --answers \"" + (Scratch() / "own.icf").string() + "\"";
+    }
+    // What is left for ever: values of the environment and rights that no removal takes back.
+    Lines Left() {
+        Lines lines = Changed();
+        std::erase_if(lines, [](const std::string& line) {
+            return line.find("\"RNNAME\"") != line.npos || line.find("SOFTWARE\\Classes\\.asx]") != line.npos ||
+                   line.find("Rights\\S-1-5-32-551]") != line.npos || line.find("KVSETUP.") != line.npos ||
+                   line.find("\"InstallDate\"") != line.npos;
+        });
+        return lines;
+    }
+    RunResult m_last;
+};
+
+class EachProduct : public Products, public testing::WithParamInterface<int> {};
+
+TEST_P(EachProduct, ComesTwiceIsRightAndGoesWithoutAMedium) {
+    Keep();
+    Do(Install(GetParam()));
+    Do("verify");
+    Do(Install(GetParam()));
+    Do("verify");
+    Do("uninstall --yes");
+    EXPECT_THAT(Left(), testing::IsEmpty()) << m_last.output;
+    EXPECT_THAT(m_last.output, testing::Not(testing::HasSubstr("holds files")));
+    Do("uninstall --yes", 6);
+}
+INSTANTIATE_TEST_SUITE_P(All, EachProduct, testing::Values(133, 24, 25, 105, 1027, 62));
+
+// Whatever comes and goes beside a product leaves it as it was.
+TEST_F(Products, LeaveEachOtherAlone) {
+    for (const auto& [first, second] : {std::pair(133, 62), {133, 105}, {105, 1027}, {62, 25}, {1027, 105}}) {
+        SCOPED_TRACE(std::to_string(first) + " and " + std::to_string(second));
+        TearDown();
+        SetUp();
+        Keep();
+        Do(Install(first));
+        Keep();
+        Do(Install(second));
+        Do("uninstall --yes", 2);
+        EXPECT_THAT(m_last.errors, testing::HasSubstr("type " + std::to_string(first)));
+        EXPECT_THAT(m_last.errors, testing::HasSubstr("type " + std::to_string(second)));
+        Do("uninstall --yes --type " + std::to_string(second));
+        EXPECT_THAT(Left(), testing::IsEmpty()) << m_last.output;
+    }
+}
+
+// The first one's account and directories stay for the second, and go with it.
+TEST_F(Products, HandOverWhatAnotherOneNeeds) {
+    for (const auto& [first, second] : {std::pair(133, 105), {105, 133}, {133, 62}}) {
+        SCOPED_TRACE(std::to_string(first) + " before " + std::to_string(second));
+        TearDown();
+        SetUp();
+        Keep();
+        Do(Install(first));
+        Do(Install(second));
+        Do("uninstall --yes --type " + std::to_string(first));
+        EXPECT_EQ(CSystemAccount::Exists(nullptr, "kvsystem") != 0, second != 62);
+        EXPECT_EQ(FileExists("C:\\Program Files\\Zephranite\\Alert\\LOG"), second != 62);
+        EXPECT_EQ(CService(CService::AlertServer).Exists() != 0, second != 62);
+        Do("uninstall --yes");
+        EXPECT_THAT(Left(), testing::IsEmpty()) << m_last.output;
+    }
+}
+
+TEST_F(Products, FewerComponentsTakeTheirsAwayAndAnotherPathIsRefused) {
+    const std::string fewer = InstallWith("[Install]\n", "[Install]\nSeverFeature=0\nAlertFeature=0\n");
+    Do(fewer);
+    Keep();
+    Do(Install(133));
+    EXPECT_TRUE(CService(CService::JobEngine).Exists());
+    Do(fewer);
+    EXPECT_THAT(m_last.output, testing::HasSubstr("Take away what is no longer chosen"));
+    EXPECT_THAT(Left(), testing::IsEmpty()) << m_last.output;
+    Do(InstallWith("InstallPath=C:\\Program Files\\Zephranite\\Korvault Backup", "InstallPath=C:\\ELSEWHERE"), 6);
+    EXPECT_THAT(m_last.errors, testing::HasSubstr("C:\\Program Files\\Zephranite\\Korvault Backup\\"));
+    EXPECT_THAT(Left(), testing::IsEmpty());
+}
+
+TEST_F(Products, WhatThePeopleOfTheMachineHaveStays) {
+    MakeFolder("C:\\Program Files\\Zephranite\\Alert");
+    Do(Install(133));
+    WriteBytes("C:\\Program Files\\Zephranite\\Korvault Backup\\LOG\\mine.txt", "mine");
+    Do("uninstall --yes");
+    EXPECT_THAT(m_last.output, testing::HasSubstr("Korvault Backup\\LOG holds files and stays"));
+    EXPECT_TRUE(FileExists("C:\\Program Files\\Zephranite\\Alert"));
+    EXPECT_TRUE(FileExists("C:\\Program Files\\Zephranite\\Korvault Backup\\LOG\\mine.txt"));
+    EXPECT_FALSE(FileExists("C:\\Program Files\\Zephranite\\Korvault Backup\\TEMP"));
+}
+
+}  // namespace
