@@ -135,6 +135,14 @@ Presence LookForDirectory(const std::string& path) {
     return FromStatus((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? ERROR_SUCCESS : ERROR_DIRECTORY);
 }
 
+std::string WindowsDirectory() {
+    char path[MAX_PATH + 1] = "";
+    GetWindowsDirectoryA(path, sizeof path);
+    std::string directory = path;
+    while (directory.ends_with('\\')) directory.pop_back();
+    return directory;
+}
+
 DWORD MissingEntryPoints(const std::string& library, const std::vector<std::string>& names,
                          std::vector<std::string>* missing) {
     const HMODULE module = LoadLibraryA(library.c_str());

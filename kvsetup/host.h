@@ -123,6 +123,9 @@ class StatusMailslot {
     HANDLE m_mailslot;
 };
 
+// Without a final backslash.
+std::string WindowsDirectory();
+
 // Whether the byte is the first of two of a character in the machine's code page.
 bool IsLeadByte(char byte);
 

@@ -3,6 +3,7 @@
 #include "kvsetup/host.h"
 #include "kvsetup/recorded_run.h"
 #include "kvsetup/running_programs.h"
+#include "kvsetup/setup_checks.h"
 #include "kvsetup/setup_run.h"
 #include "kvsetup/stages.h"
 #include "kvsetup/watch.h"
@@ -108,6 +109,7 @@ int Install(const Options& options) {
     RequireNoDowngrade(*session, registry);
     RequireSamePlace(*session);
     WarnAboutAnswers(*session);
+    checks::Require(*session, checks::OfInstallation(*session));
     Json report = Describe(*session);
     WarnAboutSpace(*session);
     Confirm(options, *session, "Install now");

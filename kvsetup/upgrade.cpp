@@ -11,6 +11,7 @@
 #include "kvsetup/record_commands.h"
 #include "kvsetup/recorded_run.h"
 #include "kvsetup/running_programs.h"
+#include "kvsetup/setup_checks.h"
 #include "kvsetup/setup_run.h"
 #include "kvsetup/stages.h"
 #include "kvsetup/watch.h"
@@ -243,6 +244,8 @@ int RunUpgrade(const Options& options) {
     if (answer == kNotInstalled && !resumes) {
         throw Failure{kNothingToDo, product + " is not installed; use kvsetup install"};
     }
+    WarnAboutAnswers(*session);
+    checks::Require(*session, checks::OfInstallation(*session));
     Confirm(options, *session, "Upgrade now");
     CloseRunningPrograms(options, !options.yes && options.answers.empty(), *session);
     session->Log("Upgrade of " + product + " from " + session->source);

@@ -34,7 +34,7 @@ class Products : public KeptMachine {
         std::erase_if(lines, [](const std::string& line) {
             return line.find("\"RNNAME\"") != line.npos || line.find("SOFTWARE\\Classes\\.asx]") != line.npos ||
                    line.find("Rights\\S-1-5-32-551]") != line.npos || line.find("KVSETUP.") != line.npos ||
-                   line.find("\"InstallDate\"") != line.npos;
+                   line.find("[META\\Drives\\") != line.npos || line.find("\"InstallDate\"") != line.npos;
         });
         return lines;
     }
@@ -103,6 +103,51 @@ TEST_F(Products, FewerComponentsTakeTheirsAwayAndAnotherPathIsRefused) {
     EXPECT_THAT(Left(), testing::IsEmpty()) << m_last.output;
     Do(InstallWith("InstallPath=C:\\Program Files\\Zephranite\\Korvault Backup", "InstallPath=C:\\ELSEWHERE"), 6);
     EXPECT_THAT(m_last.errors, testing::HasSubstr("C:\\Program Files\\Zephranite\\Korvault Backup\\"));
+    EXPECT_THAT(Left(), testing::IsEmpty());
+}
+
+// A directory that nobody may be given rights on, or that cannot be: nothing is changed.
+TEST_F(Products, PlacesThatNoProductGoesToAreRefused) {
+    SetText("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\ProfileList", "ProfilesDirectory",
+            "%SystemDrive%\\People");
+    Keep();
+    const std::pair<std::string, const char*> places[] = {
+        {"C:\\", "the root of a drive"},
+        {"C:\\Program Files", "Program Files itself"},
+        {"c:\\windows\\System32", "a directory of Windows"},
+        {"C:\\Users\\Ada", "a user's profile"},
+        {"C:\\PEOPLE\\Ada", "a user's profile"},
+        {"KORVAULT", "is not absolute"},
+        {"\\\\SERVER\\KV", "is not absolute"},
+        {"Q:\\KV", "not on a fixed drive"},
+        {"C:\\KV\\" + std::string(200, 'x'), "longer than 200"},
+        {"C:\\KV\\LPT1.TXT", "reserved name LPT1.TXT"},
+        {"C:\\KV\\DATA.", "dot or blank"},
+        {"C:\\KV*", "no name has: *"},
+        {"C:\\KV\\\\DATA", "without characters"},
+    };
+    for (const auto& [place, reason] : places) {
+        Do(InstallWith("InstallPath=C:\\Program Files\\Zephranite\\Korvault Backup", "InstallPath=" + place), 3);
+        EXPECT_THAT(m_last.errors, testing::HasSubstr(reason));
+    }
+    Do(InstallWith("InstallPath=C:\\Program Files\\Zephranite\\Korvault Backup", "InstallPath=C:\\People\\Ada\\KV") +
+       " --type 62");
+    Do("uninstall --yes");
+    EXPECT_THAT(Left(), testing::IsEmpty());
+}
+
+TEST_F(Products, AllThatIsInTheWayIsSaidAtOnce) {
+    CopyMedium();
+    std::filesystem::remove(Medium() / "kvvctl.dll");
+    CService(CService::JobEngine).InstallService("C:\\OTHER\\", 3, nullptr, nullptr);
+    Keep();
+    const std::string install =
+        InstallWith("SystemUserName=kvsystem\nSystemPassword=1e3e3132730f0112114e55", "SystemUserName=kv:system");
+    Do(install, 3);
+    for (const char* problem : {"kvvctl.dll names no version", "OVSJobEngine is there already",
+                                "no account has: :", "3 things are in the way, and nothing was changed"})
+        EXPECT_THAT(m_last.errors, testing::HasSubstr(problem));
+    EXPECT_EQ(nlohmann::json::parse(Run(install + " --json").output)["problems"].size(), 3u);
     EXPECT_THAT(Left(), testing::IsEmpty());
 }
 

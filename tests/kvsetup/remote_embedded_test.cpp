@@ -57,11 +57,11 @@ TEST_F(FollowedSetup, IsShownOnAnotherMachineUntilItsEnd) {
 // The marker file names the host, once; a setup that fails is told, also one that never came to its session.
 TEST_F(FollowedSetup, FailureIsToldAndNamedByTheMarkerFile) {
     WriteBytes("C:\\Windows\\HOST.INI", "[HostServer]\r\nName=adminpc\r\n");
-    WriteBytes("C:\\TEST\\A.ICF", "[KorvaultInstall]\r\nInstallPath=Q:\\NOWHERE\r\n");
+    WriteBytes("C:\\TEST\\A.ICF", "[KorvaultInstall]\r\nInstallPath=C:\\TEST\\A.ICF\\NOWHERE\r\n");
     const RunResult marked =
         Heard("--timeout 30", [&] { EXPECT_EQ(Run("install --answers 'C:\\TEST\\A.ICF' " + Source()).exitCode, 1); });
     EXPECT_EQ(marked.exitCode, 1);
-    EXPECT_THAT(marked.output, ContainsRegex("stage ended +3 +0 +Create the product's directories: failed: "));
+    EXPECT_THAT(marked.output, ContainsRegex("stage ended +267 +0 +Create the product's directories: failed: "));
     EXPECT_THAT(marked.output, ContainsRegex("setup ended +1 +0 +install ZephraniteCB failed; everything was taken "));
     EXPECT_THAT(marked.output, HasSubstr("\nThe setup has failed.\n"));
     EXPECT_FALSE(FileExists("C:\\Windows\\HOST.INI"));
@@ -115,7 +115,7 @@ TEST_F(FollowedSetup, StatusFileTellsHowItEnded) {
     EXPECT_THAT(Contents(file), HasSubstr(group));
     EXPECT_THAT(Contents(file), testing::EndsWith("\tEnd Group\r\nEnd Component"));
     // Also when it fails, is cancelled, or never came to a session.
-    WriteBytes("C:\\TEST\\A.ICF", "[KorvaultInstall]\r\nInstallPath=Q:\\NOWHERE\r\n");
+    WriteBytes("C:\\TEST\\A.ICF", "[KorvaultInstall]\r\nInstallPath=C:\\TEST\\A.ICF\\NOWHERE\r\n");
     EXPECT_EQ(Run("install --answers 'C:\\TEST\\A.ICF' " + Source() + mif).exitCode, 1);
     EXPECT_THAT(Contents(file), HasSubstr("VALUE = \"Failed\"\r\n"));
     EXPECT_THAT(Contents(file), HasSubstr("VALUE = \"install ZephraniteCB failed; everything was taken back"));
