@@ -87,25 +87,37 @@ int Scramble(const AnswersOptions&, const Options& options) {
         ReadPassword("Once more: ", again);
         if (again != password) throw Failure{kBadInput, "the two passwords differ"};
     }
-    constexpr DWORD kCapacity = 780;  // bytes; the text has two characters for each
-    std::string text(2 * kCapacity + 1, '\0');
-    DWORD length = kCapacity;
-    DWORD status = KSET_ZKBEncrypt_NUMSTR(password.data(), DWORD(password.size()), text.data(), &length);
-    if (status == KSET_ZKB_UNAVAILABLE)
-        throw Failure{kBadInput,
-                      "there is no KVDCEN.DLL to scramble with; give the folder of the medium with --source"};
-    if (status != 0) throw Failure{kFailed, "the password cannot be scrambled: " + host::ErrorText(status)};
-    text.resize(length);
-    Secret back(260, '\0');
-    DWORD backLength = DWORD(back.size());
-    status = KSET_ZKBDecrypt_NUMSTR(text.data(), length, reinterpret_cast<BYTE*>(back.data()), &backLength);
-    if (status != 0 || back.compare(0, backLength, password) != 0)
-        throw Failure{kFailed, "the medium's library does not give the scrambled password back"};
+    std::string problem;
+    const std::string text = ScramblePassword(password.c_str(), &problem);
+    if (text.empty()) throw Failure{kBadInput, problem};
     std::cout << text << '\n';
     return kDone;
 }
 
 }  // namespace
+
+std::string ScramblePassword(const char* password, std::string* problem) {
+    constexpr DWORD kCapacity = 780;  // bytes; the text has two characters for each
+    std::string text(2 * kCapacity + 1, '\0');
+    DWORD length = kCapacity;
+    Secret clear(password);
+    DWORD status = KSET_ZKBEncrypt_NUMSTR(clear.data(), DWORD(clear.size()), text.data(), &length);
+    if (status == KSET_ZKB_UNAVAILABLE) {
+        *problem = "there is no KVDCEN.DLL to scramble with; give the folder of the medium with --source";
+        return "";
+    }
+    if (status != 0) {
+        *problem = "the password cannot be scrambled: " + host::ErrorText(status);
+        return "";
+    }
+    text.resize(length);
+    Secret back(260, '\0');
+    DWORD backLength = DWORD(back.size());
+    status = KSET_ZKBDecrypt_NUMSTR(text.data(), length, reinterpret_cast<BYTE*>(back.data()), &backLength);
+    if (status == 0 && back.compare(0, backLength, clear) == 0) return text;
+    *problem = "the medium's library does not give the scrambled password back";
+    return "";
+}
 
 void AddAnswersCommands(CLI::App& app, Options& options, std::function<int(const Options&)>& run) {
     const auto answers = std::make_shared<AnswersOptions>();

@@ -1,5 +1,6 @@
 #include <iostream>
 
+#include "kvsetup/given_answers.h"
 #include "kvsetup/host.h"
 #include "kvsetup/recorded_run.h"
 #include "kvsetup/running_programs.h"
@@ -40,8 +41,20 @@ void AskComponents(CSettings& settings) {
     }
 }
 
+// Asks until the answer has nothing against it.
+std::string AskUntil(const char* question, const std::string& fallback, std::string (*problem)(const std::string&)) {
+    for (;;) {
+        const std::string answer = Require(console::Ask(question, fallback));
+        const std::string why = problem(answer);
+        if (why.empty()) return answer;
+        std::cout << console::Printable(answer) << ' ' << console::Printable(why) << '\n';
+    }
+}
+
 void AskAccount(CSettings& settings) {
-    settings.SystemAccountName(Require(console::Ask("System account", settings.SystemAccountName())).c_str());
+    const std::string name =
+        AskUntil("System account (- for none)", settings.SystemAccountName(), checks::AccountNameProblem);
+    settings.SystemAccountName(name == "-" ? "" : name.c_str());
     if (*settings.SystemAccountName() == '\0') return;
     settings.SystemAccountDomain(Require(console::Ask("Its domain", settings.SystemAccountDomain())).c_str());
     std::cout << "Its password (empty: the account is used as it is): " << std::flush;
@@ -54,15 +67,20 @@ void AskAccount(CSettings& settings) {
 void AskSettings(Session& session) {
     CSettings& settings = session.settings;
     if (session.IsAgent()) {
-        settings.ClientAgentPath(Require(console::Ask("Directory of the agent", settings.ClientAgentPath())).c_str());
+        settings.ClientAgentPath(
+            AskUntil("Directory of the agent", settings.ClientAgentPath(), checks::PathProblem).c_str());
         return;
     }
     settings.RegisteredUser(Require(console::Ask("Registered user", settings.RegisteredUser())).c_str());
     settings.RegisteredCompany(Require(console::Ask("Company", settings.RegisteredCompany())).c_str());
-    settings.KorvaultPath(Require(console::Ask("Directory of the product", settings.KorvaultPath())).c_str());
-    AskComponents(settings);
+    if (session.IsMain()) {
+        settings.KorvaultPath(
+            AskUntil("Directory of the product", settings.KorvaultPath(), checks::PathProblem).c_str());
+        AskComponents(settings);
+    }
     if (settings.InstallAlert()) {
-        settings.AlertPath(Require(console::Ask("Directory of the alert component", settings.AlertPath())).c_str());
+        settings.AlertPath(
+            AskUntil("Directory of the alert component", settings.AlertPath(), checks::PathProblem).c_str());
     }
     AskAccount(settings);
 }
@@ -95,6 +113,8 @@ void RequireSamePlace(Session& session) {
 
 int Install(const Options& options) {
     const bool asks = !options.yes && options.answers.empty();
+    if (asks && options.passwordFrom == "-")
+        throw Failure{kUsage, "--password-from - leaves nothing to ask; add --yes or --answers"};
     if (asks && options.json) throw Failure{kUsage, "--json asks nothing; add --yes or --answers"};
     if (asks && !host::IsTerminal(host::Stream::Input)) {
         throw Failure{kCancelled, "there is no terminal to ask on; run with --yes or --answers"};
@@ -110,6 +130,7 @@ int Install(const Options& options) {
     RequireSamePlace(*session);
     WarnAboutAnswers(*session);
     checks::Require(*session, checks::OfInstallation(*session));
+    given::Save(options, *session);
     Json report = Describe(*session);
     WarnAboutSpace(*session);
     Confirm(options, *session, "Install now");

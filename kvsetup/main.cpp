@@ -7,6 +7,7 @@
 #include "kvsetup/answers_commands.h"
 #include "kvsetup/capture.h"
 #include "kvsetup/console.h"
+#include "kvsetup/given_answers.h"
 #include "kvsetup/host.h"
 #include "kvsetup/machine_commands.h"
 #include "kvsetup/medium_commands.h"
@@ -56,6 +57,7 @@ void AddInstall(CLI::App& app, Options& options, Run& run) {
     CLI::App* const command = app.add_subcommand("install", "install or reconfigure the product of a medium");
     AddSource(*command, options, true);
     command->add_option("--answers", options.answers, "response file of an unattended setup; nothing is asked then");
+    given::AddOptions(*command, options, false);
     command->add_flag("--express", options.express, "the standard set of components");
     command->add_flag("--keep", options.keep, "leave what a failed installation has done; nothing is taken back then");
     command->add_flag("--resume", options.resume, "go on behind the last whole stage of an interrupted installation");
@@ -67,6 +69,7 @@ void AddUninstall(CLI::App& app, Options& options, Run& run) {
     CLI::App* const command = app.add_subcommand("uninstall", "remove the installed product");
     AddSource(*command, options, false);
     command->add_option("--answers", options.answers, "response file that says what is removed");
+    given::AddOptions(*command, options, true);
     command->add_flag("--keep", options.keep, "leave what a failed removal has done; nothing is taken back then");
     AddWatchers(*command, options);
     command->callback([&run] { run = UninstallCommand; });
@@ -85,6 +88,7 @@ void AddUpgrade(CLI::App& app, Options& options, Run& run) {
     CLI::App* const upgrade = app.add_subcommand("upgrade", "replace the installed product and keep its settings");
     AddSource(*upgrade, options, true);
     upgrade->add_option("--answers", options.answers, "response file of an unattended setup; nothing is asked then");
+    given::AddOptions(*upgrade, options, false);
     upgrade->add_option("--product", options.product,
                         "registration name of the installed product (default: the medium's)");
     upgrade->add_option("--uninstaller", options.uninstaller, "command line that removes the old product");
@@ -135,10 +139,11 @@ int Parse(CLI::App& app, int argc, char** argv, Run& run, Options& options) {
     // The library's own form of the switch is "-r:NAME".
     if (options.drivingHost.starts_with(':')) options.drivingHost.erase(0, 1);
     // Before the library makes the medium's folder the current one.
-    for (std::string* const path :
-         {&options.source, &options.answers, &options.log, &options.file, &options.page, &options.mif}) {
-        if (!path->empty()) *path = host::FromHere(*path);
+    for (std::string* const path : {&options.source, &options.answers, &options.log, &options.file, &options.page,
+                                    &options.mif, &options.saveAnswers, &options.passwordFrom}) {
+        if (!path->empty() && *path != "-") *path = host::FromHere(*path);
     }
+    given::ReadPassword(options);
     std::string problem;
     if (!options.machine.empty() && !host::SelectMachine(options.machine, &problem)) throw Failure{kBadInput, problem};
     if (options.needsMachine && !host::IsMachineSound(&problem)) throw Failure{kBadInput, problem};
@@ -193,6 +198,7 @@ int main(int argc, char** argv) {
     const bool json = options.json || std::find(argv + 1, argv + argc, std::string("--json")) != argv + argc;
     const bool wasHelp = !run && problem.empty();
     if (json && !wasHelp) console::EndJson(code, problem);
+    host::Wipe(options.password);
     std::cout.flush();
     if (!problem.empty()) std::cerr << "kvsetup: " << console::Printable(problem) << '\n';
     return code;

@@ -20,6 +20,9 @@ struct Options {
     std::string answers;      // empty: none
     std::optional<int> type;  // else from the medium
     bool express = false;
+    // Over the answers, as given_answers.h describes them. The password is wiped at the program's end.
+    std::vector<std::string> set;
+    std::string path, alertPath, components, account, passwordFrom, password, saveAnswers;
     std::string log;          // empty: the default beside Program Files
     std::string drivingHost;  // empty: a local setup
     bool yes = false;

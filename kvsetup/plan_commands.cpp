@@ -149,6 +149,8 @@ void AddPlanCommands(CLI::App& app, CLI::App& plan, Options& options, Command& r
     apply->add_option("plan", options.file, "the plan's file")->required();
     apply->add_option("--source", options.source, "folder of the same medium, when it stands elsewhere now");
     apply->add_option("--answers", options.answers, "the same response file, when it stands elsewhere now");
+    apply->add_option("--password-from", options.passwordFrom,
+                      "the account's password, when it was not in the response file; - for the standard input");
     apply->add_option("--log", options.log, "setup log (default: KVSETUP.LOG on the drive of Program Files)");
     apply->add_flag("--yes", options.yes, "ask nothing");
     apply->add_flag("--json", options.json, "print data as JSON");

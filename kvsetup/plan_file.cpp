@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 namespace plans {
 namespace {
 
-constexpr checked_file::Kind kPlan{"kvsetupPlan", "plan", 1};
+constexpr checked_file::Kind kPlan{"kvsetupPlan", "plan", 2};
 
 std::string HostOf(const std::string& path) { return host::IsMachinePath(path) ? host::HostPath(path) : path; }
 
@@ -29,6 +29,11 @@ Json DescribeOptions(const Options& options) {
             {"answers", Absolute(options.answers)},
             {"type", options.type ? Json(*options.type) : Json()},
             {"express", options.express},
+            {"set", options.set},
+            {"path", options.path},
+            {"alertPath", options.alertPath},
+            {"components", options.components},
+            {"account", options.account},
             {"product", options.product},
             {"uninstaller", options.uninstaller},
             {"acceptLoss", options.acceptLoss},
@@ -41,6 +46,11 @@ void TakeOptions(const Json& plan, Options& options) {
     if (options.answers.empty()) options.answers = kept.at("answers").get<std::string>();
     if (!kept.at("type").is_null()) options.type = kept.at("type").get<int>();
     options.express = kept.at("express").get<bool>();
+    options.set = kept.at("set").get<std::vector<std::string>>();
+    options.path = kept.at("path").get<std::string>();
+    options.alertPath = kept.at("alertPath").get<std::string>();
+    options.components = kept.at("components").get<std::string>();
+    options.account = kept.at("account").get<std::string>();
     options.product = kept.at("product").get<std::string>();
     options.uninstaller = kept.at("uninstaller").get<std::string>();
     options.acceptLoss = kept.at("acceptLoss").get<bool>();

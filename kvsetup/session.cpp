@@ -17,6 +17,7 @@
 #include "instalib/setup_inf.h"
 #include "instalib/version.h"
 #include "kvsetup/answers_commands.h"
+#include "kvsetup/given_answers.h"
 #include "kvsetup/host.h"
 #include "kvsetup/watch.h"
 
@@ -319,10 +320,11 @@ std::unique_ptr<Session> Open(const Options& options, bool uninstall) {
     session->marks = marks::Read(session->kind);
     session->others = marks::Others(session->kind);
     session->productId = ChooseProductId(*session);
+    if (options.express) session->settings.CustomSetup(0);
+    given::Apply(options, *session);
     ChooseParts(*session);
     ChooseAccountDomain(*session);
-    ChoosePath(*session);
-    if (options.express) session->settings.CustomSetup(0);
+    if (options.path.empty()) ChoosePath(*session);
     return session;
 }
 

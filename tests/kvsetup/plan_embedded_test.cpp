@@ -90,7 +90,7 @@ TEST_F(Plans, DamagedOnesAndThoseOfOthersChangeNothing) {
     for (std::size_t i = 0; i < random.size(); ++i) random[i] = char(i * i * 31 + i / 7);
     for (const std::string& bytes : {std::string(), random, std::string("[]"), whole.substr(0, whole.size() / 2)})
         expectRefused(bytes, "is no plan of kvsetup");
-    expectRefused(edited("\"kvsetupPlan\": 1", "\"kvsetupPlan\": 2"), "another version");
+    expectRefused(edited("\"kvsetupPlan\": 2", "\"kvsetupPlan\": 1"), "another version");
     expectRefused(edited("KorvaultScriptFile", "AnotherScriptFile."), "was changed or cut");
     CopyMedium();
     expectRefused(whole, "holds no files of a medium", "--source " + Scratch().string() + "/none");

@@ -151,6 +151,43 @@ TEST_F(Products, AllThatIsInTheWayIsSaidAtOnce) {
     EXPECT_THAT(Left(), testing::IsEmpty());
 }
 
+// All that the answers say can be said on the command line, and what was said can be kept.
+TEST_F(Products, AnswersOnTheCommandLineGoBeforeThoseOfTheFileAndAreKept) {
+    Do(Install(133));
+    Keep();
+    Do("uninstall --yes");
+    std::ofstream(Scratch() / "secret") << "Pass-4711\r\n";
+    const std::string file = (Scratch() / "kept.icf").string();
+    const std::string given =
+        "install --yes " + Source() +
+        " --set 'UserInfo.FullName=Ada Sample' --set userinfo.companyname='Sample Works'" +
+        " --path 'C:\\Program Files\\Zephranite\\Korvault Backup' --alert-path 'C:\\Program Files\\Zephranite\\Alert'" +
+        " --components server,manager,admin,alert --account kvsystem --password-from '" +
+        (Scratch() / "secret").string() + "' --set Install.OverwriteDB=0 --set Install.OverwriteJobQueue=0 ";
+    Do(given + "--save-answers '" + file + "'");
+    Do("verify");
+    Do("uninstall --yes");
+    Do("answers check '" + file + "'");
+    std::stringstream text;
+    text << std::ifstream(file).rdbuf();
+    EXPECT_THAT(text.str(), testing::Not(testing::HasSubstr("4711")));
+    Do("install " + Source() + " --answers '" + file + "'");
+    Do(given);
+    EXPECT_THAT(Left(), testing::Not(testing::Contains(testing::HasSubstr("Orvanex"))));
+    Do(given + "--save-answers '" + file + "'", 3);
+    for (const auto& [wrong, reason] : {std::pair("--set Base.Nothing=1", "no answer Base.Nothing"),
+                                        {"--set Base.SystemPassword=x", "--password-from"},
+                                        {"--set Base.AVFeature=yes", "0 or 1"},
+                                        {"--set QMC.JNPPORT=1", "does not ask"},
+                                        {"--set Base", "SECTION.KEY"},
+                                        {"--set Base.AlertPath", "SECTION.KEY"}}) {
+        Do(given + wrong, 2);
+        EXPECT_THAT(m_last.errors, testing::HasSubstr(reason));
+    }
+    Do("install --yes --components server,kitchen " + Source(), 2);
+    EXPECT_THAT(m_last.errors, testing::HasSubstr("no component kitchen"));
+}
+
 TEST_F(Products, WhatThePeopleOfTheMachineHaveStays) {
     MakeFolder("C:\\Program Files\\Zephranite\\Alert");
     Do(Install(133));
