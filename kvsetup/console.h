@@ -20,7 +20,10 @@ enum ExitCode {
     kNotAllowed = 5,   // not an administrator
     kNothingToDo = 6,  // nothing is installed, or the installed product must not be replaced
     kDiffers = 7,      // the machine is not as it was installed, or not as a plan saw it
-    kBusy = 8,         // another setup is at work, or a program of the product runs
+    kBusy = 8,         // another setup is at work
+    kProgramsRun = 9,  // a program of the product runs
+    kDamaged = 10,     // the machine has lost something; nothing can be done on it before it is repaired
+    kRestart = 11,     // done, and a restart of the machine completes it
 };
 
 // An error with its exit code, thrown to main, which prints it as one line.

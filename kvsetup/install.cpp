@@ -111,6 +111,28 @@ void RequireSamePlace(Session& session) {
     }
 }
 
+int InstallIn(Session& session, const Options& options, bool asks) {
+    if (asks) AskSettings(session);
+    CHalvRegistry registry(session.settings, 0, nullptr);
+    RequireNoDowngrade(session, registry);
+    RequireSamePlace(session);
+    WarnAboutAnswers(session);
+    checks::Require(session, checks::OfInstallation(session));
+    given::Save(options, session);
+    Json report = Describe(session);
+    WarnAboutSpace(session);
+    Confirm(options, session, "Install now");
+    CloseRunningPrograms(options, asks, session);
+    session.Log("Installation of " + session.productId + " from " + session.source);
+    StageContext context{session, registry};
+    // Answers that ignore errors want the pieces.
+    const bool keepGoing = session.settings.IgnoreErrors() != 0;
+    RecordedRun run(session, options, "install", options.keep || keepGoing, options.resume);
+    const bool succeeded = run.Stages(InstallStages(), context, keepGoing, report) && run.Complete();
+    if (!succeeded) run.TakeBack(context, report);
+    return Finish(session, report, succeeded, "Installation");
+}
+
 int Install(const Options& options) {
     const bool asks = !options.yes && options.answers.empty();
     if (asks && options.passwordFrom == "-")
@@ -122,27 +144,26 @@ int Install(const Options& options) {
     const host::SetupLock lock(options.wait);
     RequireHeld(lock);
     RequireAdministrator();
-    if (!options.resume) records::TakeBackUnfinished(options.json);
+    if (!options.resume) records::TakeBackUnfinished(options.json || options.quiet);
     const std::unique_ptr<Session> session = OpenSession(options, false);
-    if (asks) AskSettings(*session);
-    CHalvRegistry registry(session->settings, 0, nullptr);
-    RequireNoDowngrade(*session, registry);
-    RequireSamePlace(*session);
-    WarnAboutAnswers(*session);
-    checks::Require(*session, checks::OfInstallation(*session));
-    given::Save(options, *session);
-    Json report = Describe(*session);
-    WarnAboutSpace(*session);
-    Confirm(options, *session, "Install now");
-    CloseRunningPrograms(options, asks, *session);
-    session->Log("Installation of " + session->productId + " from " + session->source);
-    StageContext context{*session, registry};
-    // Answers that ignore errors want the pieces.
-    const bool keepGoing = session->settings.IgnoreErrors() != 0;
-    RecordedRun run(*session, options, "install", options.keep || keepGoing, options.resume);
-    const bool succeeded = run.Stages(InstallStages(), context, keepGoing, report) && run.Complete();
+    return Logged(*session, [&] { return InstallIn(*session, options, asks); });
+}
+
+int UninstallIn(Session& session, const Options& options, bool asks) {
+    CHalvRegistry registry(session.settings, 0, nullptr);
+    // A mark alone tells of an installation that did not come to its end.
+    if (!IsAnythingInstalled(session, registry)) {
+        throw Failure{kNothingToDo, session.productId + " is not installed on this machine"};
+    }
+    Json report = Describe(session);
+    Confirm(options, session, "Remove it now");
+    CloseRunningPrograms(options, asks, session);
+    session.Log("Removal of " + session.productId);
+    StageContext context{session, registry};
+    RecordedRun run(session, options, "uninstall", options.keep);
+    const bool succeeded = run.Stages(UninstallStages(), context, options.keep, report) && run.CompleteRemoval();
     if (!succeeded) run.TakeBack(context, report);
-    return Finish(*session, report, succeeded, "Installation");
+    return Finish(session, report, succeeded, "Removal");
 }
 
 int Uninstall(const Options& options) {
@@ -153,22 +174,9 @@ int Uninstall(const Options& options) {
     const host::SetupLock lock(options.wait);
     RequireHeld(lock);
     RequireAdministrator();
-    records::TakeBackUnfinished(options.json);
+    records::TakeBackUnfinished(options.json || options.quiet);
     const std::unique_ptr<Session> session = OpenSession(options, true);
-    CHalvRegistry registry(session->settings, 0, nullptr);
-    // A mark alone tells of an installation that did not come to its end.
-    if (!IsAnythingInstalled(*session, registry)) {
-        throw Failure{kNothingToDo, session->productId + " is not installed on this machine"};
-    }
-    Json report = Describe(*session);
-    Confirm(options, *session, "Remove it now");
-    CloseRunningPrograms(options, asks, *session);
-    session->Log("Removal of " + session->productId);
-    StageContext context{*session, registry};
-    RecordedRun run(*session, options, "uninstall", options.keep);
-    const bool succeeded = run.Stages(UninstallStages(), context, options.keep, report) && run.CompleteRemoval();
-    if (!succeeded) run.TakeBack(context, report);
-    return Finish(*session, report, succeeded, "Removal");
+    return Logged(*session, [&] { return UninstallIn(*session, options, asks); });
 }
 
 }  // namespace

@@ -91,18 +91,34 @@ int Save(const MachineOptions& machine) {
     return kDone;
 }
 
+Json Describe(const control::Difference& difference) {
+    static const char* const kinds[] = {"key", "spelling", "value", "security", "file"};
+    static const char* const changes[] = {"added", "gone", "changed"};
+    using Difference = control::Difference;
+    const bool hasWords = difference.kind != Difference::Kind::Key;
+    Json object{
+        {"kind", kinds[int(difference.kind)]}, {"change", changes[int(difference.change)]}, {"path", difference.path}};
+    if (difference.kind == Difference::Kind::Value) object["name"] = difference.name;
+    if (hasWords && difference.change != Difference::Change::Added) object["before"] = difference.before;
+    if (hasWords && difference.change != Difference::Change::Gone) object["after"] = difference.after;
+    return object;
+}
+
 // One argument: from that state or machine to the present machine. Two: from the first to the second.
 int Diff(const MachineOptions& machine, bool json) {
     const fs::path after = machine.other.empty() ? control::MachineFolder() : fs::path(machine.other);
-    std::vector<std::string> lines;
+    std::vector<control::Difference> differences;
     std::string problem;
-    if (!control::Diff(machine.file, after, &lines, &problem)) Refuse(problem);
+    if (!control::Differences(machine.file, after, &differences, &problem)) Refuse(problem);
     if (json) {
-        console::PrintJson(Json{{"differences", lines}});
+        Json objects = Json::array();
+        for (const control::Difference& difference : differences) objects.push_back(Describe(difference));
+        console::PrintJson(Json{{"differences", objects}});
         return kDone;
     }
-    for (const std::string& line : lines) std::cout << console::Printable(line) << '\n';
-    if (lines.empty()) std::cout << "No difference.\n";
+    for (const control::Difference& difference : differences)
+        std::cout << console::Printable(control::Text(difference)) << '\n';
+    if (differences.empty()) std::cout << "No difference.\n";
     return kDone;
 }
 

@@ -25,7 +25,9 @@ constexpr char kExitCodes[] =
     "used; 4 cancelled, or nobody to ask; 5 not an administrator; 6 nothing to do, or an installed product that must "
     "not\n"
     "be replaced; 7 the machine is not as it was installed, or not as a plan saw it;\n"
-    "8 another setup is at work, or a program of the product runs.";
+    "8 another setup is at work; 9 a program of the product runs; 10 the machine is damaged; 11 done, and a restart "
+    "of\n"
+    "the machine completes it.";
 
 using Run = std::function<int(const Options&)>;
 
@@ -37,6 +39,13 @@ void AddSource(CLI::App& command, Options& options, bool required) {
     command.add_option("--log", options.log, "setup log (default: KVSETUP.LOG on the drive of Program Files)");
     command.add_flag("--yes", options.yes, "ask nothing");
     command.add_flag("--json", options.json, "print data as JSON");
+    CLI::Option* const quiet = command.add_flag("--quiet,-q", options.quiet, "print warnings and errors alone");
+    command.add_flag("--verbose,-v", options.verbose, "print every change")->excludes(quiet);
+    command
+        .add_option_function<std::string>(
+            "--progress", [&options](const std::string& form) { options.progressJson = form == "json"; },
+            "json: a line of JSON a stage on the error stream, as it happens")
+        ->check(CLI::IsMember({"json", "text"}));
 }
 
 void AddWatchers(CLI::App& command, Options& options) {
@@ -146,7 +155,7 @@ int Parse(CLI::App& app, int argc, char** argv, Run& run, Options& options) {
     given::ReadPassword(options);
     std::string problem;
     if (!options.machine.empty() && !host::SelectMachine(options.machine, &problem)) throw Failure{kBadInput, problem};
-    if (options.needsMachine && !host::IsMachineSound(&problem)) throw Failure{kBadInput, problem};
+    if (options.needsMachine && !host::IsMachineSound(&problem)) throw Failure{kDamaged, problem};
     return run(options);
 }
 

@@ -28,8 +28,11 @@ struct Options {
     bool yes = false;
     unsigned wait = 120;  // seconds to wait for another setup
     bool json = false;
-    bool keep = false;    // a setup that fails leaves what it has done
-    bool resume = false;  // goes on with the setup that was interrupted, or with the backup of an upgrade
+    bool quiet = false;         // only warnings and errors are printed
+    bool verbose = false;       // every change is printed
+    bool progressJson = false;  // a line of JSON a stage on the error stream
+    bool keep = false;          // a setup that fails leaves what it has done
+    bool resume = false;        // goes on with the setup that was interrupted, or with the backup of an upgrade
     std::string serviceName;
     std::string product;       // the installed product's registration name; empty: the medium's
     std::string target;        // the machine that is asked; empty: this one

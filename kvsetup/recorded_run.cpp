@@ -87,6 +87,8 @@ void Tell(const CSetupRecord& record, bool quiet, Json& report) {
     }
 }
 
+}  // namespace
+
 std::string ChangeText(const tagSETUP_CHANGE& change) {
     if (change.sKind.IsEmpty()) return "nothing more";
     const auto text = [](const CString& state) {
@@ -94,8 +96,6 @@ std::string ChangeText(const tagSETUP_CHANGE& change) {
     };
     return ObjectText(change) + ": " + text(change.sBefore) + " -> " + text(change.sAfter);
 }
-
-}  // namespace
 
 namespace records {
 
@@ -251,7 +251,7 @@ void RecordedRun::TellDeparture(Json& report) {
     report["planned"] = ChangeText(expected);
     report["found"] = ChangeText(found);
     m_session.Log("The setup left its plan. Planned: " + ChangeText(expected) + ". Found: " + ChangeText(found));
-    if (m_session.json) return;
+    if (!m_session.prints) return;
     std::cout << "The setup left its plan:\n  planned  " << console::Printable(ChangeText(expected)) << "\n  found    "
               << console::Printable(ChangeText(found)) << std::endl;
 }
@@ -268,7 +268,7 @@ void RecordedRun::TakeBack(StageContext& context, Json& report, const std::strin
         return;
     }
     const bool whole = m_record.Rollback() != 0;
-    Tell(m_record, m_session.json, report);
+    Tell(m_record, !m_session.prints, report);
     m_session.Log(whole ? "Everything was taken back" : "Not everything could be taken back");
     if (m_record.GetState() == CSetupRecord::RolledBack) records::Forget(m_file);
     report["succeeded"] = false;

@@ -9,6 +9,9 @@
 
 #include "kvsetup/stages.h"
 
+// "value HKEY_LOCAL_MACHINE\\SOFTWARE\\X, Path: nothing -> C:\\X"
+std::string ChangeText(const tagSETUP_CHANGE& change);
+
 namespace records {
 
 struct Found {

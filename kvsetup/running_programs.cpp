@@ -58,15 +58,16 @@ void CloseRunningPrograms(const Options& options, bool mayAsk, Session& session)
     if (running.empty()) return;
     const std::string found = "programs of the product still run: " + Names(running);
     session.Log("Found: " + found);
-    if (!options.closePrograms && !mayAsk) throw Failure{kBusy, found + "; close them, or run with --close-programs"};
-    if (!session.json) std::cout << "Found: " << found << std::endl;
+    if (!options.closePrograms && !mayAsk)
+        throw Failure{kProgramsRun, found + "; close them, or run with --close-programs"};
+    if (session.prints) std::cout << "Found: " << found << std::endl;
     if (!options.closePrograms && !Require(console::AskYesNo("Close them", true)))
         throw Failure{kCancelled, "cancelled: " + found};
-    running = Close(running, options.closeTimeout, session.json);
+    running = Close(running, options.closeTimeout, !session.prints);
     if (running.empty()) {
         session.Log("They were closed");
         return;
     }
-    throw Failure{kBusy, "these programs did not close within " + std::to_string(options.closeTimeout) +
-                             " seconds: " + Names(running) + "; nothing was changed"};
+    throw Failure{kProgramsRun, "these programs did not close within " + std::to_string(options.closeTimeout) +
+                                    " seconds: " + Names(running) + "; nothing was changed"};
 }

@@ -8,9 +8,12 @@
 
 namespace {
 
+constexpr DWORD kServiceDoesNotExist = 1060;  // ERROR_SERVICE_DOES_NOT_EXIST
+
 std::string State(const CService& service) {
-    if (!service.Exists()) return "not installed";
-    return service.IsStarted() ? "started" : "stopped";
+    host::SetLastError(0);
+    if (service.Exists()) return service.IsStarted() ? "started" : "stopped";
+    return host::LastError() == kServiceDoesNotExist ? "not installed" : "may not be seen";
 }
 
 // The family's installed services, or the one that the user named.
@@ -48,15 +51,19 @@ int ServicesListCommand(const Options& options) {
     WarnAboutUnfinished();
     Json data = Json::array();
     std::vector<std::vector<std::string>> rows;
+    bool isSeen = true;
     for (const CService& service : AllFamilyServices()) {
-        data.push_back({{"service", service.Name()}, {"state", State(service)}});
-        rows.push_back({service.Name(), State(service)});
+        const std::string state = State(service);
+        data.push_back({{"service", service.Name()}, {"state", state}});
+        rows.push_back({service.Name(), state});
+        isSeen = isSeen && state != "may not be seen";
     }
     if (options.json) {
         console::PrintJson({{"services", data}});
     } else {
         console::PrintTable({"SERVICE", "STATE"}, rows);
     }
+    if (!isSeen) throw Failure{kNotAllowed, "not all services may be seen; run it as an administrator"};
     return kDone;
 }
 

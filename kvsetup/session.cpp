@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <string_view>
 #include <utility>
 
@@ -304,6 +305,9 @@ void ChooseParts(Session& session) {
 std::unique_ptr<Session> Open(const Options& options, bool uninstall) {
     auto session = std::make_unique<Session>();
     session->json = options.json;
+    session->prints = !options.json && !options.quiet;
+    session->verbose = session->prints && options.verbose;
+    session->progressJson = options.progressJson;
     // All paths first: the information file makes the medium's folder the current one.
     if (!options.source.empty()) session->source = OpenMedium(options.source);
     if (!options.answers.empty()) session->answers = OpenAnswers(options.answers);
@@ -346,8 +350,11 @@ std::string Taken(Session& session) {
 // Who does what. The command line of another product's uninstaller may hold secrets; no other option does.
 std::string Head(const Options& options) {
     CCurrentUser user;
-    std::string head = std::string(kVersion) + " on " + static_cast<const char*>(CComputer().Name()) + ", " +
-                       user.GetDomain() + '\\' + user.GetUser() + ':';
+    char time[64] = "";
+    const std::time_t now = std::time(nullptr);
+    std::strftime(time, sizeof time, "%Y-%m-%d %H:%M:%S %z", std::localtime(&now));
+    std::string head = std::string(time) + ' ' + kVersion + " on " + static_cast<const char*>(CComputer().Name()) +
+                       ", " + user.GetDomain() + '\\' + user.GetUser() + ':';
     constexpr std::string_view kUninstaller = "--uninstaller";
     bool isSecret = false;
     for (const std::string& argument : options.arguments) {

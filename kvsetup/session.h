@@ -20,7 +20,11 @@ struct Session {
     WORD version = 0;       // of the medium, 0 when its version library does not tell
     WORD build = 0;
     bool json = false;
-    Watch* watch = nullptr;  // null: nobody follows the setup
+    bool prints = true;  // what happens is told on the output, in words
+    bool verbose = false;
+    bool progressJson = false;
+    bool needsRestart = false;  // what was done is complete after the next restart of the machine
+    Watch* watch = nullptr;     // null: nobody follows the setup
     marks::Kind kind = marks::Kind::Main;
     marks::Marks marks;                                        // as they are on the machine, and as they become
     std::vector<std::pair<marks::Kind, marks::Marks>> others;  // the other installed products'

@@ -28,7 +28,9 @@ bool Require(const std::optional<bool>& answer) {
 
 void WarnAboutSpace(Session& session) {
     CSettings& settings = session.settings;
-    const char* const path = session.IsAgent() ? settings.ClientAgentPath() : settings.KorvaultPath();
+    const char* const path = session.IsAgent()  ? settings.ClientAgentPath()
+                             : session.IsMain() ? settings.KorvaultPath()
+                                                : settings.AlertPath();
     // The library tells free space modulo 4 GiB, so a small figure is a hint and no verdict.
     const DWORD freeKilobytes = CComputer::DriveFreeSpaceBytes(path) / 1024;
     if (freeKilobytes < settings.DiskSpaceNeeded()) {
@@ -44,7 +46,7 @@ void Confirm(const Options& options, Session& session, const char* question) {
 
 Json Describe(Session& session) {
     Json report = DescribeSession(session);
-    if (!session.json) console::PrintFacts(report);
+    if (session.prints) console::PrintFacts(report);
     return report;
 }
 
@@ -55,8 +57,13 @@ int Finish(Session& session, Json& report, bool succeeded, const char* what) {
         report["log"] = session.log;
         report["changed"] = true;
         console::PrintJson(report);
-    } else if (succeeded) {
+    } else if (succeeded && session.prints) {
         std::cout << what << " done. Log: " << console::Printable(session.log) << '\n';
+    }
+    if (succeeded && session.needsRestart) {
+        console::Warn("a restart of this machine completes it");
+        session.Log("A restart of this machine completes it");
+        return kRestart;
     }
     if (succeeded) return kDone;
     throw Failure{kFailed, std::string(what) + " is not complete; what was done is in " + session.log};

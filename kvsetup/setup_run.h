@@ -8,6 +8,17 @@
 #include "kvsetup/host.h"
 #include "kvsetup/session.h"
 
+// What ends the setup stands in its log, also when nothing was begun.
+template <class Setup>
+int Logged(Session& session, Setup setup) {
+    try {
+        return setup();
+    } catch (const Failure& failure) {
+        session.Log("Error: " + failure.message + " (exit code " + std::to_string(failure.code) + ")");
+        throw;
+    }
+}
+
 // Each throws a Failure that says what is missing.
 void RequireAdministrator();
 void RequireHeld(const host::SetupLock& lock);

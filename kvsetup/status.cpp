@@ -4,6 +4,7 @@
 #include "instalib/registry.h"
 #include "kvsetup/console.h"
 #include "kvsetup/family_services.h"
+#include "kvsetup/host.h"
 #include "kvsetup/options.h"
 #include "kvsetup/record_commands.h"
 #include "kvsetup/session.h"
@@ -85,11 +86,15 @@ int StatusCommand(const Options& options) {
     Json data{{"generations", Json::array()}, {"alert", DescribeAlert()}, {"services", DescribeServices()}};
     for (int i = 0; i < installed.GetCount(); ++i)
         data["generations"].push_back(DescribeGeneration(installed.GetAt(i)));
-    if (options.json) {
-        console::PrintJson(data);
-        return kDone;
-    }
-    if (data["generations"].empty()) std::cout << "No product of the family is installed on this machine.\n";
+    // What cannot be looked into may hold anything.
+    const std::string root = static_cast<const char*>(CHalvRegistry::GetKorvaultKey());
+    const bool isSeen = host::LookForKey(root) != host::Presence::Unknown;
+    const DWORD error = host::LastError();
+    if (options.json) console::PrintJson(data);
+    if (!isSeen) throw Failure{kNotAllowed, root + " may not be seen: " + host::ErrorText(error)};
+    const bool isNothing = data["generations"].empty() && data["alert"].is_null() && data["services"].empty();
+    if (isNothing) throw Failure{kNothingToDo, "no product of the family is installed on this machine"};
+    if (options.json) return kDone;
     for (const Json& generation : data["generations"]) PrintGeneration(generation);
     if (!data["alert"].is_null()) console::PrintFacts(Json{{"Alert component", data["alert"]}});
     for (const Json& service : data["services"]) {

@@ -70,11 +70,15 @@ bool IsGone(host::Presence presence, const std::string& what, std::string& note)
 }
 bool IsKeyGone(const std::string& path, std::string& note) { return IsGone(host::LookForKey(path), path, note); }
 
-bool RemoveServices(const std::vector<CService>& services, std::string& note) {
+bool RemoveServices(const std::vector<CService>& services, bool& needsRestart, std::string& note) {
     bool allRemoved = true;
     DWORD error = 0;
     for (auto service = services.rbegin(); service != services.rend(); ++service) {
-        if (service->RemoveService()) continue;
+        // One that somebody still holds goes with the next restart.
+        if (service->RemoveService()) {
+            if (service->Exists()) needsRestart = true;
+            continue;
+        }
         if (allRemoved) error = host::LastError();
         allRemoved = false;
         note += (note.empty() ? "" : ", ") + std::string(service->Name());
@@ -100,7 +104,7 @@ bool TakesAway(StageContext& context) {
 bool TakeAway(StageContext& context, std::string& note) {
     Session& session = context.session;
     const std::vector<CService> services = Superfluous(session);
-    if (!RemoveServices(services, note)) return false;
+    if (!RemoveServices(services, context.session.needsRestart, note)) return false;
     const std::string count = std::to_string(services.size()) + " services";
     if (!session.settings.InstallServer() && !DropServerValues(context.registry, note)) return false;
     note = count + (note.empty() ? "" : ", ") + note;

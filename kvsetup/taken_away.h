@@ -12,8 +12,8 @@
 bool IsGone(host::Presence presence, const std::string& what, std::string& note);
 bool IsKeyGone(const std::string& path, std::string& note);
 
-// Stops and removes the services, the last first. Names those that stay.
-bool RemoveServices(const std::vector<CService>& services, std::string& note);
+// Stops and removes the services, the last first. Names those that stay; says so when one goes with the next restart.
+bool RemoveServices(const std::vector<CService>& services, bool& needsRestart, std::string& note);
 bool TakeAlertValuesAway(CHalvRegistry& registry, std::string& note);
 
 // The stage of an installation: services, values and directories of components that were installed and are no longer

@@ -46,7 +46,7 @@ bool HasRights(StageContext& context) {
 }
 
 bool RemoveChosenServices(StageContext& context, std::string& note) {
-    return RemoveServices(ChosenServices(context.session.settings), note);
+    return RemoveServices(ChosenServices(context.session.settings), context.session.needsRestart, note);
 }
 
 bool WithdrawHome(StageContext&, std::string& note) {

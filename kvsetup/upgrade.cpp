@@ -163,7 +163,7 @@ struct Upgrade {
         int started = 0;
         DWORD error = 0;
         {
-            const Progress progress(session.json);
+            const Progress progress(!session.prints);
             started = KSetUninstallOldProd(subject.c_str(), isCommand, nullptr);
             error = host::LastError();
         }
@@ -229,13 +229,13 @@ int RunUpgrade(const Options& options) {
     const host::SetupLock lock(options.wait);
     RequireHeld(lock);
     RequireAdministrator();
-    records::TakeBackUnfinished(options.json);
+    records::TakeBackUnfinished(options.json || options.quiet);
     std::unique_ptr<Session> session = OpenSession(options, false);
     const std::string product = options.product.empty() ? session->productId : options.product;
     const bool resumes = ResumesStaleBackup(options);
     CUpgradeCheck check(session->source.c_str(), product.c_str(), nullptr);
     Json report{{"upgrade", DescribeCheck(check, product, "")}};
-    if (!session->json) console::PrintFacts(report);
+    if (session->prints) console::PrintFacts(report);
     const int answer = check.GetResult();
     if (answer == kRefused || (answer == kSameBuild && !resumes)) {
         throw Failure{kNothingToDo, std::string(InWords(answer)) + ": " + check.GetReason() +

@@ -188,6 +188,34 @@ TEST_F(Products, AnswersOnTheCommandLineGoBeforeThoseOfTheFileAndAreKept) {
     EXPECT_THAT(m_last.errors, testing::HasSubstr("no component kitchen"));
 }
 
+// Scripts live on one document, on a line a stage, on the exit code; people on as much as they ask for.
+TEST_F(Products, TellAsMuchAsIsAskedFor) {
+    Do("status", 6);
+    Do(Install(133, "--quiet"));
+    EXPECT_EQ(m_last.output, "");
+    Do(Install(62, "--progress json --json"));
+    std::istringstream lines(m_last.errors);
+    std::vector<nlohmann::json> progress;
+    for (std::string line; std::getline(lines, line);) progress.push_back(nlohmann::json::parse(line));
+    ASSERT_EQ(progress.size(), 2 * nlohmann::json::parse(m_last.output)["stages"].size());
+    EXPECT_EQ(progress[0]["number"], 1);
+    EXPECT_TRUE(progress[1]["succeeded"]);
+    Do("uninstall --yes --type 62 --verbose");
+    EXPECT_THAT(m_last.output, testing::ContainsRegex("\n    value .*Products, ClientAgentNT: .* -> nothing\n"));
+    Do("uninstall --type 105 --yes", 6);
+    EXPECT_THAT(ReadBytes("C:\\KVSETUP.LOG"), testing::ContainsRegex("Error: .* is not installed .*exit code 6"));
+    EXPECT_THAT(ReadBytes("C:\\KVSETUP.LOG"),
+                testing::ContainsRegex("20[0-9][0-9]-[0-9-]+ [0-9:]+ [+-][0-9]+ kvsetup"));
+    SetText("SOFTWARE\\Test", "Value", "old");
+    Keep();
+    SetText("SOFTWARE\\Test", "Value", "new");
+    const nlohmann::json differences =
+        RunJson("machine diff --json '" + (Scratch() / "state.txt").string() + "'")["differences"];
+    const nlohmann::json expected{{"kind", "value"}, {"change", "changed"}, {"path", "HKLM\\SOFTWARE\\Test"},
+                                  {"name", "Value"}, {"before", "\"old\""}, {"after", "\"new\""}};
+    EXPECT_EQ(differences, nlohmann::json::array({expected}));
+}
+
 TEST_F(Products, WhatThePeopleOfTheMachineHaveStays) {
     MakeFolder("C:\\Program Files\\Zephranite\\Alert");
     Do(Install(133));

@@ -143,14 +143,14 @@ TEST_F(FollowedSetup, ProgramsThatRunAreNamedAndClosedWhenAsked) {
     const ForeignProcess manager(Folder(), "program ZephraniteManagerAppInstMutex ZephraniteMgr");
     Keep();
     const RunResult refused = Run(BatchInstall());
-    EXPECT_EQ(refused.exitCode, 8);
+    EXPECT_EQ(refused.exitCode, 9);
     EXPECT_TRUE(refused.SaysInOneLine("still run: the manager; close them, or run with --close-programs"));
     EXPECT_THAT(Changed(), testing::IsEmpty());
     EXPECT_EQ(Run(BatchInstall() + " --close-programs").exitCode, 0);
     EXPECT_TRUE(manager.Ends());
     ForeignProcess monitor(Folder(), "stubborn KVDM32Mutex KVDM32WClass");
     const RunResult patient = Run("uninstall --yes --close-programs --close-timeout 1");
-    EXPECT_EQ(patient.exitCode, 8);
+    EXPECT_EQ(patient.exitCode, 9);
     EXPECT_TRUE(patient.SaysInOneLine("did not close within 1 seconds: the monitor; nothing was changed"));
 }
 

@@ -200,7 +200,7 @@ TEST_F(WholeMachine, ADamagedOneIsNamedCheckedAndRepaired) {
     std::filesystem::resize_file(file, size);
     for (const char* command : {"status", "services list", "uninstall --yes", "machine export -"}) {
         const RunResult refused = Run(command);
-        EXPECT_EQ(refused.exitCode, 3) << command;
+        EXPECT_EQ(refused.exitCode, 10) << command;
         EXPECT_TRUE(refused.SaysInOneLine(file.string() + " is damaged: it ends at byte")) << refused.errors;
         EXPECT_THAT(refused.errors, testing::HasSubstr("kvsetup machine repair"));
     }

@@ -30,10 +30,25 @@ MACHINE_CONTROL bool ExportRegistry(const std::filesystem::path& folder, const s
 MACHINE_CONTROL bool SaveState(const std::filesystem::path& folder, const std::filesystem::path& file,
                                std::string* problem);
 
+// One thing that differs. `before` is nothing for what was added, `after` for what is gone; a key has neither in words.
+struct Difference {
+    enum class Kind { Key, Spelling, Value, Security, File };
+    enum class Change { Added, Gone, Changed };
+    Kind kind;
+    Change change;
+    std::string path;  // of the key, hive first, or of the file
+    std::string name;  // of a value; empty: the key's own
+    std::string before, after;
+};
+// The line for a person: "+ [HKLM\\SOFTWARE\\X] \"Path\" = \"C:\\X\"".
+MACHINE_CONTROL std::string Text(const Difference& difference);
+
 // What differs from one machine to another as lines for a person, in a stable order, empty when nothing does. Either
 // side is a machine's folder or a file that SaveState wrote. False with a reason when one of them cannot be read.
 MACHINE_CONTROL bool Diff(const std::filesystem::path& before, const std::filesystem::path& after,
                           std::vector<std::string>* lines, std::string* problem);
+MACHINE_CONTROL bool Differences(const std::filesystem::path& before, const std::filesystem::path& after,
+                                 std::vector<Difference>* differences, std::string* problem);
 
 }  // namespace embedded::control
 

@@ -149,22 +149,18 @@ std::string DataOf(StoredValue value) {
     return Line(value).substr(2);
 }
 
-std::string NameOf(const StoredValue& value) { return value.name.empty() ? "@" : '"' + value.name + '"'; }
+using control::Difference;
 
 class Comparison {
   public:
-    std::vector<std::string> Run(const MachineState& before, const MachineState& after) {
+    std::vector<Difference> Run(const MachineState& before, const MachineState& after) {
         Walk(before.keys, after.keys,
              [&](const std::string&, const KeyState* was, const KeyState* is) { Keys(was, is); });
         Walk(before.files, after.files, [&](const std::string& path, const std::string* was, const std::string* is) {
-            if (was == nullptr)
-                m_lines.push_back("+ file " + path + ": " + *is);
-            else if (is == nullptr)
-                m_lines.push_back("- file " + path + ": " + *was);
-            else if (*was != *is)
-                m_lines.push_back("~ file " + path + ": " + *was + " -> " + *is);
+            if (was == nullptr || is == nullptr || *was != *is)
+                Add(Difference::Kind::File, path, "", was == nullptr ? nullptr : was, is == nullptr ? nullptr : is);
         });
-        return std::move(m_lines);
+        return std::move(m_found);
     }
 
   private:
@@ -183,24 +179,31 @@ class Comparison {
         }
     }
 
+    void Add(Difference::Kind kind, const std::string& path, const std::string& name, const std::string* was,
+             const std::string* is) {
+        const auto change = was == nullptr  ? Difference::Change::Added
+                            : is == nullptr ? Difference::Change::Gone
+                                            : Difference::Change::Changed;
+        m_found.push_back({kind, change, path, name, was == nullptr ? "" : *was, is == nullptr ? "" : *is});
+    }
+
     void Keys(const KeyState* was, const KeyState* is) {
         static const KeyState kNone;
-        if (was == nullptr) m_lines.push_back("+ [" + is->path + "]");
-        if (is == nullptr) m_lines.push_back("- [" + was->path + "]");
+        static const std::string kThere;
         const std::string& path = is != nullptr ? is->path : was->path;
-        if (was != nullptr && is != nullptr && was->path != is->path) {
-            m_lines.push_back("~ [" + was->path + "] is spelled [" + is->path + "]");
-        }
+        if (was == nullptr || is == nullptr)
+            Add(Difference::Kind::Key, path, "", was == nullptr ? nullptr : &kThere, is == nullptr ? nullptr : &kThere);
+        else if (was->path != is->path)
+            Add(Difference::Kind::Spelling, was->path, "", &was->path, &is->path);
         const KeyState& old = was == nullptr ? kNone : *was;
         const KeyState& now = is == nullptr ? kNone : *is;
         Walk(ByName(old), ByName(now),
              [&](const std::string&, const StoredValue* oldValue, const StoredValue* newValue) {
                  Values(path, oldValue, newValue);
              });
-        if (old.security != now.security && is != nullptr) {
-            m_lines.push_back("~ [" + path + "] security: " + SecurityText(old.security) + " -> " +
-                              SecurityText(now.security));
-        }
+        if (old.security == now.security || is == nullptr) return;
+        const std::string before = SecurityText(old.security), after = SecurityText(now.security);
+        Add(Difference::Kind::Security, path, "", &before, &after);
     }
 
     static std::map<std::string, StoredValue, NameLess> ByName(const KeyState& key) {
@@ -210,17 +213,13 @@ class Comparison {
     }
 
     void Values(const std::string& path, const StoredValue* was, const StoredValue* is) {
-        const std::string start = " [" + path + "] ";
-        if (was == nullptr)
-            m_lines.push_back('+' + start + NameOf(*is) + " = " + DataOf(*is));
-        else if (is == nullptr)
-            m_lines.push_back('-' + start + NameOf(*was) + " = " + DataOf(*was));
-        else if (was->type != is->type || was->data != is->data) {
-            m_lines.push_back('~' + start + NameOf(*is) + " = " + DataOf(*was) + " -> " + DataOf(*is));
-        }
+        if (was != nullptr && is != nullptr && was->type == is->type && was->data == is->data) return;
+        const std::string before = was == nullptr ? "" : DataOf(*was), after = is == nullptr ? "" : DataOf(*is);
+        Add(Difference::Kind::Value, path, is == nullptr ? was->name : is->name, was == nullptr ? nullptr : &before,
+            is == nullptr ? nullptr : &after);
     }
 
-    std::vector<std::string> m_lines;
+    std::vector<Difference> m_found;
 };
 
 }  // namespace
@@ -245,7 +244,7 @@ std::string WriteState(const MachineState& state) {
     return text;
 }
 
-std::vector<std::string> Compare(const MachineState& before, const MachineState& after) {
+std::vector<Difference> Compare(const MachineState& before, const MachineState& after) {
     return Comparison().Run(before, after);
 }
 
@@ -263,11 +262,37 @@ bool SaveState(const fs::path& folder, const fs::path& file, std::string* proble
     });
 }
 
-bool Diff(const fs::path& before, const fs::path& after, std::vector<std::string>* lines, std::string* problem) {
+std::string Text(const Difference& difference) {
+    const bool isFile = difference.kind == Difference::Kind::File;
+    std::string text = difference.change == Difference::Change::Added  ? "+ "
+                       : difference.change == Difference::Change::Gone ? "- "
+                                                                       : "~ ";
+    text += isFile ? "file " + difference.path : '[' + difference.path + ']';
+    if (difference.kind == Difference::Kind::Key) return text;
+    if (difference.kind == Difference::Kind::Spelling) return text + " is spelled [" + difference.after + ']';
+    if (difference.kind == Difference::Kind::Value)
+        text += difference.name.empty() ? " @ = " : " \"" + difference.name + "\" = ";
+    else
+        text += difference.kind == Difference::Kind::Security ? " security: " : ": ";
+    if (difference.change == Difference::Change::Added) return text + difference.after;
+    if (difference.change == Difference::Change::Gone) return text + difference.before;
+    return text + difference.before + " -> " + difference.after;
+}
+
+bool Differences(const fs::path& before, const fs::path& after, std::vector<Difference>* differences,
+                 std::string* problem) {
     return Attempt(problem, [&](std::string*) {
-        *lines = machine_diff::Compare(machine_diff::ReadState(before), machine_diff::ReadState(after));
+        *differences = machine_diff::Compare(machine_diff::ReadState(before), machine_diff::ReadState(after));
         return true;
     });
+}
+
+bool Diff(const fs::path& before, const fs::path& after, std::vector<std::string>* lines, std::string* problem) {
+    std::vector<Difference> differences;
+    if (!Differences(before, after, &differences, problem)) return false;
+    lines->clear();
+    for (const Difference& difference : differences) lines->push_back(Text(difference));
+    return true;
 }
 
 }  // namespace embedded::control

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/embedded/control/registry.h"
 #include "platform/embedded/store/keys.h"
 
 namespace embedded::machine_diff {
@@ -26,8 +27,8 @@ struct MachineState {
 MachineState ReadState(const std::filesystem::path& place);
 // A file in the form of a .reg file: keys by hive, then their descriptors and the files under names of their own.
 std::string WriteState(const MachineState& state);
-// Lines for a person, ordered by key and file.
-std::vector<std::string> Compare(const MachineState& before, const MachineState& after);
+// Ordered by key and file.
+std::vector<control::Difference> Compare(const MachineState& before, const MachineState& after);
 
 }  // namespace embedded::machine_diff
 
