@@ -26,6 +26,8 @@ class RemoteRegistry : public RegistryTest {
         RegistryTest::SetUp();
         AddMachine("OTHER");
         ASSERT_EQ(RegConnectRegistryA("OTHER", HKEY_LOCAL_MACHINE, m_other.Receive()), 0);
+        RegistryKey mine;
+        ASSERT_EQ(RegConnectRegistryA("OTHER", HKEY_CURRENT_USER, mine.Receive()), ERROR_INVALID_HANDLE);
         SetText(Other(), kBase + "\\Path", "HOME", "D:\\there");
     }
     void TearDown() override {

@@ -173,7 +173,19 @@ TEST_F(MachineFiles, DoubleByteNamesAreOneCharacterEach) {
     char value[4] = "";
     EXPECT_EQ(GetPrivateProfileStringA("\x83\x5d]", "k", "", value, 4, "C:\\TEST\\P.INI"), 2u);
     EXPECT_STREQ(value, "\x83\x5c") << "no character is cut in two";
+    EXPECT_EQ(GetPrivateProfileStringA(nullptr, nullptr, "", value, 3, "C:\\TEST\\P.INI"), 0u);
+    EXPECT_STREQ(value, "") << "nor in a list";
     control::SetCodePage(1252);
+}
+
+TEST_F(MachineFiles, SearchesLeaveNothingOpen) {
+    const auto open = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()); };
+    WIN32_FIND_DATAA data;
+    const auto search = [&data] { const FindHandle find(FindFirstFileA("C:\\*", &data)); };
+    search();
+    const auto before = open();
+    for (int i = 0; i < 20; ++i) search();
+    EXPECT_EQ(open(), before);
 }
 
 TEST_F(MachineFiles, MediumIsReadOnlyAndTellsItsSize) {

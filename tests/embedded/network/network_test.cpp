@@ -101,12 +101,13 @@ TEST_F(NetworkTest, ShareIsRefusedForWhatIsWrongWithIt) {
 
 TEST_F(NetworkTest, DescriptorOfAShareIsSetByItself) {
     ASSERT_EQ(Share("Data", "C:\\TEST"), 0u);
-    const auto set = [](const char* text) {
+    const auto set = [](const char* text, const char* share = "Data") {
         LocalBuffer descriptor;
         EXPECT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorA(text, 1, descriptor.Receive(), nullptr));
         SHARE_INFO_1501 info{0, descriptor.Get()};
-        return NetShareSetInfo(nullptr, Wide("Data").Get(), 1501, reinterpret_cast<LPBYTE>(&info), nullptr);
+        return NetShareSetInfo(nullptr, Wide(share).Get(), 1501, reinterpret_cast<LPBYTE>(&info), nullptr);
     };
+    EXPECT_EQ(set("D:(A;;FA;;;WD)", "C$"), DWORD(ERROR_ACCESS_DENIED));
     EXPECT_EQ(set("D:(A;;FA;;;BA)(D;;FW;;;BG)"), 0u);
     EXPECT_EQ(DescriptorOf("Data"), "D:(A;;FA;;;BA)(D;;FW;;;BG)");
     // Gone with the share: a new one of the name starts afresh.

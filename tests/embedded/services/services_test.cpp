@@ -258,6 +258,7 @@ TEST_F(ServiceMachineTest, EnumerationDeliversInPartsWhatDoesNotFit) {
     DWORD needed = 0, returned = 0, resume = 0;
     EXPECT_TRUE(FailsWith(ERROR_MORE_DATA, EnumServicesStatusA(Manager(), SERVICE_WIN32, SERVICE_STATE_ALL, nullptr, 0,
                                                                &needed, &returned, &resume)));
+    const DWORD all = needed;
     std::vector<std::string> names;
     alignas(ENUM_SERVICE_STATUSA) BYTE buffer[256];
     for (bool more = true; more;) {
@@ -266,6 +267,7 @@ TEST_F(ServiceMachineTest, EnumerationDeliversInPartsWhatDoesNotFit) {
                                     &resume);
         ASSERT_TRUE(!more || GetLastError() == ERROR_MORE_DATA);
         ASSERT_TRUE(!more || returned != 0);
+        EXPECT_TRUE(!more || needed < all) << "what the rest needs";
         for (DWORD i = 0; i < returned; ++i)
             names.emplace_back(reinterpret_cast<LPENUM_SERVICE_STATUSA>(buffer)[i].lpServiceName);
     }

@@ -152,6 +152,8 @@ TEST_F(ServicesTest, ServiceStartsAnswersAndStopsUnlessItIsDisabled) {
     EXPECT_EQ(Start(service), DWORD(ERROR_SERVICE_ALREADY_RUNNING));
     EXPECT_EQ(Send(service, SERVICE_CONTROL_INTERROGATE), 0u);
     EXPECT_EQ(Send(service, SERVICE_CONTROL_PAUSE), DWORD(ERROR_INVALID_SERVICE_CONTROL));
+    const ServiceHandle stopper = Open(kName, SERVICE_STOP);
+    EXPECT_EQ(Send(stopper, SERVICE_CONTROL_PAUSE), DWORD(ERROR_ACCESS_DENIED));
 
     ASSERT_EQ(Send(service, SERVICE_CONTROL_STOP), 0u);
     ASSERT_TRUE(WaitFor(service, SERVICE_STOPPED));
