@@ -12,16 +12,13 @@
 #include "platform/embedded/core/text.h"
 #include "platform/embedded/files/object.h"
 #include "platform/embedded/modules/modules.h"
+#include "platform/embedded/system/network_messages.h"
 
 namespace gate = embedded::gate;
 using embedded::control::CallKind;
+using embedded::messages::Message;
 
 namespace {
-
-struct Message {
-    DWORD code;
-    const char* text;
-};
 
 // Sorted by code. Texts end in a line break when they are given out.
 constexpr Message kSystemMessages[] = {
@@ -68,6 +65,11 @@ constexpr Message kSystemMessages[] = {
     {258, "The wait operation timed out."},
     {259, "No more data is available."},
     {267, "The directory name is invalid."},
+    {1003, "Cannot complete this function."},
+    {1004, "Invalid flags."},
+    {1005,
+     "The volume does not contain a recognized file system. Please make sure that all required file system drivers are "
+     "loaded and that the volume is not corrupted."},
     {1008, "An attempt was made to reference a token that does not exist."},
     {1009, "The configuration registry database is corrupt."},
     {1010, "The configuration registry key is invalid."},
@@ -121,110 +123,9 @@ constexpr Message kSystemMessages[] = {
     {1813, "The specified resource type cannot be found in the image file."},
 };
 
-// What netmsg.dll holds of the codes from 2100 to 2999 (lmerr.h).
-constexpr Message kNetworkMessages[] = {
-    {2102, "The workstation driver is not installed."},
-    {2103, "The server could not be located."},
-    {2104, "An internal error occurred. The network cannot access a shared memory segment."},
-    {2105, "A network resource shortage occurred."},
-    {2106, "This operation is not supported on workstations."},
-    {2107, "The device is not connected."},
-    {2114, "The Server service is not started."},
-    {2115, "The queue is empty."},
-    {2116, "The device or directory does not exist."},
-    {2117, "The operation is invalid on a redirected resource."},
-    {2118, "The name has already been shared."},
-    {2119, "The server is currently out of the requested resource."},
-    {2121, "Requested addition of items exceeds the maximum allowed."},
-    {2122, "The Peer service supports only two simultaneous users."},
-    {2123, "The API return buffer is too small."},
-    {2127, "A remote API error occurred."},
-    {2131, "An error occurred when opening or reading the configuration file."},
-    {2136, "A general network error occurred."},
-    {2137,
-     "The Workstation service is in an inconsistent state. Restart the computer before restarting the Workstation "
-     "service."},
-    {2138, "The Workstation service has not been started."},
-    {2139, "The requested information is not available."},
-    {2140, "An internal Windows error occurred."},
-    {2141, "The server is not configured for transactions."},
-    {2142, "The requested API is not supported on the remote server."},
-    {2143, "The event name is invalid."},
-    {2144, "The computer name already exists on the network. Change it and restart the computer."},
-    {2146, "The specified component could not be found in the configuration information."},
-    {2147, "The specified parameter could not be found in the configuration information."},
-    {2149, "A line in the configuration file is too long."},
-    {2150, "The printer does not exist."},
-    {2151, "The print job does not exist."},
-    {2152, "The printer destination cannot be found."},
-    {2180, "The service database is locked."},
-    {2181, "The service table is full."},
-    {2182, "The requested service has already been started."},
-    {2184, "The service has not been started."},
-    {2185, "The service name is invalid."},
-    {2186, "The service is not responding to the control function."},
-    {2187, "The service control is busy."},
-    {2189, "The service could not be controlled in its present state."},
-    {2191, "The requested pause, continue, or stop is not valid for this service."},
-    {2201, "The password is invalid for this user. If you are using Windows, you can change your password."},
-    {2202, "The user name or group name parameter is invalid."},
-    {2203, "The password parameter is invalid."},
-    {2212, "The supplied name is already registered on this computer."},
-    {2219, "The security database could not be found."},
-    {2220, "The group name could not be found."},
-    {2221, "The user name could not be found."},
-    {2222, "The resource name could not be found."},
-    {2223, "The group already exists."},
-    {2224, "The account already exists."},
-    {2225, "The resource permission list already exists."},
-    {2226, "This operation is only allowed on the primary domain controller of the domain."},
-    {2227, "The security database has not been started."},
-    {2229, "A disk I/O failure occurred."},
-    {2230, "The limit of 64 entries per resource was exceeded."},
-    {2231, "Deleting a user with a session is not allowed."},
-    {2232, "The parent directory could not be located."},
-    {2234, "This operation is not allowed on this special group."},
-    {2236, "The user already belongs to this group."},
-    {2237, "The user does not belong to this group."},
-    {2239, "This user account is undefined."},
-    {2240, "This user account has expired."},
-    {2241, "The user is not allowed to log on from this workstation."},
-    {2242, "The user is not allowed to log on at this time."},
-    {2243, "The password of this user has expired."},
-    {2244, "The password of this user cannot change."},
-    {2245,
-     "The password does not meet the password policy requirements. Check the minimum password length, password "
-     "complexity and password history requirements."},
-    {2246, "The password of this user is too recent to change."},
-    {2247, "The security database is corrupted."},
-    {2249, "This replicant database is up to date."},
-    {2250, "The network connection could not be found."},
-    {2251, "This asg_type is invalid."},
-    {2252, "This device is currently being shared."},
-    {2270, "The computer name could not be added as a message alias. The name may already exist on the network."},
-    {2273, "This message alias could not be found on the network."},
-    {2310, "This shared resource does not exist."},
-    {2311, "This device is not shared."},
-    {2312, "A session does not exist with that computer name."},
-    {2314, "There is not an open file with that identification number."},
-    {2317, "The server does not have the alert, or the alert is invalid."},
-    {2351, "This computer name is invalid."},
-    {2354, "The specified share name is invalid."},
-    {2401, "There are open files on the connection."},
-    {2402, "Active connections still exist."},
-    {2403, "This share name or password is invalid."},
-    {2404, "The device is being accessed by an active process."},
-    {2405, "The drive letter is in use locally."},
-    {2453, "Could not find domain controller for this domain."},
-    {2457, "This server's clock is not synchronized with the primary domain controller's clock."},
-    {2461, "The specified computer account could not be found."},
-    {2462, "The specified domain did not exist."},
-};
-
-template <std::size_t Count>
-std::optional<std::string> TextOf(const Message (&messages)[Count], DWORD code) {
-    const auto* const found = std::ranges::lower_bound(messages, code, {}, &Message::code);
-    if (found == std::end(messages) || found->code != code) return std::nullopt;
+std::optional<std::string> TextOf(std::span<const Message> messages, DWORD code) {
+    const auto found = std::ranges::lower_bound(messages, code, {}, &Message::code);
+    if (found == messages.end() || found->code != code) return std::nullopt;
     return found->text;
 }
 
@@ -232,7 +133,8 @@ std::optional<std::string> Lookup(DWORD flags, LPCVOID source, DWORD code) {
     std::optional<std::string> text;
     if ((flags & FORMAT_MESSAGE_FROM_HMODULE) != 0) {
         const auto name = embedded::modules::NameOf(static_cast<HMODULE>(const_cast<void*>(source)));
-        if (name && embedded::text::EqualNoCase(*name, "netmsg.dll")) text = TextOf(kNetworkMessages, code);
+        if (name && embedded::text::EqualNoCase(*name, "netmsg.dll"))
+            text = TextOf(embedded::messages::OfTheNetwork(), code);
     }
     if (!text && (flags & FORMAT_MESSAGE_FROM_SYSTEM) != 0) text = TextOf(kSystemMessages, code);
     if (text) *text += (flags & FORMAT_MESSAGE_MAX_WIDTH_MASK) == FORMAT_MESSAGE_MAX_WIDTH_MASK ? " " : "\r\n";

@@ -43,10 +43,11 @@ TEST_F(MachineFacts, NetworkErrorsHaveTheirTextsInNetmsg) {
         FormatMessageA(source | FORMAT_MESSAGE_IGNORE_INSERTS, messages.Get(), code, 0, buffer, sizeof buffer, nullptr);
         return std::string(buffer);
     };
-    for (const DWORD code : {2102u, 2107u, 2182u, 2221u, 2242u, 2310u, 2401u, 2453u, 2462u}) {
+    for (const DWORD code : {2102u, 2107u, 2153u, 2182u, 2221u, 2242u, 2310u, 2401u, 2453u, 2462u, 2663u, 2705u}) {
         EXPECT_NE(text(code, FORMAT_MESSAGE_FROM_HMODULE), "") << code;
         EXPECT_EQ(text(code, FORMAT_MESSAGE_FROM_SYSTEM), "") << code;
     }
+    EXPECT_EQ(text(1003, FORMAT_MESSAGE_FROM_SYSTEM), "Cannot complete this function.\r\n");
     EXPECT_EQ(text(ERROR_DISK_FULL, FORMAT_MESSAGE_FROM_SYSTEM), "There is not enough space on the disk.\r\n");
     for (const DWORD code : {ERROR_BADDB, ERROR_REGISTRY_IO_FAILED}) {
         EXPECT_NE(text(code, FORMAT_MESSAGE_FROM_SYSTEM).find("registry"), std::string::npos) << code;
