@@ -10,6 +10,7 @@
 #include "kvsetup/given_answers.h"
 #include "kvsetup/host.h"
 #include "kvsetup/machine_commands.h"
+#include "kvsetup/manual_commands.h"
 #include "kvsetup/medium_commands.h"
 #include "kvsetup/options.h"
 #include "kvsetup/plan_commands.h"
@@ -192,6 +193,7 @@ int main(int argc, char** argv) {
     AddMediumCommands(app, options, run);
     AddCaptureCommand(app, options, run);
     AddMachineCommands(app, options, run);
+    AddManualCommands(app, options, run);
     app.require_subcommand(0, 1);
     int code = kFailed;
     std::string problem;

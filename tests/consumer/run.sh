@@ -7,3 +7,5 @@ trap 'rm -rf "$work"' EXIT
 "$1" --build "$work/build" >"$work/log" || { cat "$work/log"; exit 1; }
 INSTALIB_MACHINE="$work/machine/TESTPC" "$work/build/consumer"
 "$work/prefix/bin/kvsetup" --version
+"$work/prefix/bin/kvsetup" manual | cmp - "$work/prefix/share/man/man1/kvsetup.1"
+grep -q "_kvsetup kvsetup" "$work/prefix/share/bash-completion/completions/kvsetup"

@@ -24,6 +24,16 @@ TEST_F(KvsetupRun, EveryCommandExplainsItself) {
     EXPECT_THAT(Run("--help").output, HasSubstr("Exit codes:"));
 }
 
+TEST_F(KvsetupRun, ManualAndCompletionsHaveEveryCommand) {
+    const RunResult manual = Run("manual"), completions = Run("completions");
+    for (const std::string command : {"install", "plan upgrade", "services list", "answers scramble", "verify"}) {
+        EXPECT_THAT(manual.output, HasSubstr("\n.SS " + command + "\n"));
+        EXPECT_THAT(completions.output, HasSubstr("'" + command + "') words='"));
+    }
+    EXPECT_THAT(manual.output, HasSubstr("\\-\\-password\\-from"));
+    EXPECT_THAT(manual.output, testing::Not(HasSubstr("markdown"))) << "what is not for users";
+}
+
 TEST_F(KvsetupRun, AWrongCommandLineIsOneLineAndExitCodeTwo) {
     for (const char* arguments : {"", "frobnicate", "install", "install --frobnicate", "status --type", "services"}) {
         const RunResult result = Run(arguments);
