@@ -50,6 +50,11 @@ bool& IsByLine() {
     return isByLine;
 }
 
+bool& IsSetup() {
+    static bool isSetup = false;
+    return isSetup;
+}
+
 Json& Document() {
     static Json document = Json::object();
     return document;
@@ -147,6 +152,15 @@ void EndJson(int exitCode, const std::string& error) {
     if (!error.empty()) document["error"] = Printable(error);
     // Product texts need not be UTF-8: what is not is replaced, so that the output is always valid JSON.
     std::cout << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+void SetupWasDone() { IsSetup() = true; }
+
+int EndOutput(int exitCode, std::string* problem) {
+    std::cout.flush();
+    if (std::cout || exitCode != kDone || IsSetup()) return exitCode;
+    *problem = "the output cannot be written";
+    return kFailed;
 }
 
 void Warn(const std::string& message) {

@@ -8,6 +8,7 @@
 
 #include "kvsetup/capture.h"
 #include "kvsetup/console.h"
+#include "kvsetup/host.h"
 #include "platform/embedded/control/machine.h"
 #include "platform/embedded/control/registry.h"
 
@@ -139,7 +140,12 @@ int Repair(const MachineOptions& machine) { return CheckOrRepair(machine, contro
 int Mount(const MachineOptions& machine) {
     std::error_code error;
     if (!fs::is_directory(machine.file, error)) Refuse(machine.file + " is no folder");
-    const char letter = machine.letter.empty() ? '\0' : machine.letter[0];
+    const std::string given =
+        machine.letter.ends_with(':') ? machine.letter.substr(0, machine.letter.size() - 1) : machine.letter;
+    const char letter = given.size() == 1 ? static_cast<char>(given[0] & ~0x20) : '\0';
+    if (letter < 'A' || letter > 'Z') Refuse(machine.letter + " is no drive letter");
+    // A folder of the host in the place of the system drive would hide the whole machine.
+    if (letter == host::WindowsDirectory()[0]) Refuse(given + ": is the drive that Windows is on; take another letter");
     if (!control::MountDrive(letter, fs::canonical(machine.file))) Refuse(machine.letter + " is no drive letter");
     std::cout << "Drive " << letter << ": is " << machine.file << '\n';
     return kDone;

@@ -210,7 +210,7 @@ int main(int argc, char** argv) {
     const bool wasHelp = !run && problem.empty();
     if (json && !wasHelp) console::EndJson(code, problem);
     host::Wipe(options.password);
-    std::cout.flush();
+    code = console::EndOutput(code, &problem);
     if (!problem.empty()) std::cerr << "kvsetup: " << console::Printable(problem) << '\n';
     return code;
 }

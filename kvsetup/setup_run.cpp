@@ -52,6 +52,7 @@ Json Describe(Session& session) {
 
 int Finish(Session& session, Json& report, bool succeeded, const char* what) {
     session.Log(std::string(what) + (succeeded ? " ended" : " failed"));
+    console::SetupWasDone();
     if (session.json) {
         report["succeeded"] = succeeded;
         report["log"] = session.log;

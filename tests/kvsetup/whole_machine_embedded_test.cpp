@@ -192,6 +192,22 @@ TEST_F(WholeMachine, AWrongPasswordOfAnExistingAccountStopsTheInstallation) {
     EXPECT_EQ(NetUserDel(nullptr, name), 0u) << "an account that was there before stays";
 }
 
+TEST_F(WholeMachine, OutputThatNobodyTakesIsAnErrorAndNeverHalfASetup) {
+    for (const char* command : {"services list", "machine export -", "answers new", "medium keys"})
+        EXPECT_EQ(Run(std::string(command) + " >/dev/full #").exitCode, 1) << command;
+    EXPECT_EQ(Run(BatchInstall() + " | head -n 1 #").exitCode, 0);
+    EXPECT_EQ(Run("verify").exitCode, 0) << "it was done whole";
+    EXPECT_EQ(Run("uninstall --yes >/dev/full #").exitCode, 0);
+}
+
+TEST_F(WholeMachine, DrivesAreMountedUnderLettersAndNeverOverTheSystem) {
+    const std::string folder = " '" + Scratch().string() + "'";
+    for (const char* letter : {"1", "AB", "''", "C", "c:", "."})
+        EXPECT_EQ(Run(std::string("machine mount ") + letter + folder).exitCode, 3) << letter;
+    EXPECT_EQ(Run("machine mount q:" + folder).exitCode, 0);
+    EXPECT_TRUE(FileExists("Q:\\"));
+}
+
 TEST_F(WholeMachine, ADamagedOneIsNamedCheckedAndRepaired) {
     ASSERT_EQ(Run(BatchInstall()).exitCode, 0);
     EXPECT_EQ(Run("machine check").exitCode, 0);
