@@ -1,6 +1,7 @@
 #include <conio.h>
 #include <process.h>
 
+#include <csignal>
 #include <cstdio>
 
 #include "kvsetup/host.h"
@@ -88,10 +89,12 @@ bool IsTerminal(Stream stream) {
 }
 
 std::string ReadHiddenLine() {
+    constexpr int kControlC = 3;
     std::string line;
     for (;;) {
         const int character = _getch();
         if (character == '\r' || character == '\n' || character == EOF) return line;
+        if (character == kControlC) std::raise(SIGINT);  // it arrives as a character here
         if (character == '\b') {
             if (!line.empty()) line.pop_back();
         } else {

@@ -1,31 +1,47 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <iostream>
+#include <iterator>
 
 #include "platform/embedded/control/terminal.h"
 
 namespace embedded::control {
 namespace {
 
-// Hides what is typed for as long as it lives.
+constexpr int kEnding[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
+// Hides what is typed for as long as it lives. Whoever ends the process meanwhile finds the terminal as it was.
 class Hidden {
   public:
-    Hidden() : m_hidden(tcgetattr(STDIN_FILENO, &m_before) == 0) {
+    Hidden() : m_hidden(tcgetattr(STDIN_FILENO, &before) == 0) {
         if (!m_hidden) return;
-        termios quiet = m_before;
+        struct sigaction restore = {};
+        restore.sa_handler = Restore;
+        for (std::size_t i = 0; i < std::size(kEnding); ++i) sigaction(kEnding[i], &restore, &m_handlers[i]);
+        termios quiet = before;
         quiet.c_lflag &= ~tcflag_t(ECHO);
-        m_hidden = tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet) == 0;
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
     }
     ~Hidden() {
-        if (m_hidden) tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
+        if (!m_hidden) return;
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &before);
+        for (std::size_t i = 0; i < std::size(kEnding); ++i) sigaction(kEnding[i], &m_handlers[i], nullptr);
     }
     Hidden(const Hidden&) = delete;
     Hidden& operator=(const Hidden&) = delete;
 
   private:
-    termios m_before{};
+    static void Restore(int signal) {
+        tcsetattr(STDIN_FILENO, TCSANOW, &before);
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
+    }
+
+    static inline termios before{};  // for the handler, which has no object
     bool m_hidden;
+    struct sigaction m_handlers[std::size(kEnding)] = {};
 };
 
 }  // namespace

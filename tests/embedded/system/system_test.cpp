@@ -1,9 +1,12 @@
+#include <pty.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include "platform/embedded/control/system.h"
+#include "platform/embedded/control/terminal.h"
 #include "platform/product_libraries.h"
 #include "tests/support/fresh_machine.h"
 #include "tests/support/pe_image.h"
@@ -33,6 +36,32 @@ TEST_F(MachineFacts, CodePageDecidesLeadBytesAndConversion) {
     EXPECT_EQ(wide[0], 0x8868);
     EXPECT_FALSE(control::SetCodePage(12345));
     EXPECT_EQ(GetACP(), 932u) << "kept";
+}
+
+TEST_F(MachineFacts, EchoComesBackWhenAHiddenLineIsInterrupted) {
+    int master = -1, slave = -1;
+    ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
+    const auto echoes = [slave] {
+        termios terminal{};
+        return tcgetattr(slave, &terminal) == 0 && (terminal.c_lflag & ECHO) != 0;
+    };
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            dup2(slave, STDIN_FILENO);
+            control::ReadHiddenLine();
+            _exit(0);
+        }
+        for (int i = 0; i < 5000 && echoes(); ++i) usleep(1000);
+        EXPECT_FALSE(echoes()) << "hidden";
+        kill(child, signal);
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal);
+        EXPECT_TRUE(echoes());
+    }
+    close(master);
+    close(slave);
 }
 
 TEST_F(MachineFacts, NetworkErrorsHaveTheirTextsInNetmsg) {
