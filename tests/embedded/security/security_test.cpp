@@ -145,4 +145,19 @@ TEST_F(EmbeddedSecurity, StandardUserReadsAndDoesNotWrite) {
     EXPECT_EQ(RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE", 0, KEY_SET_VALUE, key.Receive()), ERROR_ACCESS_DENIED);
 }
 
+// A list of audits loses those of the trustee, as one of rights does.
+TEST(MergedAudits, RevokeTakesThem) {
+    const Sddl old("S:(AU;SA;CC;;;BA)(AU;SA;CC;;;WD)");
+    BOOL present = FALSE, defaulted = FALSE;
+    PACL list = nullptr, merged = nullptr;
+    ASSERT_TRUE(GetSecurityDescriptorSacl(old.Get(), &present, &list, &defaulted) && present);
+    const TestSid administrators("BA");
+    EXPLICIT_ACCESSA entry{};
+    entry.grfAccessMode = REVOKE_ACCESS;
+    BuildTrusteeWithSidA(&entry.Trustee, administrators.Get());
+    ASSERT_EQ(SetEntriesInAclA(1, &entry, list, &merged), DWORD(ERROR_SUCCESS));
+    const LocalBuffer owner(merged);
+    EXPECT_EQ(merged->AceCount, 1);
+}
+
 }  // namespace
