@@ -44,6 +44,17 @@ TEST_F(FileVersionTest, FailureLeavesNothingOfTheModuleBefore) {
     EXPECT_EQ(Read(version, {.signature = 0x12345678}), 0);
 }
 
+TEST_F(FileVersionTest, ShortRecordIsNone) {
+    std::string module = BuildModule({.fileVersion = {2, 0, 2600, 2}});
+    const std::string name("V\0S\0_\0V\0E\0R\0S\0I\0O\0N\0", 20);
+    const std::size_t block = module.find(name) - 6;  // its length, the value's length, the value's type, the name
+    ASSERT_EQ(module[block + 2], 52);
+    module[block + 2] = 20;
+    WriteBytes(kModule, module);
+    CFileVersion version;
+    EXPECT_EQ(version.Read(kModule), 0);
+}
+
 TEST_F(FileVersionTest, DllGetVersionFillsTheRecordOnSuccessAlone) {
     PlaceLibrary("VERLIB.DLL", "C:\\TEST\\");
     PlaceLibrary("VERNONE.DLL", "C:\\TEST\\");
