@@ -124,7 +124,7 @@ void SetAnswer(CSettings& settings, const std::string& given) {
 }
 
 void SetComponents(CSettings& settings, const std::string& list) {
-    const struct {
+    struct {
         const char* name;
         void (CSettings::*set)(int);
         bool isChosen = false;
@@ -132,16 +132,15 @@ void SetComponents(CSettings& settings, const std::string& list) {
                       {"server", &CSettings::InstallServer},
                       {"admin", &CSettings::InstallAdmin},
                       {"alert", &CSettings::InstallAlert}};
-    std::vector<bool> chosen(std::size(components));
     std::stringstream names(list);
     for (std::string name; std::getline(names, name, ',');) {
         const auto row = std::find_if(std::begin(components), std::end(components),
                                       [&name](const auto& component) { return name == component.name; });
         if (row == std::end(components))
             throw Failure{kUsage, "there is no component " + name + "; they are manager, server, admin and alert"};
-        chosen[std::size_t(row - std::begin(components))] = true;
+        row->isChosen = true;
     }
-    for (std::size_t i = 0; i < std::size(components); ++i) (settings.*components[i].set)(chosen[i] ? 1 : 0);
+    for (const auto& component : components) (settings.*component.set)(component.isChosen ? 1 : 0);
 }
 
 void SetAccount(CSettings& settings, const std::string& account) {
