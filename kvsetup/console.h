@@ -45,9 +45,10 @@ void PrintJson(const Json& data);
 // A command that prints an object a line as things happen: nothing is written at the end.
 void PrintJsonLine(const Json& data);
 void EndJson(int exitCode, const std::string& error);
-// Flushes the output. Data that could not be written is a failure of the command; a setup has been done all the same.
-void SetupWasDone();
+// Flushes the output and gives the exit code: data that could not be written is a failure, with its reason, unless
+// SetupWasDone was called: a setup has been done whoever reads of it.
 int EndOutput(int exitCode, std::string* problem);
+void SetupWasDone();
 
 void Warn(const std::string& message);
 // A question with a default that an empty answer takes; nothing at the end of the input.

@@ -277,11 +277,13 @@ marks::Kind RequireKind(LONG type) {
                                  "(client agent)"};
 }
 
-// The name that the medium's product library knows, else the one that it was installed under. Without either every
-// kind has one of its own, so that none removes another's registration.
+// A removal is about the name that the product was installed under, an installation about the one that the medium's
+// product library knows. Without either every kind has one of its own, so that none removes another's registration.
 std::string ChooseProductId(Session& session) {
+    const std::string installed = session.marks.isThere ? session.marks.product : "";
+    if (session.settings.Uninstall() && !installed.empty()) return installed;
     if (*session.settings.Product() != '\0') return session.settings.Product();
-    if (session.marks.isThere && !session.marks.product.empty()) return session.marks.product;
+    if (!installed.empty()) return installed;
     const std::string family = static_cast<const char*>(CHalvRegistry::GetZephraniteProdName());
     if (session.IsMain()) return family;
     return family + (session.IsAgent() ? "Agent" : "Alert");

@@ -32,6 +32,7 @@ bool HasServices(StageContext& context) { return !ChosenServices(context.session
 
 // The other product that runs with the same account; null when there is none.
 std::pair<marks::Kind, marks::Marks>* UserOfAccount(Session& session) {
+    if (session.marks.account.empty()) return nullptr;
     for (auto& other : session.others) {
         if (CString(other.second.account.c_str()).CompareNoCase(session.marks.account.c_str()) == 0) return &other;
     }
@@ -134,7 +135,7 @@ bool RemoveDirectories(StageContext& context, std::string& note) {
 bool RemoveMarks(StageContext& context, std::string& note) {
     Session& session = context.session;
     marks::Marks left = session.marks;
-    if (RemovesProduct(context)) left.directory = left.account = "";
+    if (RemovesProduct(context)) left.directory = left.account = left.createdAccount = "";
     if (RemovesAlert(context) || session.IsAlertShared()) left.alertDirectory.clear();
     if (!left.directory.empty() || !left.alertDirectory.empty()) return marks::Write(session.kind, left);
     marks::Remove(session.kind);
